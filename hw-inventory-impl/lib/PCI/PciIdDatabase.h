@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace HardwareInventory
+{
+// The public PCI ID list: names of vendors, devices and subsystems. A name is what the list's line holds behind the two-space
+// separator, a trailing carriage return included, and is widened only when it is asked for.
+class PciIdDatabase
+{
+public:
+    // The database of the built-in list, parsed on the first call. Unsynchronised; never destroyed.
+    static PciIdDatabase& instance();
+
+    // Empty; parse() adds to it.
+    PciIdDatabase() = default;
+
+    // Of a list in a file. Throws RuntimeException when the file cannot be mapped.
+    explicit PciIdDatabase(const std::wstring& path);
+
+    // Adds a text's entries. The text must outlive the database.
+    void parse(const char* text, std::size_t length);
+
+    // An unknown identifier is a warning and the empty text; an unknown subsystem a warning and the device's name.
+    std::wstring vendorName(std::uint16_t vendor) const;
+    std::wstring modelName(std::uint16_t vendor, std::uint16_t device) const;
+    std::wstring subsystemModelName(std::uint16_t vendor, std::uint16_t device, std::uint16_t subsystemVendor,
+                                    std::uint16_t subsystemDevice) const;
+
+    // All vendor names in ascending vendor order.
+    std::vector<std::wstring> vendorNames() const;
+};
+}

@@ -1,0 +1,117 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+
+// The platform operations of the inventory, apart from WMI (Providers/ManagementSource.h) and the VM detection library
+// (vm-detect/vm_detect.h). The product links the Windows answers, the tests link their fakes. An operation asks once and
+// answers: the value, or which step failed and with what number. It never logs, throws or decides.
+namespace HardwareInventory::Platform
+{
+// The step of an operation that failed, and the system's number for it.
+template <class Step>
+struct Failure
+{
+    Step step;
+    std::uint32_t code;
+};
+
+template <class Value, class Error>
+using Answer = std::variant<Value, Error>;
+
+// An operation of one step fails with the last OS error alone.
+struct ErrorNumber
+{
+    std::uint32_t code;
+};
+
+enum class RegistryRoot
+{
+    localMachine
+};
+
+enum class RegistryStep
+{
+    openKey,
+    valueSize,
+    value
+};
+
+// A text value, without its terminating zero.
+Answer<std::wstring, Failure<RegistryStep>> registryString(RegistryRoot root, const std::wstring& keyPath,
+                                                           const std::wstring& valueName);
+
+// The domain controller of the local machine's primary domain: the lookup's status, and, when that is 0, the name with its two
+// leading backslashes and the status of giving its buffer back.
+struct DomainController
+{
+    std::uint32_t status = 0;
+    std::wstring name;
+    std::uint32_t freeStatus = 0;
+};
+DomainController domainController();
+
+enum class LocalePart
+{
+    language, // ISO 639
+    country   // ISO 3166
+};
+
+constexpr std::uint32_t kSystemDefaultLocale = 0x0800;
+
+// At most eight characters.
+Answer<std::wstring, ErrorNumber> localeInfo(std::uint32_t locale, LocalePart part);
+
+// Total physical memory in bytes.
+Answer<std::uint64_t, ErrorNumber> totalPhysicalMemory();
+
+enum class TrimStep
+{
+    openDrive,
+    query
+};
+
+// Whether the storage driver reports TRIM for the drive (a path such as \\.\PHYSICALDRIVE0).
+Answer<bool, Failure<TrimStep>> trimEnabled(const std::wstring& drivePath);
+
+enum class DeviceSetupStep
+{
+    deviceSet,
+    element,
+    busNumber,
+    address
+};
+
+struct DeviceLocation
+{
+    std::uint32_t busNumber; // bits 0 to 7 the bus, bits 8 to 23 the PCI domain
+    std::uint32_t address;   // bits 16 to 31 the device, bits 0 to 15 the function
+};
+
+// Where the device setup interface places a device, by its plug-and-play instance identifier.
+Answer<DeviceLocation, Failure<DeviceSetupStep>> deviceLocation(const std::wstring& instanceId);
+
+// Bytes needed for the identifiers of a provider's firmware tables; 0 when there is no such provider.
+std::uint32_t enumerateFirmwareTables(std::uint32_t provider);
+
+// Copies a firmware table into the buffer and returns its size; without a buffer, the size needed. 0 on failure.
+std::uint32_t firmwareTable(std::uint32_t provider, std::uint32_t table, void* buffer, std::uint32_t size);
+
+// A vendor's management library, loaded from the system folder alone; a module of that name that the process has loaded already
+// is used. Null when there is none.
+using ModuleHandle = void*;
+ModuleHandle loadModule(const wchar_t* name);
+void* findProcedure(ModuleHandle module, const char* name); // null for a null module
+void freeModule(ModuleHandle module);                       // ignores null
+
+// True once the process has begun to end: nothing outside this library may be torn down then.
+bool processIsTerminating();
+
+// One pointer per thread. The destroy function is called with it when the thread ends, without the loader lock, and not at all
+// when the process is terminating. Keeping a first value pins the library in the process. False when no slot can be had.
+void* threadValue();
+bool keepForThread(void* value, void (*destroy)(void*));
+std::uint32_t currentThreadId();
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "hw-inventory-impl/lib/Providers/ManagementSource.h"
+#include "hw-inventory-impl/lib/Records.h"
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace HardwareInventory::Providers::WMIProvider
+{
+// A thread's connections to the management service, and the class readers on them. A reader throws what a failing query throws;
+// a property that cannot be read is a warning and a neutral value.
+class WMIConnections
+{
+public:
+    // Connects to ROOT\CIMV2, which is required, and to ROOT\StandardCIMV2, which is not.
+    WMIConnections();
+
+    // The calling thread's connections, made on its first call and destroyed when the thread ends. After a failure the next call
+    // tries again.
+    static WMIConnections& forThisThread();
+
+    std::vector<CpuInfo> getProcessors();
+    std::vector<MotherBoardInfo> getBaseBoards();
+    std::vector<GpuInfo> getVideoControllers();
+    std::vector<RamInfo> getMemory(); // one emulated module on a virtual machine, none on a physical one; runs no query
+    std::vector<DiskInfo> getDisks();
+    std::vector<NetworkAdapterInfo> getNetworkAdapters();
+    SystemInfo getSystem();
+    std::vector<HotfixInfo> getHotfixes();
+
+private:
+    std::unique_ptr<ManagementSource> cimv2_;
+    std::unique_ptr<ManagementSource> standardCimv2_; // empty where the namespace could not be bound; destroyed first
+};
+}

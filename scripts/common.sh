@@ -1,0 +1,32 @@
+# Shared by the scripts: where things are, how they speak, and what a fresh Debian 12 machine lacks.
+root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
+cache="${HW_INVENTORY_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/hw-inventory-interface}"
+mkdir -p "$cache"
+
+say() { echo "== $*" >&2; }
+
+# Runs a step quietly; its output is shown only when it fails.
+quietly() {
+    local log
+    log=$(mktemp)
+    if ! "$@" > "$log" 2>&1; then
+        cat "$log" >&2
+        rm -f "$log"
+        return 1
+    fi
+    rm -f "$log"
+}
+
+as_root() { if [[ $EUID -eq 0 ]]; then "$@"; else sudo "$@"; fi; }
+
+# Installs those of the named Debian packages that are missing.
+ensure_packages() {
+    local missing=() package
+    for package in "$@"; do
+        [[ $(dpkg-query -W -f '${Status}' "$package" 2> /dev/null) == "install ok installed" ]] || missing+=("$package")
+    done
+    [[ ${#missing[@]} -eq 0 ]] && return
+    say "installing ${missing[*]}"
+    quietly as_root apt-get update
+    quietly as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"
+}

@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# Runs a Windows program under Wine, without a display and in a prefix of its own:
+#   wine.sh PREFIX PROGRAM [ARGUMENT...]
+# The prefix is created once; whoever comes meanwhile waits for it.
+set -euo pipefail
+export WINEPREFIX=$1 WINEARCH=win64 WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES="mscoree=d;mshtml=d;winemenubuilder.exe=d"
+unset DISPLAY
+shift
+wine=/usr/lib/wine/wine64
+
+if [[ ! -f $WINEPREFIX/.complete ]]; then
+    mkdir -p "$WINEPREFIX"
+    (
+        flock 9
+        if [[ ! -f $WINEPREFIX/.complete ]]; then
+            "$wine" wineboot --init > "$WINEPREFIX/wineboot.log" 2>&1 < /dev/null || { cat "$WINEPREFIX/wineboot.log" >&2; exit 1; }
+            touch "$WINEPREFIX/.complete"
+        fi
+    ) 9> "$WINEPREFIX/.lock"
+fi
+exec "$wine" "$@"

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace ZelStdCore
+{
+// One walked frame of a call stack. Texts are empty and numbers 0 where the symbol engine cannot tell them.
+struct StackFrame
+{
+    std::uint64_t address = 0;
+    std::wstring symbolName;   // as the symbol engine returns it
+    std::wstring shortName;    // undecorated name only
+    std::wstring completeName; // completely undecorated
+    std::uint64_t symbolDisplacement = 0;
+    std::uint32_t lineDisplacement = 0;
+    std::uint32_t lineNumber = 0;
+    std::wstring fileName;
+    std::uint64_t moduleBase = 0;
+    std::wstring symbolType;
+    std::wstring moduleName;
+    std::wstring imageName;
+};
+
+// The frames as text, one "[displacement] file:function:line" a line. At the start-up code of the run time ("invoke_main")
+// the stack is over: that frame and all behind it are left out.
+std::wstring renderFrames(const std::vector<StackFrame>& frames);
+
+// Drops "invoke_main" and every frame behind it.
+void dropStartupFrames(std::vector<StackFrame>& frames);
+
+// A failure with the place where it was raised and the stack of the throwing thread. Deliberately no std::exception: the
+// boundary tells the two apart.
+class RuntimeException
+{
+public:
+    // captureTrace: walk the stack of this thread, the innermost skipFrames frames left out. A failing tracer leaves the trace
+    // empty; it never replaces the failure being told.
+    RuntimeException(std::wstring message, std::wstring file, std::wstring function, std::int32_t line, bool captureTrace,
+                     std::uint32_t skipFrames);
+
+    const std::wstring& message() const { return message_; }
+    const std::wstring& file() const { return file_; }
+    const std::wstring& function() const { return function_; }
+    std::int32_t line() const { return line_; }
+    const std::vector<StackFrame>& frames() const { return frames_; }
+    const std::wstring& trace() const { return trace_; }
+
+private:
+    std::wstring message_;
+    std::wstring file_;
+    std::wstring function_;
+    std::int32_t line_;
+    std::vector<StackFrame> frames_;
+    std::wstring trace_;
+};
+}
