@@ -7,6 +7,7 @@ set(CMAKE_C_STANDARD_REQUIRED ON)
 set(CMAKE_C_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
     set(CMAKE_BUILD_TYPE RelWithDebInfo)
 endif()
@@ -28,9 +29,12 @@ endif()
 
 if(MINGW)
     # CodeView and a PDB beside each binary, so that the system's symbol engine resolves names and lines.
-    add_compile_options(-g -gcodeview)
-    add_link_options(-Wl,--pdb=)
-    link_libraries(-lpthread)
+    add_compile_options(-g -gcodeview -fstack-protector-strong)
+    add_link_options(-Wl,--pdb= -Wl,--high-entropy-va -Wl,--dynamicbase -Wl,--nxcompat -Wl,-Xlink=-cetcompat)
+    # The same bytes from the same sources: no time stamp, no build folder, no command line.
+    add_compile_options(-gno-codeview-command-line -fdebug-compilation-dir=.)
+    add_link_options(-Wl,--no-insert-timestamp -Wl,-Xlink=-pdbaltpath:%_PDB% -Wl,-Xlink=-pdbsourcepath:/)
+    link_libraries(-lpthread -lssp)
 endif()
 
 if(HW_INVENTORY_SANITIZE)

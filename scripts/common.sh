@@ -30,3 +30,21 @@ ensure_packages() {
     quietly as_root apt-get update
     quietly as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"
 }
+
+build_packages=(clang-16 lld-16 llvm-16 cmake ninja-build git ca-certificates dpkg-dev nlohmann-json3-dev pci.ids)
+test_packages=(googletest libclang-rt-16-dev)
+windows_packages=(g++-mingw-w64-x86-64-posix wine64)
+
+# Configures a preset where its cache is missing or was made for other settings, and builds it.
+#   build PRESET [ARGUMENT OF cmake --build...]
+build() {
+    local preset=$1 folder="$root/build/$1" settings=()
+    shift
+    [[ -n ${HW_INVENTORY_PCI_IDS:-} ]] && settings+=("-DHW_INVENTORY_PCI_IDS=$HW_INVENTORY_PCI_IDS")
+    if [[ ! -f $folder/build.ninja || ${#settings[@]} -gt 0 ]]; then
+        [[ -f $folder/build.ninja ]] || say "configuring $preset (the first time builds Boost, a few minutes)"
+        (cd "$root" && quietly cmake --preset "$preset" "${settings[@]}")
+    fi
+    say "building $preset"
+    (cd "$root" && quietly cmake --build "$folder" "$@")
+}

@@ -1,0 +1,35 @@
+#!/usr/bin/env bash
+# Builds everything and runs all tests: natively, under the sanitizers and under Wine. Ends with a summary.
+#   ./test.sh [PRESET...]     presets: native native-asan mingw (all of them without arguments)
+# Debian 12, as root or with sudo. HW_INVENTORY_PCI_IDS=FILE embeds another PCI ID list than Debian's.
+set -uo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
+
+presets=("$@")
+[[ ${#presets[@]} -gt 0 ]] || presets=(native native-asan mingw)
+ensure_packages "${build_packages[@]}" "${test_packages[@]}" "${windows_packages[@]}" || exit 1
+
+# Runs one preset's tests; CTest's own report goes to a JUnit file, whose first line holds the counts.
+passed=0 failed=0 skipped=0
+declare -a summary
+run_preset() {
+    local preset=$1 report="$root/build/$preset/tests.xml"
+    build "$preset" || { summary+=("$preset: does not build"); failed=$((failed + 1)); return; }
+    say "testing $preset"
+    (cd "$root" && ctest --preset "$preset" -j "$(nproc)" --output-junit "$report" --quiet) >&2
+    local counts tests bad left
+    counts=$(grep -m1 -A5 '<testsuite' "$report" | tr '\n' ' ')
+    tests=$(sed 's/.* tests="\([0-9]*\)".*/\1/' <<< "$counts")
+    bad=$(sed 's/.* failures="\([0-9]*\)".*/\1/' <<< "$counts")
+    left=$(sed 's/.* skipped="\([0-9]*\)".*/\1/' <<< "$counts")
+    summary+=("$preset: $((tests - bad - left)) passed, $bad failed, $left skipped")
+    passed=$((passed + tests - bad - left)) failed=$((failed + bad)) skipped=$((skipped + left))
+    [[ $tests -gt 0 ]] || failed=$((failed + 1))
+}
+
+for preset in "${presets[@]}"; do
+    run_preset "$preset"
+done
+printf '%s\n' "${summary[@]}"
+echo "$passed passed, $failed failed, $skipped skipped"
+[[ $failed -eq 0 ]]
