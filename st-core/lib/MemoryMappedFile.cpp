@@ -1,0 +1,80 @@
+#include "st-core/lib/MemoryMappedFile.h"
+
+#include "st-core/lib/OSError.h"
+#include "st-core/lib/RuntimeException.h"
+#include "st-core/lib/Text.h"
+
+#include <boost/filesystem/operations.hpp>
+
+#include <utility>
+
+namespace ZelStdCore
+{
+namespace
+{
+    constexpr const wchar_t* kSourceFile = L"st-core\\lib\\MemoryMappedFile.cpp";
+    constexpr const wchar_t* kFunction = L"ZelStdCore::MemoryMappedFile::open";
+}
+
+void MemoryMappedFile::open(const std::wstring& path)
+{
+    close();
+
+    boost::system::error_code ignored;
+    const auto status = boost::filesystem::status(path, ignored);
+    if (!boost::filesystem::exists(status))
+        throw RuntimeException(format(L"not a file: %1%", path), kSourceFile, kFunction, __LINE__, true, 2);
+    if (!boost::filesystem::is_regular_file(status))
+        throw RuntimeException(format(L"not a regular file: %1%", path), kSourceFile, kFunction, __LINE__, true, 2);
+
+    path_ = path;
+    file_ = Platform::openForReading(path);
+    // A failed open answers with the invalid handle, never null: it is the mapping that then fails and is told.
+    if (!file_)
+    {
+        const LastError error = LastError::capture();
+        close();
+        throw RuntimeException(format(L"failed to open file (%1%): %2%", path, error.text()), kSourceFile, kFunction, __LINE__,
+                               true, 2);
+    }
+
+    mapping_ = Platform::createReadOnlyMapping(file_);
+    if (!mapping_)
+    {
+        const LastError error = LastError::capture();
+        close();
+        throw RuntimeException(format(L"failed to create file mapping (%1%): %2%", path, error.text()), kSourceFile, kFunction,
+                               __LINE__, true, 2);
+    }
+
+    // The size query answers with a boolean, so that only what it never returns would count as a failure.
+    if (Platform::fileSize(file_, size_) < 0)
+    {
+        const LastError error = LastError::capture();
+        close();
+        throw RuntimeException(format(L"failed to get file size (%1%): %2%", path, error.text()), kSourceFile, kFunction,
+                               __LINE__, true, 2);
+    }
+
+    data_ = Platform::mapView(mapping_, size_);
+    if (!data_)
+    {
+        const LastError error = LastError::capture();
+        close();
+        throw RuntimeException(format(L"failed to get map view of file (%1%): %2%", path, error.text()), kSourceFile, kFunction,
+                               __LINE__, true, 2);
+    }
+}
+
+void MemoryMappedFile::close() noexcept
+{
+    path_.clear();
+    size_ = 0;
+    if (data_)
+        Platform::unmapView(std::exchange(data_, nullptr));
+    if (mapping_)
+        Platform::closeHandle(std::exchange(mapping_, nullptr));
+    if (file_)
+        Platform::closeHandle(std::exchange(file_, nullptr));
+}
+}

@@ -1,0 +1,64 @@
+#include "st-core/lib/Time.h"
+
+#include "st-core/lib/OSError.h"
+#include "st-core/lib/RuntimeException.h"
+#include "st-core/lib/Text.h"
+
+#include <boost/date_time/posix_time/posix_time.hpp>
+
+#include <array>
+#include <cerrno>
+#include <ctime>
+#include <cwchar>
+#include <locale>
+#include <sstream>
+
+namespace ZelStdCore
+{
+namespace
+{
+    constexpr const wchar_t* kSourceFile = L"st-core\\lib\\Time.cpp";
+    constexpr std::size_t kTimeTextSize = 1024;
+
+    bool localTime(std::time_t time, std::tm& fields)
+    {
+#ifdef _WIN32
+        return localtime_s(&fields, &time) == 0;
+#else
+        return localtime_r(&time, &fields) != nullptr;
+#endif
+    }
+}
+
+CalendarTime stringToTime(const std::wstring& text, const std::wstring& format)
+{
+    std::wistringstream stream(text);
+    // The locale owns the facet.
+    stream.imbue(std::locale(std::locale::classic(), new boost::posix_time::wtime_input_facet(format)));
+    boost::posix_time::ptime value(boost::posix_time::not_a_date_time);
+    if (!(stream >> value))
+    {
+        const int error = errno;
+        throw RuntimeException(ZelStdCore::format(L"failed to convert '%1%' to time using '%2%' format: %3%", text, format,
+                                                  strerror(error)),
+                               kSourceFile, L"ZelStdCore::stringToTime", __LINE__, true, 2);
+    }
+    std::tm fields = to_tm(value);
+    fields.tm_isdst = -1;
+    return std::mktime(&fields);
+}
+
+std::wstring timeToString(CalendarTime time, const std::wstring& format)
+{
+    std::tm fields{};
+    std::array<wchar_t, kTimeTextSize> text{};
+    if (!localTime(time, fields) || std::wcsftime(text.data(), text.size(), format.c_str(), &fields) == 0)
+    {
+        const int error = errno;
+        throw RuntimeException(ZelStdCore::format(L"failed to convert %1% to time (format = %2%): %3%", time, format,
+                                                  strerror(error)),
+                               kSourceFile, L"ZelStdCore::timeToString", __LINE__, true, 2);
+    }
+    return text.data();
+}
+}
