@@ -1,0 +1,68 @@
+#pragma once
+
+#include "hw-inventory-impl/lib/Providers/ManagementSource.h"
+#include "hw-inventory-interface/ErrorHandling/Exception.h"
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+// The management service behind the tests' connectManagementSource. Operations pass callFails (FakeMachine.h) under the names of
+// the platform calls that they stand for: "CoInitializeEx", "CoCreateInstance", "ConnectServer", "CoSetProxyBlanket",
+// "ExecQuery", "Next", "Get", "VariantClear".
+namespace fakes
+{
+using namespace HardwareInventory::Providers::WMIProvider;
+using HardwareInventory::ErrorHandling::ErrorCode;
+
+// What a value raises that does not convert: like the platform's own, no std::exception.
+struct ComError
+{
+    std::int32_t result;
+};
+
+// Property and class names ignore case.
+struct IgnoringCase
+{
+    bool operator()(const std::wstring& left, const std::wstring& right) const;
+};
+
+using Texts = std::vector<std::wstring>;
+using FakeValue = std::variant<Unreadable, Null, std::wstring, std::int32_t, bool, OtherType, Texts>;
+
+// One result object: its properties by name. A property not listed is unreadable.
+using FakeObject = std::map<std::wstring, FakeValue, IgnoringCase>;
+using FakeObjects = std::vector<FakeObject>;
+
+struct FakeNamespace
+{
+    std::optional<ErrorCode> failure;            // what connecting throws; an absent namespace throws ErrorCode::wmiBind
+    std::map<std::wstring, FakeObjects> answers; // by the exact text of the query
+
+    // Asked for the queries that have no answer of their own. The default has no objects for any.
+    std::function<FakeObjects(const std::wstring& wql)> otherwise = [](const std::wstring&) { return FakeObjects(); };
+};
+
+struct FakeManagement
+{
+    FakeNamespace cimv2;         // ROOT\CIMV2
+    FakeNamespace standardCimv2; // ROOT\StandardCIMV2
+
+    std::vector<std::wstring> queries; // the texts, in order
+    std::vector<std::wstring> events;  // "connected NAMESPACE" and "disconnected NAMESPACE", in order
+};
+
+FakeManagement& management();
+
+// Connections made and not destroyed, in the whole process.
+int liveConnections();
+
+std::shared_ptr<const ManagementObject> makeObject(FakeObject properties);
+
+// Sets the machine and its management service up with one device of every kind, all of whose facts can be read.
+void setUpOneOfEverything();
+}
