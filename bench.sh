@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# Measures the library's figures against their bars, natively, both sides of a ratio in the same run.
+#   ./bench.sh [ARGUMENT OF GOOGLE BENCHMARK...]
+# Ends with a table, one figure a line; fails when one falls short. Figures that need data of real machines are skipped where
+# HW_INVENTORY_CORPUS (else the folder that the tests use) is not there. Debian 12, as root or with sudo.
+set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
+
+ensure_packages "${build_packages[@]}" googletest libbenchmark-dev libpci-dev
+folder="$root/build/bench"
+say "building the benchmarks"
+quietly cmake -S "$root" --preset native -B "$folder" -DHW_INVENTORY_BENCH=ON \
+    ${HW_INVENTORY_PCI_IDS:+"-DHW_INVENTORY_PCI_IDS=$HW_INVENTORY_PCI_IDS"}
+quietly cmake --build "$folder" --target benchmarks
+HW_INVENTORY_CORPUS=${HW_INVENTORY_CORPUS:-$(sed -n 's/^HW_INVENTORY_CORPUS:PATH=//p' "$folder/CMakeCache.txt")}
+export HW_INVENTORY_CORPUS
+
+report=$(mktemp)
+trap 'rm -f "$report"' EXIT
+short=0
+for program in "$folder"/benchmarks/*; do
+    say "running $(basename "$program")"
+    "$program" --benchmark_repetitions=9 --benchmark_min_time=0.1 --benchmark_enable_random_interleaving=true "$@" |
+        tee -a "$report" | { grep -v '^figure ' >&2 || true; } || short=1
+done
+sed -n 's/^figure //p' "$report"
+exit $short
