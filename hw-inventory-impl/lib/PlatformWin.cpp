@@ -1,0 +1,96 @@
+#include "hw-inventory-impl/lib/Platform.h"
+
+#include "hw-inventory-impl/lib/UniqueHandle.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+
+// What the system itself tells: the registry, the locale, the memory status and the firmware's tables.
+namespace HardwareInventory::Platform
+{
+namespace
+{
+    using RegistryKey = UniqueHandle<HKEY, RegCloseKey>;
+
+    // A value may grow between the question for its size and the question for its data; one that grows this often is not waited for.
+    constexpr int kSizeAttempts = 4;
+
+    HKEY predefinedKey(RegistryRoot)
+    {
+        return HKEY_LOCAL_MACHINE;
+    }
+
+    bool isText(DWORD type)
+    {
+        return type == REG_SZ || type == REG_EXPAND_SZ;
+    }
+
+    // Registry texts are counted in bytes, whole characters or not, and are zero-terminated, once, twice or not at all.
+    std::wstring textOf(std::wstring buffer, DWORD bytes)
+    {
+        buffer.resize(bytes / sizeof(wchar_t));
+        buffer.resize(std::min(buffer.find(L'\0'), buffer.size()));
+        return buffer;
+    }
+}
+
+Answer<std::wstring, Failure<RegistryStep>> registryString(RegistryRoot root, const std::wstring& keyPath,
+                                                           const std::wstring& valueName)
+{
+    RegistryKey key;
+    if (const LSTATUS status = RegOpenKeyW(predefinedKey(root), keyPath.c_str(), key.put()); status != ERROR_SUCCESS)
+        return Failure<RegistryStep>{RegistryStep::openKey, static_cast<std::uint32_t>(status)};
+
+    DWORD bytes = 0;
+    LSTATUS status = RegQueryValueExW(key.get(), valueName.c_str(), nullptr, nullptr, nullptr, &bytes);
+    if (status != ERROR_SUCCESS)
+        return Failure<RegistryStep>{RegistryStep::valueSize, static_cast<std::uint32_t>(status)};
+
+    std::wstring buffer;
+    DWORD type = REG_NONE;
+    for (int attempt = 0; attempt < kSizeAttempts; ++attempt)
+    {
+        buffer.resize(bytes / sizeof(wchar_t) + 1);
+        bytes = static_cast<DWORD>(buffer.size() * sizeof(wchar_t));
+        status = RegQueryValueExW(key.get(), valueName.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(buffer.data()), &bytes);
+        if (status != ERROR_MORE_DATA)
+            break;
+    }
+    if (status == ERROR_SUCCESS && !isText(type))
+        status = ERROR_UNSUPPORTED_TYPE;
+    if (status != ERROR_SUCCESS)
+        return Failure<RegistryStep>{RegistryStep::value, static_cast<std::uint32_t>(status)};
+    return textOf(std::move(buffer), bytes);
+}
+
+Answer<std::wstring, ErrorNumber> localeInfo(std::uint32_t locale, LocalePart part)
+{
+    std::array<wchar_t, 9> text{};
+    const LCTYPE type = part == LocalePart::language ? LOCALE_SISO639LANGNAME : LOCALE_SISO3166CTRYNAME;
+    if (GetLocaleInfoW(locale, type, text.data(), static_cast<int>(text.size())) == 0)
+        return ErrorNumber{GetLastError()};
+    return std::wstring(text.data());
+}
+
+Answer<std::uint64_t, ErrorNumber> totalPhysicalMemory()
+{
+    MEMORYSTATUSEX status{};
+    status.dwLength = sizeof status;
+    static_assert(sizeof status == 64);
+    if (!GlobalMemoryStatusEx(&status))
+        return ErrorNumber{GetLastError()};
+    return status.ullTotalPhys;
+}
+
+std::uint32_t enumerateFirmwareTables(std::uint32_t provider)
+{
+    return EnumSystemFirmwareTables(provider, nullptr, 0);
+}
+
+std::uint32_t firmwareTable(std::uint32_t provider, std::uint32_t table, void* buffer, std::uint32_t size)
+{
+    return GetSystemFirmwareTable(provider, table, buffer, size);
+}
+}

@@ -1,0 +1,26 @@
+#include "hw-inventory-impl/lib/Providers/ComApi.h"
+
+namespace HardwareInventory::Providers::ComApi
+{
+HRESULT initializeEx(DWORD apartment)
+{
+    return CoInitializeEx(nullptr, apartment);
+}
+
+void uninitialize()
+{
+    CoUninitialize();
+}
+
+HRESULT createInstance(REFCLSID classId, DWORD context, REFIID interfaceId, void** object)
+{
+    return CoCreateInstance(classId, nullptr, context, interfaceId, object);
+}
+
+HRESULT setProxyBlanket(IUnknown* proxy, DWORD authentication, DWORD authorization, DWORD authenticationLevel,
+                        DWORD impersonationLevel, DWORD capabilities)
+{
+    return CoSetProxyBlanket(proxy, authentication, authorization, nullptr, authenticationLevel, impersonationLevel, nullptr,
+                             capabilities);
+}
+}

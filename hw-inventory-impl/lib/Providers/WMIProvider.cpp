@@ -1,0 +1,138 @@
+#include "hw-inventory-impl/lib/Providers/WMIProvider.h"
+
+#include "hw-inventory-impl/lib/Providers/ComApi.h"
+#include "hw-inventory-impl/lib/Providers/WMIValues.h"
+#include "hw-inventory-interface/ErrorHandling/Exception.h"
+#include "st-core/lib/HostLogger.h"
+#include "st-core/lib/OSError.h"
+
+#include <comdef.h>
+
+#include <memory>
+
+namespace HardwareInventory::Providers::WMIProvider
+{
+namespace
+{
+    using ErrorHandling::ErrorCode;
+    using ErrorHandling::Exception;
+    using Microsoft::WRL::ComPtr;
+    using ZelStdCore::format;
+    using ZelStdCore::LastError;
+
+    const wchar_t* const kSource = L"hw-inventory-impl\\lib\\Providers\\WMIProvider.cpp";
+    const wchar_t* const kConstructor = L"HardwareInventory::Providers::WMIProvider::WMIConnection::WMIConnection";
+    const wchar_t* const kFailure = L"%1% (GetLastError() = %2%)";
+
+    // Static objects are initialised by the thread that loads the library.
+    const DWORD loaderThreadId = GetCurrentThreadId();
+
+    struct FreeBstr
+    {
+        void operator()(BSTR text) const { SysFreeString(text); }
+    };
+    using Bstr = std::unique_ptr<OLECHAR, FreeBstr>;
+
+    Bstr makeBstr(const std::wstring& text)
+    {
+        Bstr copy(SysAllocStringLen(text.data(), static_cast<UINT>(text.size())));
+        if (!copy)
+            throw _com_error(E_OUTOFMEMORY);
+        return copy;
+    }
+}
+
+ApartmentMembership::~ApartmentMembership()
+{
+    if (leaves_)
+        ComApi::uninitialize();
+}
+
+HRESULT ApartmentMembership::join()
+{
+    const HRESULT result = ComApi::initializeEx(COINIT_MULTITHREADED);
+    leaves_ = SUCCEEDED(result);
+    return result;
+}
+
+WMIConnection::WMIConnection(const std::wstring& namespacePath)
+{
+    HRESULT result = apartment_.join();
+    if (FAILED(result) && result != RPC_E_CHANGED_MODE)
+    {
+        const LastError error = LastError::capture();
+        throw Exception(ErrorCode::comInitialization, format(kFailure, error.text(), error.code), kSource, kConstructor, __LINE__);
+    }
+
+    result = ComApi::createInstance(CLSID_WbemLocator, CLSCTX_INPROC_SERVER, IID_IWbemLocator,
+                                    reinterpret_cast<void**>(locator_.GetAddressOf()));
+    if (FAILED(result))
+    {
+        const LastError error = LastError::capture();
+        throw Exception(ErrorCode::wmiLocator, format(kFailure, error.text(), error.code), kSource, kConstructor, __LINE__);
+    }
+
+    const Bstr path = makeBstr(namespacePath);
+    result = locator_->ConnectServer(path.get(), nullptr, nullptr, nullptr, 0, nullptr, nullptr, services_.GetAddressOf());
+    if (FAILED(result))
+    {
+        const LastError error = LastError::capture();
+        throw Exception(ErrorCode::wmiBind, format(kFailure, error.text(), error.code), kSource, kConstructor, __LINE__);
+    }
+
+    result = ComApi::setProxyBlanket(services_.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, RPC_C_AUTHN_LEVEL_CALL,
+                                     RPC_C_IMP_LEVEL_IMPERSONATE, EOAC_NONE);
+    if (FAILED(result))
+    {
+        const LastError error = LastError::capture();
+        throw Exception(ErrorCode::wmiSecurityBlanket, format(kFailure, error.text(), error.code), kSource, kConstructor, __LINE__);
+    }
+
+    // A connection that stands leaves COM once in any case; one that failed must not close the apartment of its host.
+    apartment_.leaveAlways();
+}
+
+WMIConnection::~WMIConnection()
+{
+    // The loading thread can end while the process tears COM down; a call into the proxy could then wait for ever.
+    if (GetCurrentThreadId() == loaderThreadId)
+        services_.Detach();
+}
+
+void WMIConnection::query(const std::wstring& wql, const ObjectCallback& callback)
+{
+    const Bstr language = makeBstr(L"WQL");
+    const Bstr text = makeBstr(wql);
+    ComPtr<IEnumWbemClassObject> objects;
+    HRESULT result = services_->ExecQuery(language.get(), text.get(), WBEM_FLAG_FORWARD_ONLY | WBEM_FLAG_RETURN_IMMEDIATELY,
+                                          nullptr, objects.GetAddressOf());
+    if (FAILED(result))
+    {
+        const LastError error = LastError::capture();
+        throw Exception(ErrorCode::wmiQuery, format(L"'%1%': %2% (GetLastError() = %3%)", wql, error.text(), error.code), kSource,
+                        L"HardwareInventory::Providers::WMIProvider::WMIConnection::query", __LINE__);
+    }
+
+    for (;;)
+    {
+        ComPtr<IWbemClassObject> object;
+        ULONG returned = 0;
+        result = objects->Next(WBEM_INFINITE, 1, object.GetAddressOf(), &returned);
+        if (FAILED(result))
+        {
+            const LastError error = LastError::capture();
+            ZelStdCore::logWarning(L"failed to iterate %1%: %2% (GetLastError() = %3%)", wql, error.text(), error.code);
+            return;
+        }
+        // The end is told by the number of objects: the result may still be a success then.
+        if (returned == 0)
+            return;
+        callback(std::make_shared<WMIObject>(std::move(object)));
+    }
+}
+
+std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath)
+{
+    return std::make_unique<WMIConnection>(namespacePath);
+}
+}

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "hw-inventory-impl/lib/Providers/ManagementSource.h"
+
+#include <windows.h>
+
+#include <wbemcli.h>
+#include <wrl/client.h>
+
+namespace HardwareInventory::Providers::WMIProvider
+{
+// A thread's membership in an apartment of COM.
+class ApartmentMembership
+{
+public:
+    ApartmentMembership() = default;
+    ApartmentMembership(const ApartmentMembership&) = delete;
+    ~ApartmentMembership();
+
+    // Joins the multithreaded apartment. What has been joined is left on destruction; a thread of another apartment stays as it is.
+    HRESULT join();
+
+    // From now on COM is left on destruction even where the thread was in another apartment.
+    void leaveAlways() { leaves_ = true; }
+
+private:
+    bool leaves_ = false;
+};
+
+// A connection to one namespace of the management service through COM. Used and destroyed on the thread that made it.
+class WMIConnection final : public ManagementSource
+{
+public:
+    explicit WMIConnection(const std::wstring& namespacePath);
+    ~WMIConnection() override;
+
+    void query(const std::wstring& wql, const ObjectCallback& callback) override;
+
+private:
+    ApartmentMembership apartment_;
+    Microsoft::WRL::ComPtr<IWbemLocator> locator_;
+    Microsoft::WRL::ComPtr<IWbemServices> services_;
+};
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "hw-inventory-impl/lib/Providers/ManagementSource.h"
+
+#include <windows.h>
+
+#include <wbemcli.h>
+#include <wrl/client.h>
+
+namespace HardwareInventory::Providers::WMIProvider
+{
+// A result object of the management service. Shares the ownership of the COM object.
+class WMIObject final : public ManagementObject
+{
+public:
+    explicit WMIObject(Microsoft::WRL::ComPtr<IWbemClassObject> object) : object_(std::move(object)) {}
+
+    const void* address() const override { return object_.Get(); }
+    PropertyValue get(const wchar_t* property) const override;
+    std::optional<bool> getBool(const wchar_t* property) const override;
+    std::variant<std::vector<std::wstring>, ArrayFailure> getStringArray(const wchar_t* property) const override;
+
+private:
+    Microsoft::WRL::ComPtr<IWbemClassObject> object_;
+};
+}
