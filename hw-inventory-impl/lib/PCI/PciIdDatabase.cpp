@@ -1,0 +1,79 @@
+#include "hw-inventory-impl/lib/PCI/PciIdDatabase.h"
+
+#include "hw-inventory-impl/lib/PCI/BuiltInList.h"
+#include "st-core/lib/HostLogger.h"
+#include "st-core/lib/MemoryMappedFile.h"
+
+#include <memory>
+
+using ZelStdCore::logWarning;
+using ZelStdCore::widen;
+
+namespace HardwareInventory
+{
+namespace
+{
+    std::unique_ptr<PciIdDatabase> readBuiltInList()
+    {
+        const auto text = builtInPciIdList();
+        auto database = std::make_unique<PciIdDatabase>();
+        database->parse(text.data(), text.size());
+        return database;
+    }
+}
+
+PciIdDatabase& PciIdDatabase::instance()
+{
+    static auto& database = *readBuiltInList().release();
+    return database;
+}
+
+PciIdDatabase::PciIdDatabase(const std::wstring& path)
+{
+    ZelStdCore::MemoryMappedFile file;
+    file.open(path);
+    ownedText_.assign(file.data(), static_cast<std::size_t>(file.size()));
+    file.close();
+    parse(ownedText_.data(), ownedText_.size());
+}
+
+void PciIdDatabase::parse(const char* text, std::size_t length)
+{
+    parsePciIdList({text, length}, tables_);
+}
+
+std::wstring PciIdDatabase::vendorName(std::uint16_t vendor) const
+{
+    if (const auto* const name = tables_.vendors.find(vendor))
+        return widen(*name);
+    logWarning(L"failed to lookup vendor %04X", vendor);
+    return {};
+}
+
+std::wstring PciIdDatabase::modelName(std::uint16_t vendor, std::uint16_t device) const
+{
+    if (const auto* const name = tables_.models.find(joinPciIds(vendor, device)))
+        return widen(*name);
+    logWarning(L"failed to lookup model (%04X:%04X)", vendor, device);
+    return {};
+}
+
+std::wstring PciIdDatabase::subsystemModelName(std::uint16_t vendor, std::uint16_t device, std::uint16_t subsystemVendor,
+                                               std::uint16_t subsystemDevice) const
+{
+    if (const auto* const name = tables_.subsystems.find(joinPciIds(vendor, device, subsystemVendor, subsystemDevice)))
+        return widen(*name);
+    logWarning(L"failed to lookup model (%04X:%04X:%04X:%04X), fallback to (%04X:%04X)", vendor, device, subsystemVendor,
+               subsystemDevice, vendor, device);
+    return modelName(vendor, device);
+}
+
+std::vector<std::wstring> PciIdDatabase::vendorNames() const
+{
+    std::vector<std::wstring> names;
+    names.reserve(tables_.vendors.entries().size());
+    for (const auto& vendor : tables_.vendors.entries())
+        names.push_back(widen(vendor.name));
+    return names;
+}
+}

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "hw-inventory-impl/lib/PCI/PciIdListParser.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace HardwareInventory
@@ -22,6 +23,9 @@ public:
     // Of a list in a file. Throws RuntimeException when the file cannot be mapped.
     explicit PciIdDatabase(const std::wstring& path);
 
+    PciIdDatabase(const PciIdDatabase&) = delete;
+    PciIdDatabase& operator=(const PciIdDatabase&) = delete;
+
     // Adds a text's entries. The text must outlive the database.
     void parse(const char* text, std::size_t length);
 
@@ -33,5 +37,9 @@ public:
 
     // All vendor names in ascending vendor order.
     std::vector<std::wstring> vendorNames() const;
+
+private:
+    std::string ownedText_; // of a list in a file
+    PciIdTables tables_;
 };
 }
