@@ -1,0 +1,145 @@
+#include "hw-inventory-interface/include/hw_inventory_interface.h"
+
+#include "hw-inventory-impl/lib/InventoryService.h"
+#include "hw-inventory-interface/Documents.h"
+#include "hw-inventory-interface/ErrorHandling/ExceptionRecord.h"
+#include "st-core/lib/HostLogger.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <utility>
+
+using HardwareInventory::InventoryService;
+using namespace HardwareInventory::ErrorHandling;
+
+namespace
+{
+constexpr auto kNoSize = L"null buffer_size provided to write JSON data to";
+constexpr auto kNoSizeForRam = L"null buffer size provided to write JSON data to";
+
+// Both outputs are stored before the allocation is judged: the host sees the size that could not be had.
+ExportStatus handOver(const std::string& document, char** buffer, size_t* bufferSize)
+{
+    const size_t size = document.size() + 1;
+    *bufferSize = size;
+    *buffer = static_cast<char*>(std::malloc(size));
+    if (!*buffer)
+        return EXPORT_STATUS_OTHER;
+    std::memcpy(*buffer, document.c_str(), size);
+    return EXPORT_STATUS_SUCCESS;
+}
+
+// The body of the collecting functions. The machine is read before the size argument is judged; the document is written after
+// it, since writing it can log.
+template <class Collect, class Write>
+ExportStatus answer(char** buffer, size_t* bufferSize, const wchar_t* noSize, Collect collect, Write write) noexcept
+{
+    try
+    {
+        const auto records = collect(InventoryService::instance());
+        if (!bufferSize)
+        {
+            ZelStdCore::logError(noSize);
+            return EXPORT_STATUS_NO_SIZE;
+        }
+        return handOver(write(records), buffer, bufferSize);
+    }
+    catch (...)
+    {
+        return recordFailure(std::current_exception());
+    }
+}
+
+template <class Records>
+ExportStatus answer(char** buffer, size_t* bufferSize, Records (InventoryService::*find)(), std::string (*write)(const Records&)) noexcept
+{
+    return answer(buffer, bufferSize, kNoSize, [find](InventoryService& service) { return (service.*find)(); }, write);
+}
+}
+
+ExportStatus hardware_inventory_find_cpus(char** buffer, size_t* buffer_size)
+{
+    return answer(buffer, buffer_size, &InventoryService::findCpus, &HardwareInventory::cpusDocument);
+}
+
+ExportStatus hardware_inventory_find_gpus(char** buffer, size_t* buffer_size)
+{
+    return answer(buffer, buffer_size, &InventoryService::findGpus, &HardwareInventory::gpusDocument);
+}
+
+ExportStatus hardware_inventory_find_ram(char** buffer, size_t* buffer_size)
+{
+    const auto collect = [](InventoryService& service) { return std::pair{service.findRam(), service.usableMemory()}; };
+    const auto write = [](const auto& memory) { return HardwareInventory::ramDocument(memory.first, memory.second); };
+    return answer(buffer, buffer_size, kNoSizeForRam, collect, write);
+}
+
+ExportStatus hardware_inventory_find_disks(char** buffer, size_t* buffer_size)
+{
+    return answer(buffer, buffer_size, &InventoryService::findDisks, &HardwareInventory::disksDocument);
+}
+
+ExportStatus hardware_inventory_find_network_adapters(char** buffer, size_t* buffer_size)
+{
+    return answer(buffer, buffer_size, &InventoryService::findNetworkAdapters, &HardwareInventory::networkAdaptersDocument);
+}
+
+ExportStatus hardware_inventory_find_base_boards(char** buffer, size_t* buffer_size)
+{
+    return answer(buffer, buffer_size, &InventoryService::findBaseBoards, &HardwareInventory::baseBoardsDocument);
+}
+
+ExportStatus hardware_inventory_find_system(char** buffer, size_t* buffer_size)
+{
+    return answer(buffer, buffer_size, &InventoryService::findSystem, &HardwareInventory::systemDocument);
+}
+
+ExportStatus hardware_inventory_find_hotfixes(char** buffer, size_t* buffer_size)
+{
+    return answer(buffer, buffer_size, &InventoryService::findHotfixes, &HardwareInventory::hotfixesDocument);
+}
+
+void release_buffer(void* buffer)
+{
+    std::free(buffer);
+}
+
+const ExceptionRecord* hardware_inventory_get_exception(void)
+{
+    return &lastException();
+}
+
+// A failure in here is none of a collection: the record keeps what the caller came to read.
+ExportStatus hardware_inventory_exception_string(char* buffer, size_t* buffer_size)
+{
+    try
+    {
+        if (!buffer_size)
+        {
+            ZelStdCore::logError(L"null buffer_size provided to write exception info to");
+            return EXPORT_STATUS_NO_SIZE;
+        }
+        const std::string text = exceptionText(lastException());
+        if (!buffer || *buffer_size <= text.size())
+            return EXPORT_STATUS_BUFFER_TOO_SMALL;
+        std::memcpy(buffer, text.c_str(), text.size() + 1);
+        return EXPORT_STATUS_SUCCESS;
+    }
+    catch (...)
+    {
+        return EXPORT_STATUS_OTHER;
+    }
+}
+
+void hardware_inventory_set_logger(HardwareInventoryLogger logger)
+{
+    try
+    {
+        ZelStdCore::HostLogger::instance().set(logger);
+    }
+    catch (...)
+    {
+        // Without memory for the slot there is no logging.
+    }
+}

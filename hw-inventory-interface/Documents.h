@@ -1,0 +1,24 @@
+#pragma once
+
+#include "hw-inventory-impl/lib/Records.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// The documents: compact JSON in UTF-8, keys sorted, unknown values left out. Text that is no valid UTF-8 by then, and memory that
+// runs out, are std::exceptions; nothing terminates.
+namespace HardwareInventory
+{
+std::string cpusDocument(const std::vector<CpuInfo>& cpus);
+std::string gpusDocument(const std::vector<GpuInfo>& gpus);
+std::string ramDocument(const std::vector<RamInfo>& modules, std::uint64_t usableMemory);
+
+// Warns of partitions and disks that report more used space than they have, once per call.
+std::string disksDocument(const std::vector<DiskInfo>& disks);
+
+std::string networkAdaptersDocument(const std::vector<NetworkAdapterInfo>& adapters);
+std::string baseBoardsDocument(const std::vector<MotherBoardInfo>& boards);
+std::string systemDocument(const SystemInfo& system);
+std::string hotfixesDocument(const std::vector<HotfixInfo>& hotfixes);
+}
