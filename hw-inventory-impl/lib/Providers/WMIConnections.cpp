@@ -1,0 +1,49 @@
+#include "hw-inventory-impl/lib/Providers/WMIConnections.h"
+
+#include "hw-inventory-impl/lib/Platform.h"
+#include "hw-inventory-interface/ErrorHandling/Exception.h"
+#include "st-core/lib/HostLogger.h"
+#include "st-core/lib/OSError.h"
+
+#include <stdexcept>
+
+namespace HardwareInventory::Providers::WMIProvider
+{
+namespace
+{
+    // Windows before version 8 has no such namespace.
+    std::unique_ptr<ManagementSource> connectStandardCimv2()
+    {
+        try
+        {
+            return connectManagementSource(L"ROOT\\StandardCIMV2");
+        }
+        catch (const ErrorHandling::Exception& failure)
+        {
+            const auto error = ZelStdCore::LastError::capture();
+            if (failure.code() != ErrorHandling::ErrorCode::wmiBind)
+                throw;
+            ZelStdCore::logWarning(L"failed to bind to ROOT\\StandardCIMV2 WMI namespace: %1% (GetLastError() = %2%)",
+                                   error.text(), error.code);
+            return nullptr;
+        }
+    }
+}
+
+WMIConnections::WMIConnections() :
+    cimv2_(connectManagementSource(L"ROOT\\CIMV2")),
+    standardCimv2_(connectStandardCimv2())
+{
+}
+
+WMIConnections& WMIConnections::forThisThread()
+{
+    if (void* kept = Platform::threadValue())
+        return *static_cast<WMIConnections*>(kept);
+
+    auto connections = std::make_unique<WMIConnections>();
+    if (!Platform::keepForThread(connections.get(), [](void* value) { delete static_cast<WMIConnections*>(value); }))
+        throw std::runtime_error("failed to keep the WMI connections of the thread");
+    return *connections.release();
+}
+}

@@ -3,7 +3,6 @@
 #include "hw-inventory-impl/lib/Providers/ManagementSource.h"
 #include "hw-inventory-impl/lib/Records.h"
 
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
