@@ -1,0 +1,355 @@
+#include "st-core/lib/WinTracer.h"
+
+#include "st-core/lib/DbgHelp.h"
+#include "st-core/lib/ModuleVersion.h"
+#include "st-core/lib/OSError.h"
+#include "st-core/lib/SymbolNames.h"
+#include "st-core/lib/SymbolSearchPath.h"
+#include "st-core/lib/Text.h"
+
+#include <array>
+#include <cstddef>
+#include <new>
+#include <type_traits>
+#include <utility>
+
+#include <psapi.h>
+#include <tlhelp32.h>
+
+namespace ZelStdCore
+{
+namespace
+{
+    constexpr const wchar_t* kSourceFile = L"st-core\\lib\\WinTracer.cpp";
+    constexpr std::uint32_t kExceptionOptions = Tracer::symbolNames | Tracer::sourceLines | Tracer::moduleInformation | Tracer::logModules;
+    constexpr std::uint32_t kEngineOptions = SYMOPT_UNDNAME | SYMOPT_DEFERRED_LOADS | SYMOPT_LOAD_LINES | SYMOPT_LOAD_ANYTHING
+                                             | SYMOPT_FAIL_CRITICAL_ERRORS | SYMOPT_INCLUDE_32BIT_MODULES | SYMOPT_NO_PROMPTS
+                                             | SYMOPT_FAVOR_COMPRESSED;
+    static_assert(kEngineOptions == 0x882256);
+    constexpr std::size_t kLongestSymbolName = 4096;
+    constexpr std::size_t kLongestPath = 32768;
+
+    // By the engine's symbol type.
+    constexpr auto kSymbolTypeNames = std::to_array<const wchar_t*>({
+        L"-nosymbols-",
+        L"COFF",
+        L"CV",
+        L"PDB",
+        L"-exported-",
+        L"-deferred-",
+        L"SYM",
+        L"DIA",
+        L"Virtual",
+    });
+    static_assert(kSymbolTypeNames.size() == SymVirtual + 1);
+
+    Tracer::LogReceiver logReceiver = nullptr;
+
+    template <class... Arguments>
+    void log(const wchar_t* pattern, const Arguments&... arguments)
+    {
+        if (logReceiver)
+            logReceiver(format(pattern, arguments...));
+    }
+
+    const void* pointer(std::uint64_t address)
+    {
+        return reinterpret_cast<const void*>(static_cast<std::uintptr_t>(address));
+    }
+
+    struct CloseSnapshot
+    {
+        using pointer = HANDLE;
+        void operator()(HANDLE handle) const { CloseHandle(handle); }
+    };
+    using Snapshot = std::unique_ptr<std::remove_pointer_t<HANDLE>, CloseSnapshot>;
+
+    using SymbolBuffer = std::unique_ptr<std::byte[]>;
+
+    // Null when there is no memory for it.
+    SymbolBuffer newSymbolBuffer()
+    {
+        SymbolBuffer buffer(new (std::nothrow) std::byte[sizeof(SYMBOL_INFOW) + kLongestSymbolName * sizeof(wchar_t)]);
+        if (!buffer)
+            return nullptr;
+        auto& symbol = *new (buffer.get()) SYMBOL_INFOW{};
+        symbol.SizeOfStruct = sizeof(SYMBOL_INFOW);
+        symbol.MaxNameLen = kLongestSymbolName;
+        return buffer;
+    }
+
+    bool isCallingThread(HANDLE thread)
+    {
+        return thread == GetCurrentThread() || GetThreadId(thread) == GetCurrentThreadId();
+    }
+
+    // Nothing is allocated while the thread is suspended: it may hold the lock of the heap.
+    bool contextOfOther(HANDLE thread, CONTEXT& context)
+    {
+        if (SuspendThread(thread) == static_cast<DWORD>(-1))
+            return false;
+        context.ContextFlags = CONTEXT_FULL;
+        const BOOL known = GetThreadContext(thread, &context);
+        ResumeThread(thread);
+        return known;
+    }
+
+    STACKFRAME64 firstFrame(const CONTEXT& context)
+    {
+        STACKFRAME64 frame{};
+        frame.AddrPC = {context.Rip, 0, AddrModeFlat};
+        frame.AddrFrame = {context.Rbp, 0, AddrModeFlat};
+        frame.AddrStack = {context.Rsp, 0, AddrModeFlat};
+        return frame;
+    }
+}
+
+const wchar_t* symbolTypeName(std::uint32_t type)
+{
+    return type < kSymbolTypeNames.size() ? kSymbolTypeNames[type] : L"-unknown-";
+}
+
+Tracer::Tracer(std::uint32_t options, std::wstring searchPath, std::uint32_t processId, void* process)
+    : options_(options), searchPath_(std::move(searchPath)), processId_(processId), process_(process)
+{
+}
+
+Tracer::~Tracer() = default;
+
+void Tracer::setLog(LogReceiver receiver)
+{
+    logReceiver = receiver;
+}
+
+std::vector<StackFrame> Tracer::traceCurrentThread()
+{
+    CONTEXT context{};
+    RtlCaptureContext(&context);
+    Tracer tracer(kExceptionOptions, {}, GetCurrentProcessId(), GetCurrentProcess());
+    auto frames = tracer.getTrace(GetCurrentThread(), &context);
+    // The first frame is this function.
+    if (!frames.empty())
+        frames.erase(frames.begin());
+    return frames;
+}
+
+void Tracer::beginSession()
+{
+    if (session_)
+        return;
+    const DbgHelp* engine = DbgHelp::instance();
+    std::unique_ptr<SymbolSession> session;
+    if (engine)
+        session = std::make_unique<SymbolSession>(
+            *engine, process_,
+            options_ & composeSearchPath ? composeSymbolSearchPath(searchPath_, options_ & symbolServer) : std::wstring(),
+            kEngineOptions);
+    if (!session || !session->handle())
+        throw RuntimeException(format(L"failed to initialize tracer: %1%", lastErrorText()), kSourceFile,
+                               L"ZelStdCore::Tracer::loadModules", __LINE__, false, 2);
+    session_ = std::move(session);
+}
+
+void Tracer::loadModules()
+{
+    if (initialised_)
+        return;
+    beginSession();
+    if (!loadFromSnapshot() && !getModuleListPSAPI(process_))
+        throw RuntimeException(format(L"failed to initialize tracer: %1%", lastErrorText()), kSourceFile,
+                               L"ZelStdCore::Tracer::loadModules", __LINE__, false, 2);
+    initialised_ = true;
+}
+
+bool Tracer::loadFromSnapshot()
+{
+    const HANDLE handle = CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, processId_);
+    if (handle == INVALID_HANDLE_VALUE)
+        return false;
+    const Snapshot snapshot(handle);
+    MODULEENTRY32W module{};
+    module.dwSize = sizeof(module);
+    for (BOOL found = Module32FirstW(handle, &module); found; found = Module32NextW(handle, &module))
+        loadModule(module.szExePath, module.szModule, reinterpret_cast<std::uintptr_t>(module.modBaseAddr), module.modBaseSize);
+    return true;
+}
+
+bool Tracer::getModuleListPSAPI(void* process)
+{
+    constexpr const wchar_t* kFunction = L"ZelStdCore::Tracer::getModuleListPSAPI";
+    beginSession();
+
+    DWORD size = 0;
+    if (!K32EnumProcessModules(process, nullptr, 0, &size))
+        throw RuntimeException(L"failed to retrieve required memory amount for modules enumeration", kSourceFile, kFunction,
+                               __LINE__, false, 2);
+    std::vector<HMODULE> modules(size / sizeof(HMODULE));
+    if (!K32EnumProcessModules(process, modules.data(), size, &size))
+        throw RuntimeException(L"failed to enumerate process modules", kSourceFile, kFunction, __LINE__, false, 2);
+    // Modules may have gone in between.
+    if (size / sizeof(HMODULE) < modules.size())
+        modules.resize(size / sizeof(HMODULE));
+
+    std::wstring path(kLongestPath, L'\0');
+    std::wstring name(kLongestPath, L'\0');
+    for (HMODULE module : modules)
+    {
+        MODULEINFO information{};
+        if (!K32GetModuleInformation(process, module, &information, sizeof(information)))
+            throw RuntimeException(L"failed to retrieve module information", kSourceFile, kFunction, __LINE__, false, 2);
+        if (K32GetModuleFileNameExW(process, module, path.data(), kLongestPath) == 0)
+            throw RuntimeException(L"failed to retrieve module name", kSourceFile, kFunction, __LINE__, false, 2);
+        if (K32GetModuleBaseNameW(process, module, name.data(), kLongestPath) == 0)
+            throw RuntimeException(L"failed to retrieve modile base name", kSourceFile, kFunction, __LINE__, false, 2);
+        const std::uint32_t result = loadModule(path.c_str(), name.c_str(),
+                                                reinterpret_cast<std::uintptr_t>(information.lpBaseOfDll),
+                                                information.SizeOfImage);
+        if (result != ERROR_SUCCESS)
+            throw RuntimeException(format(L"failed to load module %1% (%2%): %3%", path.c_str(), name.c_str(),
+                                          LastError{result}.text()),
+                                   kSourceFile, kFunction, __LINE__, false, 2);
+    }
+    return !modules.empty();
+}
+
+// Answers with the OS error number; a module that is loaded already is none.
+std::uint32_t Tracer::loadModule(const wchar_t* image, const wchar_t* name, std::uint64_t base, std::uint32_t size)
+{
+    SetLastError(ERROR_SUCCESS);
+    const DWORD64 loaded = session_->engine().loadModule(session_->handle(), nullptr, image, name, base, size, nullptr, 0);
+    const std::uint32_t result = loaded == 0 ? GetLastError() : ERROR_SUCCESS;
+    if (options_ & logModules && logReceiver)
+        logModule(image, name, base, size, result);
+    return result;
+}
+
+void Tracer::logModule(const wchar_t* image, const wchar_t* name, std::uint64_t base, std::uint32_t size,
+                       std::uint32_t result) const
+{
+    IMAGEHLP_MODULEW64 module{};
+    module.SizeOfStruct = sizeof(module);
+    const bool known = session_->engine().moduleInformation(session_->handle(), base, &module);
+    log(L"Loaded %s:%s (%p), size: %d (result: %d), symbol type: '%s', PDB: '%s', version: %x\n", image, name, pointer(base), size,
+        result, symbolTypeName(known ? module.SymType : SymNone), module.LoadedPdbName, moduleVersion(image));
+}
+
+std::vector<StackFrame> Tracer::getTrace(void* thread, const void* given)
+{
+    constexpr const wchar_t* kFunction = L"ZelStdCore::Tracer::getTrace";
+    loadModules();
+
+    CONTEXT context{};
+    if (given)
+        context = *static_cast<const CONTEXT*>(given);
+    else if (isCallingThread(thread))
+        RtlCaptureContext(&context);
+    else if (!contextOfOther(thread, context))
+        throw RuntimeException(format(L"failed to get %p thread context", thread), kSourceFile, kFunction, __LINE__, false, 2);
+
+    const SymbolBuffer buffer = newSymbolBuffer();
+    if (!buffer)
+        throw RuntimeException(format(L"failed to allocate memory for symbol capture: %1%", lastErrorText()), kSourceFile,
+                               kFunction, __LINE__, false, 2);
+
+    const DbgHelp& engine = session_->engine();
+    std::vector<StackFrame> frames;
+    STACKFRAME64 walk = firstFrame(context);
+    do
+    {
+        if (!engine.walkStack(IMAGE_FILE_MACHINE_AMD64, session_->handle(), thread, &walk, &context, nullptr,
+                              engine.functionTable, engine.moduleBase, nullptr))
+            throw RuntimeException(format(L"StackWalk64 failed at %1%", walk.AddrPC.Offset), kSourceFile, kFunction, __LINE__,
+                                   false, 2);
+        frames.push_back(walk.AddrPC.Offset == 0 ? StackFrame{} : describe(walk.AddrPC.Offset, buffer.get()));
+    } while (walk.AddrReturn.Offset != 0);
+
+    SetLastError(ERROR_SUCCESS);
+    return frames;
+}
+
+StackFrame Tracer::describe(std::uint64_t address, void* symbolBuffer) const
+{
+    StackFrame frame;
+    frame.address = address;
+    describeSymbol(frame, symbolBuffer);
+    if (options_ & sourceLines)
+        describeLine(frame);
+    if (options_ & moduleInformation)
+        describeModule(frame);
+    return frame;
+}
+
+void Tracer::describeSymbol(StackFrame& frame, void* symbolBuffer) const
+{
+    constexpr const wchar_t* kFunction = L"ZelStdCore::Tracer::getTrace";
+    const DbgHelp& engine = session_->engine();
+    auto& symbol = *static_cast<SYMBOL_INFOW*>(symbolBuffer);
+    DWORD64 displacement = 0;
+    if (!engine.symbolAt(session_->handle(), frame.address, &displacement, &symbol))
+    {
+        log(L"failed to collect symbol information (%p): %s", pointer(frame.address), lastErrorText());
+        return;
+    }
+    frame.symbolDisplacement = displacement;
+    if (!(options_ & symbolNames))
+        return;
+
+    frame.symbolName = symbol.Name;
+    UndecoratedName name = shortSymbolName(engine, frame.symbolName);
+    if (!name.known)
+        throw RuntimeException(format(L"failed to get undecorated symbol short name: %1%", lastErrorText()), kSourceFile,
+                               kFunction, __LINE__, false, 2);
+    frame.shortName = std::move(name.text);
+    name = completeSymbolName(engine, frame.symbolName);
+    if (!name.known)
+        throw RuntimeException(format(L"failed to get undecorated symbol complete name: %1%", lastErrorText()), kSourceFile,
+                               kFunction, __LINE__, false, 2);
+    frame.completeName = std::move(name.text);
+}
+
+void Tracer::describeLine(StackFrame& frame) const
+{
+    IMAGEHLP_LINEW64 line{};
+    line.SizeOfStruct = sizeof(line);
+    DWORD displacement = 0;
+    if (!session_->engine().lineAt(session_->handle(), frame.address, &displacement, &line))
+    {
+        log(L"failed to collect symbol line information (%p): %s", pointer(frame.address), lastErrorText());
+        return;
+    }
+    frame.fileName = line.FileName ? line.FileName : L"";
+    frame.lineNumber = line.LineNumber;
+    frame.lineDisplacement = displacement;
+}
+
+void Tracer::describeModule(StackFrame& frame) const
+{
+    IMAGEHLP_MODULEW64 module{};
+    module.SizeOfStruct = sizeof(module);
+    if (!session_->engine().moduleInformation(session_->handle(), frame.address, &module))
+    {
+        log(L"failed to get module info to symbol (%p): %s", pointer(frame.address), lastErrorText());
+        return;
+    }
+    frame.moduleBase = module.BaseOfImage;
+    frame.symbolType = symbolTypeName(module.SymType);
+    frame.moduleName = module.ModuleName;
+    frame.imageName = module.LoadedImageName;
+}
+
+SymbolObject Tracer::getObject(std::uint64_t address)
+{
+    constexpr const wchar_t* kFunction = L"ZelStdCore::Tracer::getObject";
+    loadModules();
+    const SymbolBuffer buffer = newSymbolBuffer();
+    if (!buffer)
+        throw RuntimeException(L"failed to allocate memory for object image", kSourceFile, kFunction, __LINE__, false, 2);
+
+    auto& symbol = *reinterpret_cast<SYMBOL_INFOW*>(buffer.get());
+    DWORD64 displacement = 0;
+    if (!session_->engine().symbolAt(session_->handle(), address, &displacement, &symbol))
+        throw RuntimeException(format(L"failed to get object at %p: %s", pointer(address), lastErrorText()), kSourceFile, kFunction,
+                               __LINE__, false, 2);
+    return {symbol.Name, symbol.Address, displacement, symbol.ModBase, symbol.Size};
+}
+}

@@ -3,13 +3,31 @@
 #include "st-core/lib/RuntimeException.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace ZelStdCore
 {
+class SymbolSession;
+
+// What the symbol engine knows of one address.
+struct SymbolObject
+{
+    std::wstring name;
+    std::uint64_t address = 0;      // where the symbol begins
+    std::uint64_t displacement = 0; // of the address asked for
+    std::uint64_t moduleBase = 0;
+    std::uint32_t size = 0;
+};
+
 // Walks call stacks and names their frames through the platform's symbol engine. Used by one thread and dropped; the engine is
 // not safe for concurrent use. Handles are opaque so that this header is portable.
+//
+// The engine keeps one session per handle value and one set of options per process, and the host may use it as well: a tracer
+// has a session on a handle of its own, and the engine's options are as before when it is dropped.
+//
+// Every failure is a RuntimeException without a trace. Frames that cannot be named are no failure.
 class Tracer
 {
 public:
@@ -28,14 +46,45 @@ public:
     Tracer& operator=(const Tracer&) = delete;
     ~Tracer();
 
-    // Options 15 and an empty search path on the current process, as every exception uses it.
+    // Begins the session and loads the symbols of the process's modules, once.
+    void loadModules();
+
+    // The stack of a thread, innermost frame first, from the given context (a CONTEXT) or from where the thread is now. Another
+    // thread than the caller's is suspended while its context is read. Leaves 0 as the thread's last OS error.
+    std::vector<StackFrame> getTrace(void* thread, const void* context = nullptr);
+
+    // Loads the symbols of every module through the process status interface. False when the process lists no module.
+    bool getModuleListPSAPI(void* process);
+
+    SymbolObject getObject(std::uint64_t address);
+
+    // The stack of this thread, beginning with the function that calls this one: options 15 and an empty search path on the
+    // current process, as every exception uses it.
     static std::vector<StackFrame> traceCurrentThread();
 
+    // Receives the tracer's own lines: the modules loaded, and what could not be resolved. There is no receiver unless someone
+    // who looks into the tracer installs one; a line for each module at each failure is nothing for the host's log.
+    using LogReceiver = void (*)(const std::wstring& line);
+    static void setLog(LogReceiver receiver);
+
 private:
+    void beginSession();
+    bool loadFromSnapshot();
+    std::uint32_t loadModule(const wchar_t* image, const wchar_t* name, std::uint64_t base, std::uint32_t size);
+    void logModule(const wchar_t* image, const wchar_t* name, std::uint64_t base, std::uint32_t size, std::uint32_t result) const;
+    StackFrame describe(std::uint64_t address, void* symbolBuffer) const;
+    void describeSymbol(StackFrame& frame, void* symbolBuffer) const;
+    void describeLine(StackFrame& frame) const;
+    void describeModule(StackFrame& frame) const;
+
     std::uint32_t options_;
     std::wstring searchPath_;
     std::uint32_t processId_;
     void* process_;
+    std::unique_ptr<SymbolSession> session_;
     bool initialised_ = false;
 };
+
+// The name of a symbol type of the engine; "-unknown-" for a type without one.
+const wchar_t* symbolTypeName(std::uint32_t type);
 }

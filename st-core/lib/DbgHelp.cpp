@@ -1,0 +1,58 @@
+#include "st-core/lib/DbgHelp.h"
+
+#include "st-core/lib/SystemLibrary.h"
+
+#include <optional>
+
+namespace ZelStdCore
+{
+namespace
+{
+    std::optional<DbgHelp> load()
+    {
+        const HMODULE library = loadSystemLibrary(L"dbghelp.dll");
+        DbgHelp engine{};
+        const bool complete = library && findFunction(library, "SymGetOptions", engine.getOptions)
+                              && findFunction(library, "SymSetOptions", engine.setOptions)
+                              && findFunction(library, "SymInitializeW", engine.initialize)
+                              && findFunction(library, "SymCleanup", engine.cleanUp)
+                              && findFunction(library, "SymLoadModuleExW", engine.loadModule)
+                              && findFunction(library, "SymGetModuleInfoW64", engine.moduleInformation)
+                              && findFunction(library, "SymFromAddrW", engine.symbolAt)
+                              && findFunction(library, "SymGetLineFromAddrW64", engine.lineAt)
+                              && findFunction(library, "UnDecorateSymbolNameW", engine.undecorate)
+                              && findFunction(library, "StackWalk64", engine.walkStack)
+                              && findFunction(library, "SymFunctionTableAccess64", engine.functionTable)
+                              && findFunction(library, "SymGetModuleBase64", engine.moduleBase);
+        return complete ? std::optional(engine) : std::nullopt;
+    }
+}
+
+const DbgHelp* DbgHelp::instance()
+{
+    static const std::optional<DbgHelp> engine = load();
+    return engine ? &*engine : nullptr;
+}
+
+SymbolSession::SymbolSession(const DbgHelp& engine, HANDLE process, const std::wstring& searchPath, std::uint32_t options)
+    : engine_(engine), optionsBefore_(engine.getOptions())
+{
+    if (!DuplicateHandle(GetCurrentProcess(), process, GetCurrentProcess(), &handle_, 0, FALSE, DUPLICATE_SAME_ACCESS))
+    {
+        handle_ = nullptr;
+        return;
+    }
+    engine_.setOptions(options);
+    // A failure is met again, and told, where the modules are loaded. A null path would mean the engine's own default.
+    engine_.initialize(handle_, searchPath.c_str(), TRUE);
+}
+
+SymbolSession::~SymbolSession()
+{
+    if (!handle_)
+        return;
+    engine_.cleanUp(handle_);
+    engine_.setOptions(optionsBefore_);
+    CloseHandle(handle_);
+}
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include <windows.h>
+
+#include <dbghelp.h>
+
+namespace ZelStdCore
+{
+// The symbol engine's functions. The library is loaded from the system folder at first use and stays loaded.
+struct DbgHelp
+{
+    decltype(&::SymGetOptions) getOptions;
+    decltype(&::SymSetOptions) setOptions;
+    decltype(&::SymInitializeW) initialize;
+    decltype(&::SymCleanup) cleanUp;
+    decltype(&::SymLoadModuleExW) loadModule;
+    decltype(&::SymGetModuleInfoW64) moduleInformation;
+    decltype(&::SymFromAddrW) symbolAt;
+    decltype(&::SymGetLineFromAddrW64) lineAt;
+    decltype(&::UnDecorateSymbolNameW) undecorate;
+    decltype(&::StackWalk64) walkStack;
+    decltype(&::SymFunctionTableAccess64) functionTable;
+    decltype(&::SymGetModuleBase64) moduleBase;
+
+    // Null when the engine is not there; the last OS error tells why.
+    static const DbgHelp* instance();
+};
+
+// One session of the engine on a process. The engine knows sessions by the value of the process handle, and the host may have one
+// under the handle that it gave: this one has a duplicate. The engine's options, which are the whole process's, are put back
+// at the end.
+class SymbolSession
+{
+public:
+    SymbolSession(const DbgHelp& engine, HANDLE process, const std::wstring& searchPath, std::uint32_t options);
+    SymbolSession(const SymbolSession&) = delete;
+    SymbolSession& operator=(const SymbolSession&) = delete;
+    ~SymbolSession();
+
+    const DbgHelp& engine() const { return engine_; }
+
+    // Null when the process's handle could not be duplicated; the last OS error tells why.
+    HANDLE handle() const { return handle_; }
+
+private:
+    const DbgHelp& engine_;
+    HANDLE handle_ = nullptr;
+    std::uint32_t optionsBefore_;
+};
+}

@@ -1,0 +1,82 @@
+#include "st-core/lib/SymbolNames.h"
+
+#include "st-core/lib/DbgHelp.h"
+#include "st-core/lib/Text.h"
+
+#include <cstdlib>
+#include <memory>
+#include <vector>
+
+#if defined(__GNUC__)
+#include <cxxabi.h>
+#endif
+
+namespace ZelStdCore
+{
+namespace
+{
+    constexpr std::size_t kLongestUndecoratedName = 16384;
+
+    // The engine knows the decoration of one compiler. Names of the common C++ ABI reach it from export tables and from symbols
+    // in the other compilers' format, and it hands them back as they are.
+    std::wstring demangle(const std::wstring& name)
+    {
+#if defined(__GNUC__)
+        struct Free
+        {
+            void operator()(char* text) const { std::free(text); }
+        };
+        int status = 0;
+        const std::unique_ptr<char, Free> text(abi::__cxa_demangle(toUtf8(name).c_str(), nullptr, nullptr, &status));
+        if (status == 0 && text)
+            return widen(text.get());
+#endif
+        return name;
+    }
+
+    bool isMangled(const std::wstring& name)
+    {
+        return name.starts_with(L"_Z");
+    }
+
+    // "ns::f(int) const" -> "ns::f"
+    std::wstring withoutParameters(const std::wstring& name)
+    {
+        const auto close = name.rfind(L')');
+        if (close == std::wstring::npos)
+            return name;
+        int depth = 0;
+        for (std::size_t index = close + 1; index-- > 0;)
+        {
+            depth += name[index] == L')' ? 1 : name[index] == L'(' ? -1 : 0;
+            if (depth == 0)
+                return name.substr(0, index);
+        }
+        return name;
+    }
+
+    UndecoratedName undecorate(const DbgHelp& engine, const std::wstring& name, DWORD flags)
+    {
+        // The engine takes an empty name for a failure.
+        if (name.empty())
+            return {true, {}};
+        std::vector<wchar_t> buffer(kLongestUndecoratedName);
+        const DWORD length = engine.undecorate(name.c_str(), buffer.data(), static_cast<DWORD>(buffer.size()), flags);
+        return {length != 0, std::wstring(buffer.data(), length)};
+    }
+}
+
+UndecoratedName shortSymbolName(const DbgHelp& engine, const std::wstring& name)
+{
+    if (isMangled(name))
+        return {true, withoutParameters(demangle(name))};
+    return undecorate(engine, name, UNDNAME_NAME_ONLY);
+}
+
+UndecoratedName completeSymbolName(const DbgHelp& engine, const std::wstring& name)
+{
+    if (isMangled(name))
+        return {true, demangle(name)};
+    return undecorate(engine, name, UNDNAME_COMPLETE);
+}
+}

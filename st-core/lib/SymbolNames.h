@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+namespace ZelStdCore
+{
+struct DbgHelp;
+
+struct UndecoratedName
+{
+    bool known = false; // false: the engine failed, and the last OS error tells why
+    std::wstring text;
+};
+
+// The name without its parameters and the like, and in full.
+UndecoratedName shortSymbolName(const DbgHelp& engine, const std::wstring& name);
+UndecoratedName completeSymbolName(const DbgHelp& engine, const std::wstring& name);
+}
