@@ -1,0 +1,278 @@
+#include "vm-detect/Rules.h"
+
+#include "vm-detect/HostFacts.h"
+
+#include <algorithm>
+
+namespace VmDetect
+{
+namespace
+{
+using Texts = std::vector<std::string_view>;
+
+// Where a clue is looked for. Type 2 stands in where type 1 names neither maker nor product; the two are never mixed, since
+// several rules judge the pair.
+bool hasSystemNames(const FirmwareFacts& firmware)
+{
+    return !firmware.maker.empty() || !firmware.product.empty();
+}
+
+Texts maker(const HostFacts& facts)
+{
+    return {hasSystemNames(facts.firmware) ? facts.firmware.maker : facts.firmware.boardMaker};
+}
+
+Texts product(const HostFacts& facts)
+{
+    return {hasSystemNames(facts.firmware) ? facts.firmware.product : facts.firmware.boardProduct};
+}
+
+Texts joined(Texts texts, const Texts& more)
+{
+    texts.insert(texts.end(), more.begin(), more.end());
+    return texts;
+}
+
+Texts machine(const HostFacts& facts)
+{
+    return joined(maker(facts), product(facts));
+}
+
+Texts biosVendor(const HostFacts& facts)
+{
+    return {facts.firmware.biosVendor};
+}
+
+Texts makerOrBios(const HostFacts& facts)
+{
+    return joined(maker(facts), biosVendor(facts));
+}
+
+Texts anyName(const HostFacts& facts)
+{
+    return joined(machine(facts), biosVendor(facts));
+}
+
+Texts registryBiosVersions(const HostFacts& facts)
+{
+    return Texts(facts.registryBiosVersions.begin(), facts.registryBiosVersions.end());
+}
+
+Texts biosVersion(const HostFacts& facts)
+{
+    return facts.firmware.biosVersion.empty() ? registryBiosVersions(facts) : Texts{facts.firmware.biosVersion};
+}
+
+Texts anyVersion(const HostFacts& facts)
+{
+    return joined(biosVersion(facts), {facts.firmware.version});
+}
+
+// Virtual PC and Virtual Server tell themselves apart in the ACPI name alone, which reaches the registry but not SMBIOS.
+Texts biosName(const HostFacts& facts)
+{
+    return joined(registryBiosVersions(facts), {facts.firmware.biosVersion});
+}
+
+Texts assetTag(const HostFacts& facts)
+{
+    return Texts(facts.firmware.assetTags.begin(), facts.firmware.assetTags.end());
+}
+
+Texts oemString(const HostFacts& facts)
+{
+    return Texts(facts.firmware.oemStrings.begin(), facts.firmware.oemStrings.end());
+}
+
+Texts signature(const HostFacts& facts)
+{
+    return {facts.hypervisor.signature, facts.hypervisor.secondSignature};
+}
+
+// How a clue is compared: always with the case as written.
+bool is(std::string_view text, std::string_view clue)
+{
+    return text == clue;
+}
+
+bool begins(std::string_view text, std::string_view clue)
+{
+    return text.substr(0, clue.size()) == clue;
+}
+
+bool contains(std::string_view text, std::string_view clue)
+{
+    return text.find(clue) != std::string_view::npos;
+}
+
+bool isLetterOrDigit(char letter)
+{
+    return (letter >= '0' && letter <= '9') || (letter >= 'A' && letter <= 'Z') || (letter >= 'a' && letter <= 'z');
+}
+
+bool hasWord(std::string_view text, std::string_view clue)
+{
+    for (std::size_t at = text.find(clue); at != std::string_view::npos; at = text.find(clue, at + 1))
+    {
+        const std::size_t end = at + clue.size();
+        const bool startsWord = at == 0 || !isLetterOrDigit(text[at - 1]);
+        const bool endsWord = end == text.size() || !isLetterOrDigit(text[end]);
+        if (startsWord && endsWord)
+            return true;
+    }
+    return false;
+}
+
+// When a rule applies.
+bool always(const HostFacts&)
+{
+    return true;
+}
+
+bool isMicrosoftRoot(const HostFacts& facts)
+{
+    return facts.hypervisor.rootPartition && facts.hypervisor.signature == "Microsoft Hv";
+}
+
+// Hypervisors that guard the one system of a physical machine.
+bool isGuarded(const HostFacts& facts)
+{
+    const std::string& name = facts.hypervisor.signature;
+    return name == "SRESRESRESRE" || name == "EVMMEVMMEVMM";
+}
+
+bool onHypervisor(const HostFacts& facts)
+{
+    return facts.hypervisor.present;
+}
+
+// For names that physical machines carry as well: appliances of a maker whose guests are named like them, bare metal of a cloud.
+bool asGuest(const HostFacts& facts)
+{
+    return onHypervisor(facts) && !isMicrosoftRoot(facts) && !isGuarded(facts);
+}
+
+bool ownFirmwareSaysVirtual(const HostFacts& facts)
+{
+    return facts.firmware.virtualMachine;
+}
+
+struct Clue
+{
+    Texts (*where)(const HostFacts&) = nullptr;
+    bool (*how)(std::string_view text, std::string_view clue) = nullptr;
+    std::string_view text;
+};
+
+// Every clue given must be found.
+struct Rule
+{
+    HypervisorType type;
+    bool (*when)(const HostFacts&);
+    Clue clues[3] = {};
+};
+
+using Type = HypervisorType;
+
+constexpr Clue kByMicrosoft{maker, is, "Microsoft Corporation"};
+constexpr Clue kVirtualMachine{product, is, "Virtual Machine"};
+constexpr Clue kOracleVersion{anyVersion, contains, "OVM"};
+
+// The first rule that matches decides. Firmware names come before the signatures of the processor: a guest that runs Hyper-V
+// itself has the signature of a Hyper-V host, and KVM's signature is shown by VirtualBox and Parallels too.
+constexpr Rule kRules[] = {
+    // Amazon's bare metal has the maker's name of its virtual machines.
+    {Type::physical, always, {{makerOrBios, is, "Amazon EC2"}, {product, contains, ".metal"}}},
+
+    {Type::vmware, always, {{anyName, begins, "VMware"}}},
+    // VMware's own begin so ("VMW71.00V..."); inside a maker's version the three letters mean nothing.
+    {Type::vmware, always, {{biosVersion, begins, "VMW"}}},
+    {Type::vmware, always, {{signature, is, "VMwareVMware"}}},
+
+    {Type::azure, always, {{assetTag, is, "7783-7084-3265-9085-8269-3286-77"}}},
+
+    {Type::amazon, always, {{makerOrBios, is, "Amazon EC2"}}},
+    {Type::amazon, always, {{biosVersion, contains, "amazon"}}},
+
+    {Type::rhev, always, {{machine, contains, "oVirt"}}},
+    {Type::rhev, always, {{product, begins, "RHEV"}}},
+
+    // No public dump of a guest is known for HC3. The appliances themselves have the maker's name.
+    {Type::scaleHC3, asGuest, {{maker, begins, "Scale Computing"}}},
+    {Type::scaleHC3, asGuest, {{product, contains, "HC3"}}},
+    // No public dump is known. Hyperconverged appliances are sold with these letters in their names, and may run Windows.
+    {Type::hci, asGuest, {{machine, hasWord, "HCI"}}},
+
+    // No public dump is known for these two.
+    {Type::virtuozzo, always, {{anyName, contains, "Virtuozzo"}}},
+    {Type::parallelsCloudServer, always, {{anyName, contains, "Parallels Cloud Server"}}},
+    {Type::parallels, always, {{anyName, contains, "Parallels"}}},
+    {Type::parallels, always, {{signature, is, " lrpepyh  vr"}}},
+    {Type::parallels, always, {{signature, is, " prl hyperv "}}},
+
+    {Type::virtualBox, always, {{makerOrBios, is, "innotek GmbH"}}},
+    {Type::virtualBox, always, {{product, is, "VirtualBox"}}},
+    {Type::virtualBox, always, {{signature, is, "VBoxVBoxVBox"}}},
+    {Type::virtualBox, always, {{oemString, begins, "vboxVer_"}}},
+
+    // Oracle's servers of metal say "Oracle Corporation", its virtual machines "Xen".
+    {Type::oracleVM, always, {{makerOrBios, is, "Xen"}, kOracleVersion}},
+    {Type::oracleVM, always, {{product, is, "HVM domU"}, kOracleVersion}},
+    {Type::oracleVM, always, {{signature, is, "XenVMMXenVMM"}, kOracleVersion}},
+    {Type::xen, always, {{makerOrBios, is, "Xen"}}},
+    {Type::xen, always, {{product, is, "HVM domU"}}},
+    {Type::xen, always, {{signature, is, "XenVMMXenVMM"}}},
+
+    // No public dump is known; the words suit a server for KVM as well as one on it.
+    {Type::kvmServer, asGuest, {{product, contains, "KVM Server"}}},
+
+    // QEMU that interprets: the maker is QEMU as under KVM.
+    {Type::unknown, always, {{signature, is, "TCGTCGTCGTCG"}}},
+
+    {Type::kvm, always, {{signature, is, "KVMKVMKVM"}}},
+    {Type::kvm, always, {{signature, is, "Linux KVM Hv"}}},
+    {Type::kvm, always, {{makerOrBios, is, "QEMU"}}},
+    {Type::kvm, always, {{makerOrBios, is, "Bochs"}}},
+    {Type::kvm, always, {{product, is, "KVM"}}},
+    {Type::kvm, always, {{machine, begins, "OpenStack"}}},
+    // Google's bare metal has the same product, and neither kind sets the firmware's mark.
+    {Type::kvm, asGuest, {{product, is, "Google Compute Engine"}}},
+    // Nutanix makes servers too.
+    {Type::kvm, always, {{maker, is, "Nutanix"}, {product, is, "AHV"}}},
+
+    // Both names: Surface machines have the same maker.
+    {Type::virtualPC, always, {kByMicrosoft, kVirtualMachine, {biosName, contains, "- 9000816"}}},
+    {Type::virtualPC, always, {kByMicrosoft, kVirtualMachine, {biosName, contains, "- 6000901"}}},
+    {Type::virtualServer, always, {kByMicrosoft, kVirtualMachine, {biosName, contains, "- 9000520"}}},
+    {Type::hyperV, always, {kByMicrosoft, kVirtualMachine}},
+
+    // Hyper-V or virtualisation-based security is on, and Windows runs as the first system on it.
+    {Type::physical, isMicrosoftRoot},
+    {Type::hyperV, always, {{signature, is, "Microsoft Hv"}}},
+
+    {Type::physical, isGuarded},
+    {Type::unknown, onHypervisor},
+    {Type::unknown, ownFirmwareSaysVirtual},
+};
+
+bool isFound(const Clue& clue, const HostFacts& facts)
+{
+    if (clue.where == nullptr)
+        return true;
+    const Texts texts = clue.where(facts);
+    return std::any_of(texts.begin(), texts.end(), [&](std::string_view text) { return clue.how(text, clue.text); });
+}
+
+bool matches(const Rule& rule, const HostFacts& facts)
+{
+    return rule.when(facts) &&
+           std::all_of(std::begin(rule.clues), std::end(rule.clues), [&](const Clue& clue) { return isFound(clue, facts); });
+}
+}
+
+HypervisorType hypervisorType(const HostFacts& facts)
+{
+    const auto rule = std::find_if(std::begin(kRules), std::end(kRules), [&](const Rule& rule) { return matches(rule, facts); });
+    return rule == std::end(kRules) ? HypervisorType::physical : rule->type;
+}
+}

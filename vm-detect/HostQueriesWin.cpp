@@ -1,0 +1,44 @@
+#include "vm-detect/HostQueries.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <intrin.h>
+
+namespace VmDetect::Platform
+{
+CpuidRegisters cpuid(std::uint32_t leaf)
+{
+    int registers[4] = {};
+    __cpuidex(registers, static_cast<int>(leaf), 0);
+    return {static_cast<std::uint32_t>(registers[0]), static_cast<std::uint32_t>(registers[1]),
+            static_cast<std::uint32_t>(registers[2]), static_cast<std::uint32_t>(registers[3])};
+}
+
+std::vector<std::uint8_t> firmwareTable()
+{
+    constexpr DWORD kRawSmbios = 0x52534D42; // 'RSMB'
+    std::vector<std::uint8_t> table(GetSystemFirmwareTable(kRawSmbios, 0, nullptr, 0));
+    if (table.empty())
+        return table;
+    // The answer is a size even where the buffer proved too small for it; nothing was copied then.
+    const UINT copied = GetSystemFirmwareTable(kRawSmbios, 0, table.data(), static_cast<DWORD>(table.size()));
+    table.resize(copied <= table.size() ? copied : 0);
+    return table;
+}
+
+std::string systemBiosVersion()
+{
+    constexpr char kKey[] = "HARDWARE\\DESCRIPTION\\System";
+    constexpr char kValue[] = "SystemBiosVersion";
+    constexpr DWORD kTextsOnly = RRF_RT_REG_MULTI_SZ | RRF_RT_REG_SZ;
+    DWORD size = 0;
+    if (RegGetValueA(HKEY_LOCAL_MACHINE, kKey, kValue, kTextsOnly, nullptr, nullptr, &size) != ERROR_SUCCESS)
+        return {};
+    std::string texts(size, '\0');
+    if (RegGetValueA(HKEY_LOCAL_MACHINE, kKey, kValue, kTextsOnly, nullptr, texts.data(), &size) != ERROR_SUCCESS)
+        return {};
+    texts.resize(std::min<std::size_t>(size, texts.size()));
+    return texts;
+}
+}

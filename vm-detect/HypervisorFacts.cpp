@@ -1,0 +1,56 @@
+#include "vm-detect/HostFacts.h"
+
+#include <cstring>
+
+namespace VmDetect
+{
+namespace
+{
+constexpr std::uint32_t kFeatureLeaf = 1;
+constexpr std::uint32_t kHypervisorBit = 1u << 31; // of ECX
+
+constexpr std::uint32_t kSignatureLeaf = 0x40000000; // EAX: the highest leaf of the hypervisor
+constexpr std::uint32_t kInterfaceLeaf = 0x40000001;
+constexpr std::uint32_t kPrivilegesLeaf = 0x40000003;
+constexpr std::uint32_t kSecondSignatureLeaf = 0x40000100;
+
+constexpr std::uint32_t kMicrosoftInterface = 0x31237648; // "Hv#1"
+constexpr std::uint32_t kCreatePartitions = 1u << 0;      // of EBX
+
+std::string signatureOf(const CpuidRegisters& registers)
+{
+    char letters[12];
+    std::memcpy(letters, &registers.ebx, 4);
+    std::memcpy(letters + 4, &registers.ecx, 4);
+    std::memcpy(letters + 8, &registers.edx, 4);
+
+    std::string signature(letters, sizeof letters);
+    signature.erase(signature.find_last_not_of('\0') + 1);
+    return signature;
+}
+
+// The privileges mean what Microsoft says only where the hypervisor claims Microsoft's interface and has that leaf at all.
+bool mayCreatePartitions(Cpuid cpuid, std::uint32_t highestLeaf)
+{
+    if (highestLeaf < kPrivilegesLeaf)
+        return false;
+    if (cpuid(kInterfaceLeaf).eax != kMicrosoftInterface)
+        return false;
+    return (cpuid(kPrivilegesLeaf).ebx & kCreatePartitions) != 0;
+}
+}
+
+HypervisorFacts hypervisorFacts(Cpuid cpuid)
+{
+    HypervisorFacts facts;
+    facts.present = (cpuid(kFeatureLeaf).ecx & kHypervisorBit) != 0;
+    if (!facts.present)
+        return facts;
+
+    const CpuidRegisters first = cpuid(kSignatureLeaf);
+    facts.signature = signatureOf(first);
+    facts.secondSignature = signatureOf(cpuid(kSecondSignatureLeaf));
+    facts.rootPartition = mayCreatePartitions(cpuid, first.eax);
+    return facts;
+}
+}
