@@ -1,0 +1,135 @@
+#include "hw-inventory-impl/lib/SMBIOS/AbstractParser.h"
+
+#include "hw-inventory-interface/ErrorHandling/Exception.h"
+#include "st-core/lib/HostLogger.h"
+
+#include <algorithm>
+#include <exception>
+#include <numeric>
+#include <utility>
+
+namespace HardwareInventory::SMBIOS
+{
+namespace
+{
+    using ErrorHandling::ErrorCode;
+    using ErrorHandling::errorText;
+    using ErrorHandling::Exception;
+
+    constexpr wchar_t kSourceFile[] = L"hw-inventory-impl\\lib\\SMBIOS\\AbstractParser.cpp";
+
+    struct EntryPointForm
+    {
+        std::string_view anchor;
+        std::size_t lengthOffset;  // of the byte that tells how many bytes are summed
+        std::size_t versionOffset; // major, then minor
+        std::size_t shortest;      // the end of the last field that is read
+        void (AbstractParser::*handle)(std::span<const std::uint8_t> entryPoint);
+    };
+
+    constexpr EntryPointForm kEntryPointForms[] = {
+        {"_SM3_", 0x06, 0x07, 0x18, &AbstractParser::handleEntryPoint64},
+        {"_SM_", 0x05, 0x06, 0x1C, &AbstractParser::handleEntryPoint32},
+    };
+
+    const EntryPointForm* formOf(std::span<const std::uint8_t> entryPoint)
+    {
+        const auto isForm = [entryPoint](const EntryPointForm& form)
+        {
+            const auto [anchorEnd, _] = std::ranges::mismatch(form.anchor, entryPoint);
+            return anchorEnd == form.anchor.end();
+        };
+        const auto* const form = std::ranges::find_if(kEntryPointForms, isForm);
+        return form != std::end(kEntryPointForms) ? form : nullptr;
+    }
+
+    // The bytes that the entry point's checksum covers; none where the sum or the length is wrong.
+    std::span<const std::uint8_t> soundBytes(std::span<const std::uint8_t> entryPoint, const EntryPointForm& form)
+    {
+        const std::size_t length = numberAt<std::uint8_t>(entryPoint, form.lengthOffset).value_or(0);
+        if (length < form.shortest || length > entryPoint.size())
+            return {};
+        const auto summed = entryPoint.first(length);
+        const unsigned sum = std::accumulate(summed.begin(), summed.end(), 0u);
+        return sum % 256 == 0 ? summed : std::span<const std::uint8_t>();
+    }
+
+    std::wstring convert(std::string_view text)
+    {
+        try
+        {
+            return ZelStdCore::widen(text);
+        }
+        catch (const std::exception& error)
+        {
+            ZelStdCore::logWarning(L"string conversion failed: %1%", error.what());
+            return {};
+        }
+    }
+}
+
+void AbstractParser::registerHandler(std::uint8_t type, StructureHandler handler)
+{
+    if (handlers_.contains(type))
+        ZelStdCore::logWarning(L"substitution of structure handler: %1%", structureTypeName(type));
+    handlers_[type] = std::move(handler);
+}
+
+void AbstractParser::parse(std::span<const std::uint8_t> entryPoint)
+{
+    const EntryPointForm* const form = formOf(entryPoint);
+    if (!form)
+        throw Exception(ErrorCode::smbiosMagic, errorText(ErrorCode::smbiosMagic), kSourceFile,
+                        L"HardwareInventory::SMBIOS::AbstractParser::parse", __LINE__);
+    const auto sound = soundBytes(entryPoint, *form);
+    if (sound.empty())
+        throw Exception(ErrorCode::smbiosChecksum, errorText(ErrorCode::smbiosChecksum), kSourceFile,
+                        L"HardwareInventory::SMBIOS::AbstractParser::parse", __LINE__);
+
+    version_ = {sound[form->versionOffset], sound[form->versionOffset + 1]};
+    (this->*form->handle)(sound);
+    ZelStdCore::logInfo(L"SMBIOS Version: %d.%d", version_.major, version_.minor);
+}
+
+void AbstractParser::walk(Struct structure) const
+{
+    // The length that the source gives for its table is no limit here: it is wrong on some machines.
+    while (structure.type() != StructureType::endOfTable)
+    {
+        dispatch(structure);
+        structure = next(structure);
+    }
+    dispatch(structure);
+}
+
+void AbstractParser::dispatch(const Struct& structure) const
+{
+    const std::uint8_t type = structure.type();
+    const auto handler = handlers_.find(type);
+    if (handler == handlers_.end())
+    {
+        ZelStdCore::logWarning(L"no registered '%1%' (%2%) SMBIOS structure handler", structureTypeName(type), type);
+        return;
+    }
+    handler->second(version_, &structure);
+}
+
+Struct AbstractParser::next(const Struct& structure)
+{
+    // Not held back at the table's end: the tail of a closed table stops every step.
+    const std::uint8_t* position = structure.bytes() + structure.length();
+    if (*position == 0)
+        return {position + 2, structure.tableEnd()};
+    while (*position != 0)
+        position += std::strlen(reinterpret_cast<const char*>(position)) + 1;
+    return {position + 1, structure.tableEnd()};
+}
+
+std::vector<std::wstring> AbstractParser::strings(const Struct& structure)
+{
+    std::vector<std::wstring> strings(1);
+    for (const std::string_view text : structure.stringSet())
+        strings.push_back(convert(text));
+    return strings;
+}
+}

@@ -1,0 +1,83 @@
+#include "hw-inventory-impl/lib/SMBIOS/Win32Parser.h"
+
+#include "hw-inventory-impl/lib/Platform.h"
+
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
+
+namespace HardwareInventory::SMBIOS
+{
+namespace
+{
+    constexpr std::uint32_t kSmbiosProvider = 0x52534D42;      // 'RSMB'
+    constexpr std::uint32_t kRawFirmwareProvider = 0x4649524D; // 'FIRM'
+
+    // The raw firmware provider's tables: ranges of this size, each named by its address.
+    constexpr std::uint32_t kMemoryRangeSize = 0x20000;
+
+    // In front of the structures: calling method, major and minor version, DMI revision, length.
+    constexpr std::size_t kHeadSize = 8;
+}
+
+bool Win32Parser::isAvailable()
+{
+    return Platform::enumerateFirmwareTables(kSmbiosProvider) != 0;
+}
+
+void Win32Parser::read()
+{
+    if (!isAvailable())
+        throw std::runtime_error("SMBIOS table is unavailable");
+    fill(kSmbiosProvider, 0);
+    if (buffer_.size() < kHeadSize)
+        throw std::runtime_error("failed to read SMBIOS table");
+    version_ = {buffer_[1], buffer_[2]};
+    walkBuffer(kHeadSize, buffer_.size());
+}
+
+void Win32Parser::handleEntryPoint32(std::span<const std::uint8_t> entryPoint)
+{
+    walkPhysicalMemory(numberAt<std::uint32_t>(entryPoint, 0x18).value_or(0),
+                       numberAt<std::uint16_t>(entryPoint, 0x16).value_or(0));
+}
+
+void Win32Parser::handleEntryPoint64(std::span<const std::uint8_t> entryPoint)
+{
+    walkPhysicalMemory(numberAt<std::uint64_t>(entryPoint, 0x10).value_or(0),
+                       numberAt<std::uint32_t>(entryPoint, 0x0C).value_or(0));
+}
+
+// Leaves the table in the buffer, with room for the tail.
+void Win32Parser::fill(std::uint32_t provider, std::uint32_t table)
+{
+    const std::uint32_t size = Platform::firmwareTable(provider, table, nullptr, 0);
+    if (size == 0)
+        throw std::runtime_error("failed to get SMBIOS table size");
+    buffer_.resize(size + kTableTailSize);
+    const std::uint32_t copied = Platform::firmwareTable(provider, table, buffer_.data(), size);
+    // A table that has outgrown the buffer since was not copied.
+    if (copied == 0 || copied > size)
+        throw std::runtime_error("failed to read SMBIOS table");
+    buffer_.resize(copied);
+}
+
+void Win32Parser::walkPhysicalMemory(std::uint64_t address, std::uint32_t length)
+{
+    const std::uint64_t range = address - address % kMemoryRangeSize;
+    if (range > std::numeric_limits<std::uint32_t>::max())
+        throw std::runtime_error("failed to read SMBIOS table");
+    fill(kRawFirmwareProvider, static_cast<std::uint32_t>(range));
+    const auto begin = static_cast<std::size_t>(address - range);
+    if (begin >= buffer_.size())
+        throw std::runtime_error("failed to read SMBIOS table");
+    walkBuffer(begin, std::min<std::size_t>(begin + length, buffer_.size()));
+}
+
+void Win32Parser::walkBuffer(std::size_t begin, std::size_t end)
+{
+    buffer_.resize(end);
+    closeTable(buffer_);
+    walk(Struct(buffer_.data() + begin, buffer_.data() + end));
+}
+}

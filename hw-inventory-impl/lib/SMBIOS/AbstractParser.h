@@ -1,0 +1,54 @@
+#pragma once
+
+#include "hw-inventory-impl/lib/SMBIOS/Structure.h"
+
+#include <functional>
+#include <string>
+#include <unordered_map>
+
+namespace HardwareInventory::SMBIOS
+{
+using StructureHandler = std::function<void(const Version&, const Struct*)>;
+
+// Walks a structure table and hands each structure to the handler of its type. Made for one reading: register the handlers, then
+// read() or parse() once. Handlers run within, in table order, and what they throw passes through.
+class AbstractParser
+{
+public:
+    AbstractParser() = default;
+    AbstractParser(const AbstractParser&) = delete;
+    AbstractParser& operator=(const AbstractParser&) = delete;
+    virtual ~AbstractParser() = default;
+
+    // Takes the table from the parser's own source and walks it.
+    virtual void read() = 0;
+
+    // Locates the structure table that a sound entry point names, and walks it.
+    virtual void handleEntryPoint32(std::span<const std::uint8_t> entryPoint) = 0;
+    virtual void handleEntryPoint64(std::span<const std::uint8_t> entryPoint) = 0;
+
+    // Replaces an earlier handler of the type, with a warning.
+    void registerHandler(std::uint8_t type, StructureHandler handler);
+
+    // Takes an entry point: validates it, sets the version and hands it on by its form. Throws ErrorHandling::Exception with
+    // smbiosMagic for bytes that are no entry point, and with smbiosChecksum for one that is damaged or cut off.
+    void parse(std::span<const std::uint8_t> entryPoint);
+
+    // Dispatches every structure from the first one to the end-of-table structure, which alone ends the walk. The table must be
+    // a closed one.
+    void walk(Struct first) const;
+    void dispatch(const Struct& structure) const;
+    static Struct next(const Struct& structure);
+
+    // The wide strings of a structure by string number; number 0 is the empty text.
+    static std::vector<std::wstring> strings(const Struct& structure);
+
+    static const wchar_t* structureTypeName(std::uint8_t type);
+
+protected:
+    Version version_;
+
+private:
+    std::unordered_map<std::uint8_t, StructureHandler> handlers_;
+};
+}

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "hw-inventory-impl/lib/SMBIOS/AbstractParser.h"
+
+namespace HardwareInventory::SMBIOS
+{
+// Takes the table from the operating system's firmware-table interface.
+class Win32Parser : public AbstractParser
+{
+public:
+    // Whether the system offers SMBIOS data at all.
+    static bool isAvailable();
+
+    // Throws std::runtime_error for a table that the system does not give whole.
+    void read() override;
+
+    // The system shows a process the physical memory from 0xC0000 to 0xFFFFF alone, where firmware without UEFI keeps the table.
+    // Throws std::runtime_error for a table elsewhere.
+    void handleEntryPoint32(std::span<const std::uint8_t> entryPoint) override;
+    void handleEntryPoint64(std::span<const std::uint8_t> entryPoint) override;
+
+private:
+    void fill(std::uint32_t provider, std::uint32_t table);
+    void walkPhysicalMemory(std::uint64_t address, std::uint32_t length);
+    void walkBuffer(std::size_t begin, std::size_t end);
+
+    std::vector<std::uint8_t> buffer_; // what handlers see lies in it
+};
+}
