@@ -32,8 +32,8 @@ namespace
 
 Answer<bool, Failure<TrimStep>> trimEnabled(const std::wstring& drivePath)
 {
-    const FileHandle drive(CreateFileW(drivePath.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                       OPEN_EXISTING, 0, nullptr));
+    const FileHandle drive(CreateFileW(drivePath.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                       nullptr, OPEN_EXISTING, 0, nullptr));
     if (!drive)
         return Failure<TrimStep>{TrimStep::openDrive, GetLastError()};
 
@@ -49,8 +49,7 @@ Answer<bool, Failure<TrimStep>> trimEnabled(const std::wstring& drivePath)
 
 Answer<DeviceLocation, Failure<DeviceSetupStep>> deviceLocation(const std::wstring& instanceId)
 {
-    const DeviceSet set(
-        SetupDiGetClassDevsW(nullptr, instanceId.c_str(), nullptr, DIGCF_ALLCLASSES | DIGCF_DEVICEINTERFACE));
+    const DeviceSet set(SetupDiGetClassDevsW(nullptr, instanceId.c_str(), nullptr, DIGCF_ALLCLASSES | DIGCF_DEVICEINTERFACE));
     if (!set)
         return Failure<DeviceSetupStep>{DeviceSetupStep::deviceSet, GetLastError()};
 

@@ -14,7 +14,7 @@ namespace
 {
     using RegistryKey = UniqueHandle<HKEY, RegCloseKey>;
 
-    // A value may grow between the question for its size and the question for its data; one that grows this often is not waited for.
+    // A value may grow between the questions for its size and its data; one that grows this often is not waited for.
     constexpr int kSizeAttempts = 4;
 
     HKEY predefinedKey(RegistryRoot)

@@ -5,7 +5,7 @@
 
 namespace HardwareInventory
 {
-// Owns a system handle and closes it with the function that belongs to its kind. Null and -1, the two ways in which the system says
+// Owns a system handle and closes it with the function that belongs to its kind. Null and -1, the system's two ways of saying
 // "no handle", are both empty.
 template <class Handle, auto Close>
 class UniqueHandle

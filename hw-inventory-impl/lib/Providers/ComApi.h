@@ -4,8 +4,8 @@
 
 #include <objbase.h>
 
-// The calls into COM that are no methods of an interface, with the arguments and results of their namesakes. The product links the
-// real ones, the tests of the connection link their own.
+// The calls into COM that are no methods of an interface, with the arguments and results of their namesakes. The product links
+// the real ones, the tests of the connection link their own.
 namespace HardwareInventory::Providers::ComApi
 {
 HRESULT initializeEx(DWORD apartment);

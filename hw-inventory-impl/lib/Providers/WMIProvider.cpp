@@ -16,12 +16,11 @@ namespace
 {
     using ErrorHandling::ErrorCode;
     using ErrorHandling::Exception;
-    using Microsoft::WRL::ComPtr;
     using ZelStdCore::format;
     using ZelStdCore::LastError;
 
     const wchar_t* const kSource = L"hw-inventory-impl\\lib\\Providers\\WMIProvider.cpp";
-    const wchar_t* const kConstructor = L"HardwareInventory::Providers::WMIProvider::WMIConnection::WMIConnection";
+    const wchar_t* const kConnect = L"HardwareInventory::Providers::WMIProvider::WMIConnection::WMIConnection";
     const wchar_t* const kFailure = L"%1% (GetLastError() = %2%)";
 
     // Static objects are initialised by the thread that loads the library.
@@ -61,31 +60,31 @@ WMIConnection::WMIConnection(const std::wstring& namespacePath)
     if (FAILED(result) && result != RPC_E_CHANGED_MODE)
     {
         const LastError error = LastError::capture();
-        throw Exception(ErrorCode::comInitialization, format(kFailure, error.text(), error.code), kSource, kConstructor, __LINE__);
+        throw Exception(ErrorCode::comInitialization, format(kFailure, error.text(), error.code), kSource, kConnect, __LINE__);
     }
 
     result = ComApi::createInstance(CLSID_WbemLocator, CLSCTX_INPROC_SERVER, IID_IWbemLocator,
-                                    reinterpret_cast<void**>(locator_.GetAddressOf()));
+                                    reinterpret_cast<void**>(locator_.put()));
     if (FAILED(result))
     {
         const LastError error = LastError::capture();
-        throw Exception(ErrorCode::wmiLocator, format(kFailure, error.text(), error.code), kSource, kConstructor, __LINE__);
+        throw Exception(ErrorCode::wmiLocator, format(kFailure, error.text(), error.code), kSource, kConnect, __LINE__);
     }
 
     const Bstr path = makeBstr(namespacePath);
-    result = locator_->ConnectServer(path.get(), nullptr, nullptr, nullptr, 0, nullptr, nullptr, services_.GetAddressOf());
+    result = locator_->ConnectServer(path.get(), nullptr, nullptr, nullptr, 0, nullptr, nullptr, services_.put());
     if (FAILED(result))
     {
         const LastError error = LastError::capture();
-        throw Exception(ErrorCode::wmiBind, format(kFailure, error.text(), error.code), kSource, kConstructor, __LINE__);
+        throw Exception(ErrorCode::wmiBind, format(kFailure, error.text(), error.code), kSource, kConnect, __LINE__);
     }
 
-    result = ComApi::setProxyBlanket(services_.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, RPC_C_AUTHN_LEVEL_CALL,
+    result = ComApi::setProxyBlanket(services_.get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, RPC_C_AUTHN_LEVEL_CALL,
                                      RPC_C_IMP_LEVEL_IMPERSONATE, EOAC_NONE);
     if (FAILED(result))
     {
         const LastError error = LastError::capture();
-        throw Exception(ErrorCode::wmiSecurityBlanket, format(kFailure, error.text(), error.code), kSource, kConstructor, __LINE__);
+        throw Exception(ErrorCode::wmiSecurityBlanket, format(kFailure, error.text(), error.code), kSource, kConnect, __LINE__);
     }
 
     // A connection that stands leaves COM once in any case; one that failed must not close the apartment of its host.
@@ -96,16 +95,16 @@ WMIConnection::~WMIConnection()
 {
     // The loading thread can end while the process tears COM down; a call into the proxy could then wait for ever.
     if (GetCurrentThreadId() == loaderThreadId)
-        services_.Detach();
+        services_.detach();
 }
 
 void WMIConnection::query(const std::wstring& wql, const ObjectCallback& callback)
 {
     const Bstr language = makeBstr(L"WQL");
     const Bstr text = makeBstr(wql);
-    ComPtr<IEnumWbemClassObject> objects;
+    ComPointer<IEnumWbemClassObject> objects;
     HRESULT result = services_->ExecQuery(language.get(), text.get(), WBEM_FLAG_FORWARD_ONLY | WBEM_FLAG_RETURN_IMMEDIATELY,
-                                          nullptr, objects.GetAddressOf());
+                                          nullptr, objects.put());
     if (FAILED(result))
     {
         const LastError error = LastError::capture();
@@ -115,9 +114,9 @@ void WMIConnection::query(const std::wstring& wql, const ObjectCallback& callbac
 
     for (;;)
     {
-        ComPtr<IWbemClassObject> object;
+        ComPointer<IWbemClassObject> object;
         ULONG returned = 0;
-        result = objects->Next(WBEM_INFINITE, 1, object.GetAddressOf(), &returned);
+        result = objects->Next(WBEM_INFINITE, 1, object.put(), &returned);
         if (FAILED(result))
         {
             const LastError error = LastError::capture();

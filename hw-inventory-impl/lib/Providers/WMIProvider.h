@@ -1,11 +1,11 @@
 #pragma once
 
+#include "hw-inventory-impl/lib/Providers/ComPointer.h"
 #include "hw-inventory-impl/lib/Providers/ManagementSource.h"
 
 #include <windows.h>
 
 #include <wbemcli.h>
-#include <wrl/client.h>
 
 namespace HardwareInventory::Providers::WMIProvider
 {
@@ -17,7 +17,7 @@ public:
     ApartmentMembership(const ApartmentMembership&) = delete;
     ~ApartmentMembership();
 
-    // Joins the multithreaded apartment. What has been joined is left on destruction; a thread of another apartment stays as it is.
+    // Joins the multithreaded apartment. What was joined is left on destruction; a thread of another apartment stays as it is.
     HRESULT join();
 
     // From now on COM is left on destruction even where the thread was in another apartment.
@@ -38,7 +38,7 @@ public:
 
 private:
     ApartmentMembership apartment_;
-    Microsoft::WRL::ComPtr<IWbemLocator> locator_;
-    Microsoft::WRL::ComPtr<IWbemServices> services_;
+    ComPointer<IWbemLocator> locator_;
+    ComPointer<IWbemServices> services_;
 };
 }

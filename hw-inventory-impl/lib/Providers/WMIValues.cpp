@@ -98,7 +98,7 @@ namespace
 PropertyValue WMIObject::get(const wchar_t* property) const
 {
     Variant value;
-    if (!read(*object_.Get(), property, value))
+    if (!read(*object_.get(), property, value))
         return Unreadable{};
     switch (value.type())
     {
@@ -118,7 +118,7 @@ PropertyValue WMIObject::get(const wchar_t* property) const
 std::optional<bool> WMIObject::getBool(const wchar_t* property) const
 {
     Variant value;
-    if (!read(*object_.Get(), property, value))
+    if (!read(*object_.get(), property, value))
         return std::nullopt;
     if (value.type() == VT_BOOL)
         return value.get().boolVal != VARIANT_FALSE;
@@ -132,7 +132,7 @@ std::optional<bool> WMIObject::getBool(const wchar_t* property) const
 std::variant<std::vector<std::wstring>, ManagementObject::ArrayFailure> WMIObject::getStringArray(const wchar_t* property) const
 {
     Variant value;
-    if (!read(*object_.Get(), property, value))
+    if (!read(*object_.get(), property, value))
         return ArrayFailure::unreadable;
     Variant owned;
     if (FAILED(owned.attach(value)))

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "hw-inventory-impl/lib/Providers/ComPointer.h"
 #include "hw-inventory-impl/lib/Providers/ManagementSource.h"
 
 #include <windows.h>
 
 #include <wbemcli.h>
-#include <wrl/client.h>
 
 namespace HardwareInventory::Providers::WMIProvider
 {
@@ -13,14 +13,14 @@ namespace HardwareInventory::Providers::WMIProvider
 class WMIObject final : public ManagementObject
 {
 public:
-    explicit WMIObject(Microsoft::WRL::ComPtr<IWbemClassObject> object) : object_(std::move(object)) {}
+    explicit WMIObject(ComPointer<IWbemClassObject> object) : object_(std::move(object)) {}
 
-    const void* address() const override { return object_.Get(); }
+    const void* address() const override { return object_.get(); }
     PropertyValue get(const wchar_t* property) const override;
     std::optional<bool> getBool(const wchar_t* property) const override;
     std::variant<std::vector<std::wstring>, ArrayFailure> getStringArray(const wchar_t* property) const override;
 
 private:
-    Microsoft::WRL::ComPtr<IWbemClassObject> object_;
+    ComPointer<IWbemClassObject> object_;
 };
 }

@@ -1,0 +1,87 @@
+#pragma once
+
+#include "hw-inventory-impl/lib/Providers/ComPointer.h"
+#include "tests/com/ComStubs.h"
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+// A management service inside the test: the calls into COM and the interfaces behind them, every step recorded.
+namespace fakes
+{
+using ObjectPointer = HardwareInventory::Providers::ComPointer<IWbemClassObject>;
+
+struct FakeCom
+{
+    std::map<std::string, HRESULT> answers; // by the call's name; a call not listed succeeds
+
+    std::vector<ObjectPointer> results; // what a query yields
+    HRESULT end = WBEM_S_FALSE;                                    // what the enumerator answers behind the last result
+
+    // The calls with their arguments, and "~name" where the last reference to an object goes.
+    std::vector<std::string> trace;
+};
+
+FakeCom& com();
+
+// Every failing call leaves this as the last error; whatever runs on the way back overwrites it.
+constexpr DWORD kErrorOfFailure = ERROR_ACCESS_DENIED;
+constexpr DWORD kErrorOfCleanup = ERROR_INVALID_FUNCTION;
+
+// Records the call and finds its answer.
+HRESULT record(const std::string& name, const std::string& arguments = "");
+
+// A COM object that knows its name and tells when it goes.
+template <class Interface>
+class Counted : public Interface
+{
+public:
+    explicit Counted(std::string name) : name_(std::move(name)) {}
+    virtual ~Counted() = default;
+
+    STDMETHODIMP QueryInterface(REFIID, void** object) override
+    {
+        *object = nullptr;
+        return E_NOINTERFACE;
+    }
+    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
+    STDMETHODIMP_(ULONG) Release() override
+    {
+        SetLastError(kErrorOfCleanup);
+        const ULONG left = --references_;
+        if (left == 0)
+        {
+            com().trace.push_back("~" + name_);
+            delete this;
+        }
+        return left;
+    }
+
+    const std::string& name() const { return name_; }
+
+private:
+    std::string name_;
+    ULONG references_ = 1;
+};
+
+// A result object: each property is a function that makes the value afresh.
+class FakeObject final : public Counted<StubObject>
+{
+public:
+    using Value = std::function<void(VARIANT& value)>;
+
+    FakeObject(std::string name, std::map<std::wstring, Value> properties)
+        : Counted(std::move(name)), properties_(std::move(properties))
+    {
+    }
+
+    STDMETHODIMP Get(const wchar_t* name, LONG flags, VARIANT* value, CIMTYPE* type, LONG* flavor) override;
+
+private:
+    std::map<std::wstring, Value> properties_;
+};
+
+ObjectPointer makeObject(const std::string& name, std::map<std::wstring, FakeObject::Value> properties = {});
+}
