@@ -1,0 +1,22 @@
+#include "vm-detect/HostFacts.h"
+#include "vm-detect/Rules.h"
+
+#include <cstdlib>
+#include <string>
+
+// Any bytes as a firmware table, and as a registry value: the facts hold no more text than the bytes do, and can be judged.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    VmDetect::HostFacts facts;
+    facts.firmware = VmDetect::firmwareFacts({data, size});
+    facts.registryBiosVersions = VmDetect::multiStringTexts({reinterpret_cast<const char*>(data), size});
+
+    std::size_t oemLetters = 0;
+    for (const std::string& text : facts.firmware.oemStrings)
+        oemLetters += text.size();
+    if (oemLetters > size || facts.firmware.maker.size() > size)
+        std::abort();
+
+    VmDetect::hypervisorType(facts);
+    return 0;
+}
