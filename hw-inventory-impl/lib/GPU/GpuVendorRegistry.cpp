@@ -1,0 +1,76 @@
+#include "hw-inventory-impl/lib/GPU/GpuVendorRegistry.h"
+
+#include "hw-inventory-impl/lib/GPU/AMDGroup.h"
+#include "hw-inventory-impl/lib/GPU/GPUException.h"
+#include "hw-inventory-impl/lib/GPU/NvidiaGroup.h"
+#include "st-core/lib/HostLogger.h"
+
+namespace HardwareInventory
+{
+using ZelStdCore::logWarning;
+using ZelStdCore::widen;
+
+GpuVendorRegistry::GpuVendorRegistry()
+{
+    try
+    {
+        amd_ = std::make_shared<AMDGroup>();
+        for (const auto& gpu : amd_->gpus())
+            add(*gpu);
+    }
+    catch (const AMDException& error)
+    {
+        logWarning(L"error retrieving AMD information: %1%", error.what());
+    }
+
+    try
+    {
+        nvidia_ = std::make_shared<NvidiaGroup>();
+        for (const auto& gpu : nvidia_->gpus())
+            add(*gpu);
+    }
+    catch (const NvidiaException& error)
+    {
+        logWarning(L"error retrieving Nvidia information: %1%", error.what());
+    }
+}
+
+GpuVendorRegistry& GpuVendorRegistry::instance()
+{
+    static GpuVendorRegistry registry;
+    return registry;
+}
+
+void GpuVendorRegistry::refreshAll()
+{
+    for (const auto& entry : gpus_)
+        entry.second->update();
+}
+
+const IGPU* GpuVendorRegistry::find(const std::wstring& pciAddress) const
+{
+    const auto entry = gpus_.find(pciAddress);
+    return entry == gpus_.end() ? nullptr : entry->second;
+}
+
+// A later adapter of the same address replaces the earlier one.
+void GpuVendorRegistry::add(IGPU& gpu)
+{
+    gpus_[widen(gpu.pciAddress())] = &gpu;
+}
+
+void completeFromVendorLibraries(std::vector<GpuInfo>& gpus)
+{
+    GpuVendorRegistry& registry = GpuVendorRegistry::instance();
+    registry.refreshAll();
+    for (GpuInfo& gpu : gpus)
+    {
+        const IGPU* const known = registry.find(gpu.pciAddress);
+        if (!known)
+            continue;
+        gpu.temperature = known->temperature();
+        if (gpu.serialNumber.empty())
+            gpu.serialNumber = widen(known->serial());
+    }
+}
+}

@@ -1,12 +1,45 @@
 #pragma once
 
+#include "hw-inventory-impl/lib/GPU/IGPU.h"
 #include "hw-inventory-impl/lib/Records.h"
 
+#include <memory>
+#include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace HardwareInventory
 {
+class AMDGroup;
+class NvidiaGroup;
+
 // Asks the vendors' libraries afresh and gives each adapter that they know its temperature and, where it has none, its serial
 // number. An adapter is known by the exact text of its PCI address. A missing library is a warning, once per process.
 void completeFromVendorLibraries(std::vector<GpuInfo>& gpus);
+
+// The adapters of both vendors' libraries by PCI address. A vendor whose library cannot be used is a warning and contributes none.
+class GpuVendorRegistry
+{
+public:
+    GpuVendorRegistry();
+    GpuVendorRegistry(const GpuVendorRegistry&) = delete;
+    GpuVendorRegistry& operator=(const GpuVendorRegistry&) = delete;
+
+    // Built on first use, and again on the next one should that have thrown; destroyed when the process ends. The set of adapters
+    // never changes.
+    static GpuVendorRegistry& instance();
+
+    void refreshAll();
+
+    // Null for an address that no library knows. Case counts.
+    const IGPU* find(const std::wstring& pciAddress) const;
+
+private:
+    void add(IGPU& gpu);
+
+    // Nvidia's group comes last and so ends first: its functions are called while its library is still loaded.
+    std::shared_ptr<AMDGroup> amd_;
+    std::shared_ptr<NvidiaGroup> nvidia_;
+    std::unordered_map<std::wstring, IGPU*> gpus_;
+};
 }

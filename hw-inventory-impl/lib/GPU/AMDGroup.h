@@ -1,0 +1,35 @@
+#pragma once
+
+#include "hw-inventory-impl/lib/GPU/AMDGPU.h"
+#include "hw-inventory-impl/lib/GPU/Adl.h"
+
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace HardwareInventory
+{
+// AMD's library and its physical adapters, as they are when the group is made: one per PCI address, however many outputs it has.
+// Throws AMDException when the library cannot be used.
+class AMDGroup
+{
+public:
+    AMDGroup();
+    AMDGroup(const AMDGroup&) = delete;
+    AMDGroup& operator=(const AMDGroup&) = delete;
+    ~AMDGroup();
+
+    const std::vector<std::shared_ptr<AMDGPU>>& gpus() const { return gpus_; }
+
+private:
+    const char* loadLibrary();
+    const char* readAdapters();
+    void add(const Adl::AdapterInfo& adapter);
+
+    std::unique_ptr<Adl::AdapterInfo[]> adapters_;
+    int adapterCount_ = 0;
+    std::unordered_map<std::string, std::shared_ptr<AMDGPU>> byPciAddress_;
+    std::vector<std::shared_ptr<AMDGPU>> gpus_; // in the order of the library
+};
+}

@@ -1,0 +1,205 @@
+#include "hw-inventory-impl/lib/GPU/NvidiaGroup.h"
+
+#include "hw-inventory-impl/lib/GPU/GPUException.h"
+#include "tests/unit/gpu/GpuTest.h"
+
+#include <sstream>
+
+using namespace HardwareInventory;
+using namespace fakes;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace
+{
+const Section kFirst = {{"temperature", "45"},       {"utilization.gpu", "17"},  {"utilization.memory", "8"},
+                        {"memory.total", "4096000"}, {"memory.free", "3072000"}, {"memory.used", "1024000"},
+                        {"power", "31500"},          {"busId", "0000:01:00.0"},  {"serial", "0320718000001"}};
+const Section kSecond = {{"temperature", "60"},         {"utilization.gpu", "99"},    {"utilization.memory", "50"},
+                         {"memory.total", "8589934592"}, {"memory.free", "2147483648"}, {"memory.used", "6442450944"},
+                         {"power", "120250"},            {"busId", "000A:0B:0C.0"},     {"serial", "SN-2"}};
+
+// One value or group of values per line of update().
+std::vector<std::string> describe(const NvidiaReadings& readings)
+{
+    std::ostringstream text[6];
+    text[0] << (readings.temperature ? std::to_string(*readings.temperature) : "absent");
+    text[1] << readings.gpuUtilization << ' ' << readings.memoryUtilization;
+    text[2] << readings.memoryFreeKiB << ' ' << readings.memoryUsedKiB << ' ' << readings.memoryTotalKiB << ' '
+            << readings.memoryUsedPercent;
+    text[3] << readings.powerWatts;
+    text[4] << readings.pciBusId;
+    text[5] << readings.serial;
+    std::vector<std::string> lines;
+    for (const auto& line : text)
+        lines.push_back(line.str());
+    return lines;
+}
+
+const std::vector<std::string> kFirstReadings = {"45.000000", "17 8", "3000 1000 4000 25", "31.5", "0000:01:00.0",
+                                                 "0320718000001"};
+const std::vector<std::string> kSecondReadings = {"60.000000", "99 50", "2.09715e+06 6.29146e+06 8.38861e+06 75",
+                                                  "120.25",    "000A:0B:0C.0", "SN-2"};
+const std::vector<std::string> kNoReadings = {"absent", "0 0", "0 0 0 0", "0", "", ""};
+
+// The calls of update(), in order: a failing one leaves the values of its own line.
+const std::vector<std::string> kReadingCalls = {"nvmlDeviceGetTemperature", "nvmlDeviceGetUtilizationRates",
+                                                "nvmlDeviceGetMemoryInfo",  "nvmlDeviceGetPowerUsage",
+                                                "nvmlDeviceGetPciInfo_v3",  "nvmlDeviceGetSerial"};
+
+class NvidiaGroupTest : public GpuTest
+{
+protected:
+    static std::string failure() { return failureOf<NvidiaGroup, NvidiaException>(); }
+};
+
+TEST_F(NvidiaGroupTest, NamesWhatTheLibraryLacks)
+{
+    EXPECT_EQ(failure(), "NVML Library not found!");
+
+    // With all symbols absent the first in order is told; each is then supplied in turn.
+    const std::pair<const char*, const char*> inOrder[] = {
+        {"nvmlInit", "ERROR: nvmlInit not available!"},
+        {"nvmlShutdown", "ERROR: nvmlShutdown not available!"},
+        {"nvmlErrorString", "ERROR: nvmlErrorString not available!"},
+        {"nvmlDeviceGetCount", "ERROR: nvmlDeviceGetCount not available!"},
+        {"nvmlDeviceGetHandleByIndex", "ERROR: nvmlDeviceGetHandleByIndex not available!"},
+        {"nvmlDeviceGetTemperature", "ERROR: nvmlDeviceGetTemperature not available!"},
+        {"nvmlDeviceGetUtilizationRates", "ERROR: nvmlDeviceGetUtilizationRates not available!"},
+        {"nvmlDeviceGetMemoryInfo", "ERROR: nvmlDeviceGetMemoryInfo not available!"},
+        {"nvmlDeviceGetPowerUsage", "ERROR: nvmlDeviceGetPowerUsage not available!"},
+        {"nvmlDeviceGetPciInfo_v3", "ERROR: nvmlDeviceGetPciInfo_v3 not available !"},
+        {"nvmlDeviceGetSerial", "ERROR: nvmlDeviceGetSerial not available !"},
+    };
+    auto& module = machine().modules[L"nvml.dll"];
+    for (const auto& [symbol, message] : inOrder)
+    {
+        EXPECT_EQ(failure(), message);
+        module[symbol] = nvmlProcedures().at(symbol);
+    }
+    EXPECT_THAT(takeCalls(), IsEmpty());
+    EXPECT_EQ(failure(), "");
+    EXPECT_EQ(failure(), "") << "the library could not be loaded a second time";
+}
+
+TEST_F(NvidiaGroupTest, TellsWhichCallFailedAndWhy)
+{
+    installNvml();
+    nvml().devices = {kFirst, kSecond};
+    struct Case
+    {
+        Section* section;
+        const char* call;
+        const char* message;
+    };
+    const Case cases[] = {
+        {&nvml().library, "nvmlInit", "Error on NVML initialization: reason 18 [18]"},
+        {&nvml().library, "nvmlDeviceGetCount", "Error on getting device count: reason 18 [18]"},
+        {&nvml().devices[0], "nvmlDeviceGetHandleByIndex", "Error on getting handle by index: reason 18 [18]"},
+        {&nvml().devices[1], "nvmlDeviceGetHandleByIndex", "Error on getting handle by index: reason 18 [18]"},
+    };
+    for (const Case& one : cases)
+    {
+        (*one.section)[one.call] = "18";
+        EXPECT_EQ(failure(), one.message);
+        one.section->erase(one.call);
+    }
+}
+
+// A text is cut to what the exception holds; one of the vendor's own length must not break it.
+TEST_F(NvidiaGroupTest, CutsLongExceptionTexts)
+{
+    EXPECT_EQ(NvidiaException("%s", std::string(511, 'x').c_str()).what(), std::string(511, 'x'));
+    EXPECT_EQ(NvidiaException("%s [%d]", std::string(600, 'x').c_str(), 3).what(), std::string(511, 'x'));
+    const AMDException copy = AMDException("%s [%d]", "ADL", -8);
+    EXPECT_STREQ(copy.what(), "ADL [-8]");
+}
+
+TEST_F(NvidiaGroupTest, ReadsEveryDevice)
+{
+    installNvml();
+    NvidiaGroup empty;
+    EXPECT_THAT(empty.gpus(), IsEmpty());
+
+    nvml().devices = {kFirst, kSecond, {}};
+    NvidiaGroup group;
+    ASSERT_EQ(group.gpus().size(), 3u);
+    EXPECT_EQ(describe(group.gpus()[0]->readings()), kFirstReadings);
+    EXPECT_EQ(describe(group.gpus()[1]->readings()), kSecondReadings);
+    EXPECT_EQ(describe(group.gpus()[2]->readings()), kNoReadings) << "a device that tells nothing";
+    EXPECT_EQ(group.gpus()[1]->index(), 1u);
+
+    const IGPU& gpu = *group.gpus()[0];
+    EXPECT_EQ(gpu.temperature(), 45.0f);
+    EXPECT_EQ(gpu.pciAddress(), "0000:01:00.0");
+    EXPECT_EQ(gpu.serial(), "0320718000001");
+}
+
+TEST_F(NvidiaGroupTest, KeepsWhatAFailingCallDoesNotRefresh)
+{
+    installNvml();
+    for (std::size_t failing = 0; failing < kReadingCalls.size(); ++failing)
+    {
+        nvml().devices = {kFirst};
+        NvidiaGroup group;
+        nvml().devices = {kSecond};
+        nvml().devices[0][kReadingCalls[failing]] = "15";
+        takeCalls();
+
+        // Only the last call's code is told.
+        EXPECT_EQ(group.gpus()[0]->update(), kReadingCalls[failing] == "nvmlDeviceGetSerial" ? 15 : 0);
+
+        std::vector<std::string> expected = kSecondReadings;
+        expected[failing] = kFirstReadings[failing];
+        EXPECT_EQ(describe(group.gpus()[0]->readings()), expected) << kReadingCalls[failing];
+        std::vector<std::string> calls;
+        for (const std::string& call : kReadingCalls)
+            calls.push_back(call + " 0");
+        EXPECT_EQ(takeCalls(), calls);
+    }
+}
+
+TEST_F(NvidiaGroupTest, SurvivesAHostileLibrary)
+{
+    installNvml();
+
+    // Texts that fill their fields to the last character.
+    Section unterminated = kFirst;
+    unterminated["busId"] = std::string(40, 'B');
+    unterminated["serial"] = std::string(40, 'S');
+    unterminated["memory.total"] = "0";
+    unterminated["memory.used"] = "-1"; // 2^64 - 1
+    nvml().devices = {unterminated};
+    {
+        NvidiaGroup group;
+        EXPECT_EQ(group.gpus()[0]->pciAddress(), std::string(16, 'B'));
+        EXPECT_EQ(group.gpus()[0]->serial(), std::string(30, 'S'));
+        EXPECT_EQ(group.gpus()[0]->readings().memoryUsedPercent, 0);
+    }
+
+    // Counts beyond what there is.
+    for (const char* count : {"2", "2147483648", "-1"})
+    {
+        nvml().library["count"] = count;
+        EXPECT_EQ(failure(), "Error on getting handle by index: reason 2 [2]") << count;
+    }
+
+    // A library without words for its errors.
+    machine().modules[L"nvml.dll"]["nvmlErrorString"] = reinterpret_cast<void*>(+[](Nvml::Return) -> const char* { return nullptr; });
+    EXPECT_EQ(failure(), "Error on getting handle by index:  [2]");
+}
+
+TEST_F(NvidiaGroupTest, ShutsTheLibraryDownBeforeFreeingIt)
+{
+    installNvml();
+    vendorMachine().onCall = [](const std::string& call) {
+        EXPECT_THAT(machine().freedModules, IsEmpty()) << call << " in a freed library";
+    };
+    {
+        NvidiaGroup group;
+        takeCalls();
+    }
+    EXPECT_THAT(takeCalls(), ElementsAre("nvmlShutdown"));
+    EXPECT_THAT(machine().freedModules, ElementsAre(L"nvml.dll"));
+}
+}
