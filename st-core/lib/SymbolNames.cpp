@@ -43,7 +43,7 @@ namespace
     std::wstring withoutParameters(const std::wstring& name)
     {
         const auto close = name.rfind(L')');
-        if (close == std::wstring::npos)
+        if (close == std::wstring::npos || name.compare(close + 1, 2, L"::") == 0)
             return name;
         int depth = 0;
         for (std::size_t index = close + 1; index-- > 0;)

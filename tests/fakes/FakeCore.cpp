@@ -55,14 +55,27 @@ namespace Platform
         return 0;
     }
 
-    // A "file" is its bytes in memory; the mapping is the file itself.
+    // A "file" is its bytes in memory. Closing a handle leaves an error of its own behind, so that a last error that is read too
+    // late is found out.
     namespace
     {
-        const char invalidHandle = 0;
+        constexpr std::uint32_t kErrorAfterClosing = 6;
 
-        void* invalid()
+        struct FakeHandle
         {
-            return const_cast<char*>(&invalidHandle);
+            const char* kind;
+            std::string bytes;
+        };
+
+        FakeHandle* invalidHandle()
+        {
+            static FakeHandle invalid{"file", {}};
+            return &invalid;
+        }
+
+        FakeHandle& handleOf(void* handle)
+        {
+            return *static_cast<FakeHandle*>(handle);
         }
     }
 
@@ -70,20 +83,22 @@ namespace Platform
     {
         std::ifstream stream(std::filesystem::path(path), std::ios::binary);
         if (callFails("CreateFileW") || !stream)
-            return invalid();
-        return new std::string(std::istreambuf_iterator<char>(stream), {});
+            return invalidHandle();
+        return new FakeHandle{"file", std::string(std::istreambuf_iterator<char>(stream), {})};
     }
 
     void* createReadOnlyMapping(void* file)
     {
-        if (callFails("CreateFileMappingW") || file == invalid() || static_cast<std::string*>(file)->empty())
+        if (callFails("CreateFileMappingW") || handleOf(file).bytes.empty())
             return nullptr;
-        return new std::string(*static_cast<std::string*>(file));
+        return new FakeHandle{"mapping", handleOf(file).bytes};
     }
 
     int fileSize(void* file, std::uint64_t& size)
     {
-        size = static_cast<std::string*>(file)->size();
+        if (callFails("GetFileSizeEx"))
+            return 0;
+        size = handleOf(file).bytes.size();
         return 1;
     }
 
@@ -91,21 +106,25 @@ namespace Platform
     {
         if (callFails("MapViewOfFile"))
             return nullptr;
-        // A view of its own, so that a use after unmapping is a use after free.
-        char* view = new char[size];
-        std::memcpy(view, static_cast<std::string*>(mapping)->data(), size);
+        // A view of its own, so that a use after unmapping is a use after free. No size maps the whole file.
+        const std::string& bytes = handleOf(mapping).bytes;
+        char* view = new char[bytes.size()];
+        std::memcpy(view, bytes.data(), size == 0 ? bytes.size() : size);
         return view;
     }
 
     void unmapView(const char* view)
     {
+        machine().calls.emplace_back("UnmapViewOfFile");
         delete[] view;
     }
 
     void closeHandle(void* handle)
     {
-        if (handle != invalid())
-            delete static_cast<std::string*>(handle);
+        machine().calls.emplace_back(std::string("CloseHandle(") + handleOf(handle).kind + ")");
+        machine().lastError = kErrorAfterClosing;
+        if (handle != invalidHandle())
+            delete &handleOf(handle);
     }
 }
 }

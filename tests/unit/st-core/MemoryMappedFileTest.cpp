@@ -1,0 +1,159 @@
+#include "st-core/lib/MemoryMappedFile.h"
+#include "st-core/lib/RuntimeException.h"
+#include "st-core/lib/Text.h"
+#include "tests/fakes/FakeMachine.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+using namespace ZelStdCore;
+using fakes::machine;
+
+namespace
+{
+class MemoryMappedFileTest : public testing::Test
+{
+protected:
+    MemoryMappedFileTest()
+    {
+        machine().stack.resize(3);
+        std::filesystem::remove_all(folder_);
+        std::filesystem::create_directories(folder_);
+    }
+    ~MemoryMappedFileTest() override { std::filesystem::remove_all(folder_); }
+
+    std::wstring write(const char* name, const std::string& bytes) const
+    {
+        std::ofstream(folder_ / name, std::ios::binary) << bytes;
+        return (folder_ / name).wstring();
+    }
+
+    // One folder per test: tests of this binary run side by side.
+    const std::filesystem::path folder_ = std::filesystem::temp_directory_path()
+                                          / (std::string("st-core-mapped-")
+                                             + testing::UnitTest::GetInstance()->current_test_info()->name());
+};
+
+std::wstring failureOf(MemoryMappedFile& file, const std::wstring& path)
+{
+    try
+    {
+        file.open(path);
+        return L"no exception";
+    }
+    catch (const RuntimeException& error)
+    {
+        EXPECT_EQ(error.function(), L"ZelStdCore::MemoryMappedFile::open");
+        EXPECT_EQ(error.file(), L"st-core\\lib\\MemoryMappedFile.cpp");
+        EXPECT_EQ(error.frames().size(), 1u);
+        EXPECT_EQ(file.data(), nullptr);
+        EXPECT_EQ(file.size(), 0u);
+        return error.message();
+    }
+}
+
+std::vector<std::string> callsSince(std::size_t begin)
+{
+    auto& calls = machine().calls;
+    std::vector<std::string> since(calls.begin() + static_cast<std::ptrdiff_t>(begin), calls.end());
+    std::erase(since, "SymInitializeW");
+    return since;
+}
+
+using Calls = std::vector<std::string>;
+}
+
+TEST_F(MemoryMappedFileTest, MapsTheWholeFile)
+{
+    const std::string bytes("first\0second\r\n", 14);
+    MemoryMappedFile file;
+    file.open(write("file", bytes));
+    EXPECT_EQ(std::string(file.data(), file.size()), bytes);
+
+    // Opening another one closes the first; so does a failure to.
+    file.open(write("other", "2"));
+    EXPECT_EQ(std::string(file.data(), file.size()), "2");
+    EXPECT_TRUE(failureOf(file, (folder_ / "none").wstring()).starts_with(L"not a file: "));
+
+    const auto before = machine().calls.size();
+    file.open(write("other", "3"));
+    file.close();
+    file.close();
+    EXPECT_EQ(file.data(), nullptr);
+    EXPECT_EQ(file.size(), 0u);
+    EXPECT_EQ(callsSince(before), (Calls{"CreateFileW", "CreateFileMappingW", "GetFileSizeEx", "MapViewOfFile", "UnmapViewOfFile",
+                                         "CloseHandle(mapping)", "CloseHandle(file)"}));
+}
+
+TEST_F(MemoryMappedFileTest, TakesRegularFilesOnly)
+{
+    MemoryMappedFile file;
+    const std::wstring folder = folder_.wstring();
+    EXPECT_EQ(failureOf(file, folder), L"not a regular file: " + folder);
+    EXPECT_EQ(failureOf(file, L""), L"not a file: ");
+    EXPECT_EQ(failureOf(file, folder + L"/none"), L"not a file: " + folder + L"/none");
+    EXPECT_EQ(callsSince(0), Calls{});
+
+    // Links are followed. Where links need a privilege that the user lacks, there is none to follow.
+    write("file", "linked");
+    std::error_code failed;
+    std::filesystem::create_directory_symlink(folder_, folder_ / "to-folder", failed);
+    if (!failed)
+        EXPECT_EQ(failureOf(file, folder + L"/to-folder"), L"not a regular file: " + folder + L"/to-folder");
+    std::filesystem::create_symlink(folder_ / "file", folder_ / "to-file", failed);
+    if (!failed)
+    {
+        file.open(folder + L"/to-file");
+        EXPECT_EQ(std::string(file.data(), file.size()), "linked");
+    }
+}
+
+TEST_F(MemoryMappedFileTest, TellsTheFailureOfEachStepAndKeepsNothingOpen)
+{
+    const struct
+    {
+        const char* operation;
+        const wchar_t* message;
+        Calls calls;
+    } cases[] = {
+        // A failed open answers with a handle that is not null, and goes unnoticed until it is used.
+        {"CreateFileW",
+         L"failed to create file mapping (%1%): %2%",
+         {"CreateFileW", "CreateFileMappingW", "CloseHandle(file)"}},
+        {"CreateFileMappingW",
+         L"failed to create file mapping (%1%): %2%",
+         {"CreateFileW", "CreateFileMappingW", "CloseHandle(file)"}},
+        {"MapViewOfFile",
+         L"failed to get map view of file (%1%): %2%",
+         {"CreateFileW", "CreateFileMappingW", "GetFileSizeEx", "MapViewOfFile", "CloseHandle(mapping)", "CloseHandle(file)"}},
+    };
+    const std::wstring path = write("file", "bytes");
+    for (const auto& [operation, message, calls] : cases)
+    {
+        SCOPED_TRACE(operation);
+        machine().fails = [operation](const std::string& asked) { return asked == operation; };
+        const auto before = machine().calls.size();
+        MemoryMappedFile file;
+        EXPECT_EQ(failureOf(file, path), format(message, path, fakes::messageOf(5)));
+        file.close();
+        EXPECT_EQ(callsSince(before), calls);
+    }
+}
+
+TEST_F(MemoryMappedFileTest, AFailedSizeQueryGoesUnnoticed)
+{
+    machine().fails = [](const std::string& asked) { return asked == "GetFileSizeEx"; };
+    MemoryMappedFile file;
+    file.open(write("file", "bytes"));
+    EXPECT_NE(file.data(), nullptr);
+    EXPECT_EQ(file.size(), 0u);
+}
+
+TEST_F(MemoryMappedFileTest, AnEmptyFileCannotBeMapped)
+{
+    MemoryMappedFile file;
+    const std::wstring path = write("empty", "");
+    EXPECT_TRUE(failureOf(file, path).starts_with(L"failed to create file mapping (" + path + L"): "));
+}

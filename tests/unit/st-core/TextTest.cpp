@@ -1,0 +1,170 @@
+#include "st-core/lib/Text.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+using namespace ZelStdCore;
+
+namespace
+{
+// Code points as this platform writes them: beyond the basic plane a pair where wchar_t has two bytes.
+std::wstring wide(std::initializer_list<char32_t> codePoints)
+{
+    std::wstring text;
+    for (const char32_t codePoint : codePoints)
+        if (sizeof(wchar_t) == 2 && codePoint > 0xFFFF)
+        {
+            text += static_cast<wchar_t>(0xD800 + ((codePoint - 0x10000) >> 10));
+            text += static_cast<wchar_t>(0xDC00 + ((codePoint - 0x10000) & 0x3FF));
+        }
+        else
+            text += static_cast<wchar_t>(codePoint);
+    return text;
+}
+
+std::wstring latin1(std::string_view bytes)
+{
+    std::wstring text;
+    for (const char byte : bytes)
+        text += static_cast<unsigned char>(byte);
+    return text;
+}
+}
+
+TEST(Text, Utf8AtTheBordersOfEveryLength)
+{
+    const struct
+    {
+        std::wstring text;
+        std::string bytes;
+    } cases[] = {
+        {L"", ""},
+        {L"plain", "plain"},
+        {wide({0x7F, 0x80, 0x7FF, 0x800}), "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80"},
+        {wide({0xD7FF, 0xE000, 0xFFFF}), "\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF"},
+        {wide({0x10000, 'a', 0x10FFFF}), "\xF0\x90\x80\x80" "a\xF4\x8F\xBF\xBF"},
+        {wide({'a', 0, 'b'}), std::string("a\0b", 3)},
+    };
+    for (const auto& [text, bytes] : cases)
+    {
+        SCOPED_TRACE(bytes);
+        EXPECT_EQ(toUtf8(text), bytes);
+        EXPECT_EQ(widen(bytes), text);
+    }
+}
+
+TEST(Text, IllFormedWideTextBecomesReplacements)
+{
+    const std::string replacement = "\xEF\xBF\xBD";
+    EXPECT_EQ(toUtf8(wide({0xD83D, 0xDE00})), "\xF0\x9F\x98\x80");
+    EXPECT_EQ(toUtf8(wide({'a', 0xD83D})), "a" + replacement);
+    EXPECT_EQ(toUtf8(wide({0xD83D, 'b'})), replacement + "b");
+    EXPECT_EQ(toUtf8(wide({0xDE00, 0xD83D})), replacement + replacement);
+    EXPECT_EQ(toUtf8(wide({0xD83D, 0xD83D, 0xDE00})), replacement + "\xF0\x9F\x98\x80");
+    if constexpr (sizeof(wchar_t) == 4)
+        EXPECT_EQ(toUtf8(wide({0x110000, 0xFFFFFFFF})), replacement + replacement);
+}
+
+TEST(Text, IllFormedUtf8IsTakenAsLatin1Whole)
+{
+    for (const std::string bytes : {
+             "\xC4\x80 then \xFF",     // the sound part is not kept apart
+             "\x80", "a\xBF",          // continuation without lead
+             "\xC3", "\xE2\x82", "\xF0\x9F\x98", // cut off
+             "\xC3(", "\xE2\x82(",     // continuation missing
+             "\xC0\xAF", "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF", // longer than needed
+             "\xED\xA0\x80", "\xED\xBF\xBF", // surrogates
+             "\xF4\x90\x80\x80", "\xF8\x88\x80\x80\x80", "\xFE", // beyond the last code point
+         })
+    {
+        SCOPED_TRACE(testing::PrintToString(bytes));
+        EXPECT_EQ(widen(bytes), latin1(bytes));
+    }
+}
+
+TEST(Text, TrimsBothEnds)
+{
+    EXPECT_EQ(trim(L" \t\r\n\v\fa b \n"), L"a b");
+    EXPECT_EQ(trim(L" \t "), L"");
+    EXPECT_EQ(trim(L""), L"");
+    EXPECT_EQ(trim(L"'\"a' \"b\"'", L"'\""), L"a' \"b");
+    EXPECT_EQ(trim(L" a ", L"x"), L" a ");
+    EXPECT_EQ(trim(L"xx", L"x"), L"");
+    EXPECT_EQ(trim(L" a ", L""), L" a ");
+}
+
+TEST(Text, SplitsIntoOnePieceMoreThanThereAreSeparators)
+{
+    using Pieces = std::vector<std::wstring_view>;
+    EXPECT_EQ(split(L"", L","), Pieces{L""});
+    EXPECT_EQ(split(L"a", L","), Pieces{L"a"});
+    EXPECT_EQ(split(L",a,,b,", L","), (Pieces{L"", L"a", L"", L"b", L""}));
+    EXPECT_EQ(split(L"a--b---c", L"--"), (Pieces{L"a", L"b", L"-c"}));
+    EXPECT_EQ(split(L"abc", L""), Pieces{L"abc"});
+}
+
+TEST(Text, HexadecimalHasTheOutcomeOf32Bits)
+{
+    const struct
+    {
+        std::wstring text;
+        std::uint32_t value;
+        HexadecimalError error = HexadecimalError::none;
+    } cases[] = {
+        {L"0", 0},
+        {L"10DE", 0x10DE},
+        {L"aBcDeF09", 0xABCDEF09},
+        {L"0x80ce", 0x80CE},
+        {L"0X3468", 0x3468},
+        {L"00000000000000000012", 0x12},
+        {L"0xFFFFFFFF", 0xFFFFFFFF},
+        {L"12G4", 0x12},       // the prefix counts
+        {L"1 2", 1},
+        {L"0xG", 0},           // the 0 counts, the x does not
+        {L"0x", 0},
+        {L"0x0x12", 0},
+        {L"100000000", 0, HexadecimalError::outOfRange},
+        {L"0xCE00000000000000", 0, HexadecimalError::outOfRange},
+        {L"FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF", 0, HexadecimalError::outOfRange},
+        {L"1000000000000000000000000g", 0, HexadecimalError::outOfRange},
+        {L"", 0, HexadecimalError::noDigits},
+        {L"G1", 0, HexadecimalError::noDigits},
+        {L"x1", 0, HexadecimalError::noDigits},
+        {L" 1", 0, HexadecimalError::noDigits},
+        {L"-1", 0, HexadecimalError::noDigits},
+        {L"+1", 0, HexadecimalError::noDigits},
+        {L"\uFF11", 0, HexadecimalError::noDigits}, // a digit elsewhere, a full-width one
+    };
+    for (const auto& [text, value, error] : cases)
+    {
+        SCOPED_TRACE(toUtf8(text));
+        EXPECT_EQ(parseHexadecimal(text).error, error);
+        EXPECT_EQ(parseHexadecimal(text).value, value);
+        EXPECT_EQ(parseHexadecimal(toUtf8(text)).error, error);
+        EXPECT_EQ(parseHexadecimal(toUtf8(text)).value, value);
+    }
+}
+
+TEST(Format, FillsBothStylesOfPlaceholders)
+{
+    EXPECT_EQ(format(L"nothing to fill"), L"nothing to fill");
+    EXPECT_EQ(format(L"%2%, %1%, %2%", L"first", 2), L"2, first, 2");
+    EXPECT_EQ(format(L"'%s' %d %x", L"text", -5, 0x800u), L"'text' -5 800");
+    EXPECT_EQ(format(L"%04X:%04X %04x:%02x:%02x.%01x", 0x10DEu, 0xFu, 0xABu, 1u, 0x1Fu, 7u), L"10DE:000F 00ab:01:1f.7");
+    EXPECT_EQ(format(L"100%% of %1%", L"it"), L"100% of it");
+}
+
+TEST(Format, KeepsEveryKindOfArgumentWhole)
+{
+    EXPECT_EQ(format(L"%1% %2%", std::numeric_limits<std::uint64_t>::max(), std::numeric_limits<std::int64_t>::min()),
+              L"18446744073709551615 -9223372036854775808");
+    EXPECT_EQ(format(L"%1% %2% %3%", std::int8_t{-1}, std::uint8_t{65}, std::uint16_t{65535}), L"-1 65 65535");
+    EXPECT_EQ(format(L"%1%", 1234567), L"1234567");
+    EXPECT_EQ(format(L"%1%|%2%|%3%", "narrow \xC3\xA4", std::string("std"), std::wstring(L"wide")), L"narrow \u00E4|std|wide");
+    EXPECT_EQ(format(L"%1%%2%", static_cast<const wchar_t*>(nullptr), static_cast<const char*>(nullptr)), L"");
+    // What looks like a placeholder in an argument is none.
+    EXPECT_EQ(format(L"%1%: %2%", L"%2% %s", L"50%"), L"%2% %s: 50%");
+    const std::wstring address = format(L"%p", reinterpret_cast<const void*>(std::uintptr_t{0xABC0}));
+    EXPECT_EQ(parseHexadecimal(address).value, 0xABC0u);
+}

@@ -1,0 +1,155 @@
+#include "st-core/lib/RuntimeException.h"
+#include "st-core/lib/Text.h"
+#include "st-core/lib/Time.h"
+#include "tests/fakes/FakeMachine.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+#include <stdexcept>
+
+using namespace ZelStdCore;
+
+namespace
+{
+const std::wstring kManagementFormat = L"%Y%m%d%H%M%S";
+
+void setZone(const std::string& zone)
+{
+#ifdef _WIN32
+    _putenv_s("TZ", zone.c_str());
+    _tzset();
+#else
+    setenv("TZ", zone.c_str(), 1);
+    tzset();
+#endif
+}
+
+template <class Call>
+std::wstring failureOf(const wchar_t* function, Call call)
+{
+    try
+    {
+        call();
+        return L"no exception";
+    }
+    catch (const RuntimeException& error)
+    {
+        EXPECT_EQ(error.function(), function);
+        EXPECT_EQ(error.file(), L"st-core\\lib\\Time.cpp");
+        EXPECT_FALSE(error.trace().empty());
+        return error.message();
+    }
+}
+}
+
+TEST(Time, ReadsLocalTime)
+{
+    const struct
+    {
+        const char* zone;
+        const wchar_t* text;
+        CalendarTime time;
+    } cases[] = {
+        {"UTC", L"20210304101112", 1614852672},
+        {"UTC", L"20210304101112.000000+060", 1614852672}, // fraction and offset are not examined
+        {"UTC", L"20210304101112 and more", 1614852672},
+        {"UTC", L"202103041011", 1614852660}, // what the text ends before is the least possible
+        {"UTC", L"2021", 1609459200},
+        {"UTC", L"19700102000000.000000", 86400},
+        {"UTC", L"20240229235959", 1709251199},
+        {"UTC", L"20380119031408", 2147483648},
+        {"EST5EDT", L"20210304101112.000000+060", 1614870672},
+        {"EST5EDT", L"20210704101112.000000+060", 1625407872}, // daylight saving time
+    };
+    for (const auto& [zone, text, time] : cases)
+    {
+        setZone(zone);
+        EXPECT_EQ(stringToTime(text, kManagementFormat), time) << zone << " " << toUtf8(text);
+    }
+}
+
+TEST(Time, ReadsOtherFormats)
+{
+    setZone("UTC");
+    EXPECT_EQ(stringToTime(L"03/04/2021 10:11:12", L"%m/%d/%Y %H:%M:%S"), 1614852672);
+    EXPECT_EQ(stringToTime(L"2021-03-04", L"%Y-%m-%d"), 1614816000);
+}
+
+TEST(Time, TellsWhatItCouldNotRead)
+{
+    fakes::machine().stack.resize(3);
+    for (const wchar_t* text : {L"abc", L"", L"   ", L"20211304101112", L"20210230101112", L"2021-03-04 10:11:12",
+                                L"00000000000000.000000+000", L"**************.000000-***"})
+        EXPECT_EQ(failureOf(L"ZelStdCore::stringToTime",
+                            [text]
+                            {
+                                errno = 33;
+                                stringToTime(text, kManagementFormat);
+                            }),
+                  format(L"failed to convert '%1%' to time using '%%Y%%m%%d%%H%%M%%S' format: errno 33", text));
+}
+
+TEST(Time, SpecialValuesAreNoTimes)
+{
+    const std::pair<const wchar_t*, const char*> cases[] = {
+        {L"not-a-date-time", "tm unable to handle not-a-date-time value"},
+        {L"+infinity", "tm unable to handle +infinity date value"},
+        {L"-infinity", "tm unable to handle -infinity date value"},
+    };
+    for (const auto& [text, message] : cases)
+        try
+        {
+            stringToTime(text, kManagementFormat);
+            ADD_FAILURE() << message;
+        }
+        catch (const std::out_of_range& error)
+        {
+            EXPECT_STREQ(error.what(), message);
+        }
+}
+
+TEST(Time, WritesLocalTime)
+{
+    const struct
+    {
+        const char* zone;
+        CalendarTime time;
+        const wchar_t* format;
+        const wchar_t* text;
+    } cases[] = {
+        {"UTC", 0, L"%m/%d/%Y %H:%M:%S", L"01/01/1970 00:00:00"},
+        {"UTC", 1614852672, L"%m/%d/%Y %H:%M:%S", L"03/04/2021 10:11:12"},
+        {"UTC", 1614852672, L"%m/%d/%Y", L"03/04/2021"},
+        {"UTC", 4102444800, L"%m/%d/%Y \u00E4", L"01/01/2100 \u00E4"},
+        {"EST5EDT", 1614870672, L"%m/%d/%Y %H:%M:%S", L"03/04/2021 10:11:12"},
+        {"EST5EDT", 1625407872, L"%m/%d/%Y %H:%M:%S", L"07/04/2021 10:11:12"},
+    };
+    for (const auto& [zone, time, format, text] : cases)
+    {
+        setZone(zone);
+        EXPECT_EQ(timeToString(time, format), text) << zone << " " << time;
+    }
+}
+
+TEST(Time, TellsWhatItCouldNotWrite)
+{
+    setZone("UTC");
+    fakes::machine().stack.resize(3);
+    const std::wstring longest(1023, L'x');
+    EXPECT_EQ(timeToString(0, longest), longest);
+
+    const struct
+    {
+        CalendarTime time;
+        std::wstring format;
+    } cases[] = {{86400, L""}, {-5, longest + L"x"}, {7, longest + L"%Y"}, {std::numeric_limits<CalendarTime>::max(), L"%Y"}};
+    for (const auto& [time, pattern] : cases)
+    {
+        const std::wstring message = failureOf(L"ZelStdCore::timeToString", [&] { timeToString(time, pattern); });
+        EXPECT_TRUE(message.starts_with(format(L"failed to convert %1% to time (format = %2%): errno ", time, pattern)))
+            << toUtf8(message);
+    }
+}
