@@ -3,7 +3,8 @@
 #   wine.sh PREFIX PROGRAM [ARGUMENT...]
 # The prefix is created once; whoever comes meanwhile waits for it.
 set -euo pipefail
-export WINEPREFIX=$1 WINEARCH=win64 WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES="mscoree=d;mshtml=d;winemenubuilder.exe=d"
+WINEPREFIX=$(realpath -m "$1")
+export WINEPREFIX WINEARCH=win64 WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES="mscoree=d;mshtml=d;winemenubuilder.exe=d"
 unset DISPLAY
 shift
 wine=/usr/lib/wine/wine64
