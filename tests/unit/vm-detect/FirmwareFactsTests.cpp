@@ -73,7 +73,7 @@ TEST(VmFirmwareFacts, OddTables)
         {"the first of two", RawTable().add(1, {1}, {"M"}).add(1, {1, 2}, {"N", "O"}).bytes(), {"M", "", ""}},
         {"behind structures without strings", RawTable().add(126, {}, {}).add(1, {1}, {"M"}).bytes(), {"M", "", ""}},
         {"behind the end", RawTable().add(127, {}, {}).add(1, {1}, {"M"}).bytes(), {"", "", ""}},
-        {"behind a length of nothing", RawTable().addBytes({9, 0, 0, 0}).add(1, {1}, {"M"}).bytes(), {"", "", ""}},
+        {"behind a length of nothing", RawTable().addBytes({9, 0, 0}).add(1, {1}, {"M"}).bytes(), {"", "", ""}},
         {"beyond the length in the head", RawTable().add(126, {}, {}).add(1, {1}, {"M"}).bytes(6), {"", "", ""}},
         {"a length in the head beyond the bytes", RawTable().add(1, {1}, {"M"}).bytes(0xFFFFFFFF), {"M", "", ""}},
         {"a structure longer than the table", RawTable().addBytes({1, 9, 0, 0, 1, 2, 3}).bytes(), {"", "", ""}},

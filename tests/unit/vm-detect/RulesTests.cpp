@@ -12,8 +12,8 @@ using namespace VmDetect;
 
 enum Processor
 {
-    bare,       // no hypervisor bit
-    guest,      // the bit
+    bare,         // no hypervisor bit
+    guest,        // the bit
     microsoftRoot // the bit and the right to create partitions
 };
 
@@ -98,7 +98,9 @@ TEST(VmRules, PhysicalMachinesStayPhysical)
         {.what = "Oracle server", .expected = 0, .maker = "Oracle Corporation", .product = "ORACLE SERVER X5-2",
          .boardMaker = "Oracle Corporation"},
         {.what = "Nutanix node", .expected = 0, .maker = "Nutanix", .product = "NX-3060-G5"},
+        {.what = "Nutanix node sold for AHV", .expected = 0, .maker = "Nutanix", .product = "NX-1065 AHV"},
         {.what = "HC3 node", .expected = 0, .maker = "Scale Computing", .product = "HC1200"},
+        {.what = "letters of HC3", .expected = 0, .maker = "Contoso", .product = "LHC300"},
         {.what = "HCI appliance", .expected = 0, .maker = "Contoso", .product = "Rack HCI 200"},
         {.what = "HCI appliance with Hyper-V on", .expected = 0, .maker = "Contoso", .product = "Rack HCI 200",
          .processor = microsoftRoot, .signature = kMicrosoft},
@@ -106,6 +108,7 @@ TEST(VmRules, PhysicalMachinesStayPhysical)
         {.what = "letters of VMware inside a BIOS version", .expected = 0, .maker = "LENOVO", .product = "20XXS0AB00",
          .biosVersion = "N3VMW35W (1.16 )"},
         {.what = "letters of VMware inside another name", .expected = 0, .maker = "Contoso", .product = "Ready for VMware"},
+        {.what = "other names inside", .expected = 0, .maker = "Not QEMU", .product = "Ready for OpenStack and VirtualBox"},
         {.what = "maker that begins like Xen", .expected = 0, .maker = "XENON", .product = "Nitro G8", .biosVendor = "Xenta"},
         {.what = "coreboot with the BIOS that QEMU has too", .expected = 0, .maker = "PC Engines", .product = "apu2",
          .biosVendor = "SeaBIOS"},
@@ -141,6 +144,7 @@ TEST(VmRules, GuestsAreNamedByTheirFirmware)
         {.what = "RHEV", .expected = 18, .maker = "Red Hat", .product = "RHEV Hypervisor", .biosVendor = "SeaBIOS",
          .processor = guest, .signature = kKvm},
         {.what = "Scale", .expected = 25, .maker = "Scale Computing", .product = "HC3 VM", .processor = guest, .signature = kKvm},
+        {.what = "Scale by the maker", .expected = 25, .maker = "Scale Computing", .processor = guest, .signature = kKvm},
         {.what = "HC3 alone", .expected = 25, .product = "Virtual HC3", .processor = guest, .signature = kKvm},
         {.what = "HCI", .expected = 23, .maker = "Contoso-HCI", .processor = guest, .signature = kKvm},
         {.what = "HCI within a word, then as one", .expected = 23, .product = "HCIX HCI", .processor = guest, .signature = kKvm},
@@ -154,6 +158,7 @@ TEST(VmRules, GuestsAreNamedByTheirFirmware)
         {.what = "VirtualBox with KVM's signature", .expected = 15, .maker = "innotek GmbH", .product = "VirtualBox",
          .biosVendor = "innotek GmbH", .biosVersion = "VirtualBox", .processor = guest, .signature = kKvm},
         {.what = "VirtualBox of Oracle's name", .expected = 15, .maker = "Oracle Corporation", .product = "VirtualBox"},
+        {.what = "VirtualBox by its BIOS vendor", .expected = 15, .maker = "LENOVO", .biosVendor = "innotek GmbH"},
         {.what = "VirtualBox renamed", .expected = 15, .maker = "LENOVO", .product = "20L5CTO1WW",
          .oemString = "vboxVer_7.0.14"},
         {.what = "VirtualBox by the board", .expected = 15, .boardMaker = "Oracle Corporation", .boardProduct = "VirtualBox"},
@@ -161,6 +166,9 @@ TEST(VmRules, GuestsAreNamedByTheirFirmware)
          .biosVendor = "Xen", .biosVersion = "4.4.4OVM", .processor = guest, .signature = "XenVMMXenVMM"},
         {.what = "Xen", .expected = 13, .maker = "Xen", .product = "HVM domU", .version = "4.17", .biosVendor = "Xen"},
         {.what = "Xen by the BIOS vendor", .expected = 13, .maker = "Contoso", .biosVendor = "Xen"},
+        {.what = "Xen by the product", .expected = 13, .maker = "Contoso", .product = "HVM domU"},
+        {.what = "Oracle VM by the BIOS vendor", .expected = 19, .biosVendor = "Xen", .biosVersion = "4.4.4OVM"},
+        {.what = "Oracle VM by the product", .expected = 19, .product = "HVM domU", .version = "3.4OVM"},
         {.what = "KVM Server", .expected = 24, .maker = "Contoso", .product = "KVM Server", .processor = guest,
          .signature = kKvm},
         {.what = "QEMU without its processor's word", .expected = 17, .maker = "QEMU",
@@ -171,6 +179,8 @@ TEST(VmRules, GuestsAreNamedByTheirFirmware)
         {.what = "OpenStack", .expected = 17, .maker = "RDO", .product = "OpenStack Compute"},
         {.what = "Google", .expected = 17, .maker = "Google", .product = "Google Compute Engine", .processor = guest,
          .signature = kKvm},
+        {.what = "Google behind the mask of Hyper-V", .expected = 17, .maker = "Google", .product = "Google Compute Engine",
+         .processor = guest, .signature = kMicrosoft},
         {.what = "Nutanix, with the mask of Hyper-V", .expected = 17, .maker = "Nutanix", .product = "AHV", .processor = guest,
          .signature = kMicrosoft},
         {.what = "Hyper-V", .expected = 8, .maker = "Microsoft Corporation", .product = "Virtual Machine",
