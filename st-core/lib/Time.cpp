@@ -28,6 +28,17 @@ namespace
         return localtime_r(&time, &fields) != nullptr;
 #endif
     }
+
+    // The length of the text, 0 when it is empty or too long. A C library may answer a text that is too long by filling the whole
+    // buffer, without a terminating zero.
+    std::size_t writeLocalTime(CalendarTime time, const std::wstring& format, std::array<wchar_t, kTimeTextSize>& text)
+    {
+        std::tm fields{};
+        if (!localTime(time, fields))
+            return 0;
+        const std::size_t length = std::wcsftime(text.data(), text.size(), format.c_str(), &fields);
+        return length < text.size() ? length : 0;
+    }
 }
 
 CalendarTime stringToTime(const std::wstring& text, const std::wstring& format)
@@ -50,9 +61,8 @@ CalendarTime stringToTime(const std::wstring& text, const std::wstring& format)
 
 std::wstring timeToString(CalendarTime time, const std::wstring& format)
 {
-    std::tm fields{};
     std::array<wchar_t, kTimeTextSize> text{};
-    if (!localTime(time, fields) || std::wcsftime(text.data(), text.size(), format.c_str(), &fields) == 0)
+    if (writeLocalTime(time, format, text) == 0)
     {
         const int error = errno;
         throw RuntimeException(ZelStdCore::format(L"failed to convert %1% to time (format = %2%): %3%", time, format,

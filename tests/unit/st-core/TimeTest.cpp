@@ -145,11 +145,11 @@ TEST(Time, TellsWhatItCouldNotWrite)
     {
         CalendarTime time;
         std::wstring format;
-    } cases[] = {{86400, L""}, {-5, longest + L"x"}, {7, longest + L"%Y"}, {std::numeric_limits<CalendarTime>::max(), L"%Y"}};
+    } cases[] = {{86400, L""}, {5, longest + L"x"}, {7, longest + L"%Y"}, {std::numeric_limits<CalendarTime>::max(), L"%Y"}};
     for (const auto& [time, pattern] : cases)
     {
         const std::wstring message = failureOf(L"ZelStdCore::timeToString", [&] { timeToString(time, pattern); });
         EXPECT_TRUE(message.starts_with(format(L"failed to convert %1% to time (format = %2%): errno ", time, pattern)))
-            << toUtf8(message);
+            << time << ": " << toUtf8(message);
     }
 }
