@@ -23,10 +23,10 @@ public:
     }
 
     template <class Number>
-    Structure&& set(std::size_t offset, Number number) &&
+    Structure& set(std::size_t offset, Number number)
     {
         std::memcpy(&formatted_.at(offset + sizeof number - 1) - (sizeof number - 1), &number, sizeof number);
-        return std::move(*this);
+        return *this;
     }
 
     Bytes bytes() const
