@@ -174,7 +174,8 @@ std::size_t checkDevices(const CorpusMachine& each, WMIConnections& connections)
     for (const FakeObject& object : each.objectsOf(L"Win32_Processor"))
         expected.push_back({textOf(object, L"Name"), textOf(object, L"Manufacturer"), textOf(object, L"Name"),
                             textOf(object, L"Status") == L"OK" ? L"0" : L"3", L"", L"", number(object, L"MaxClockSpeed"),
-                            number(object, L"NumberOfCores"), textOf(object, L"SocketDesignation"), textOf(object, L"ProcessorId")});
+                            number(object, L"NumberOfCores"), textOf(object, L"SocketDesignation"),
+                            textOf(object, L"ProcessorId")});
     std::vector<Texts> cpus;
     for (const CpuInfo& cpu : connections.getProcessors())
         cpus.push_back(fieldsOf(cpu));
@@ -183,7 +184,8 @@ std::size_t checkDevices(const CorpusMachine& each, WMIConnections& connections)
     const FakeObjects boards = each.objectsOf(L"Win32_BaseBoard");
     EXPECT_EQ(connections.getBaseBoards().size(), boards.size());
     for (const MotherBoardInfo& board : connections.getBaseBoards())
-        EXPECT_TRUE(std::ranges::any_of(boards, [&](const FakeObject& object) { return holds(object, L"Product", board.model); }));
+        EXPECT_TRUE(std::ranges::any_of(boards, [&](const FakeObject& object)
+                                        { return holds(object, L"Model", board.model) || holds(object, L"Product", board.model); }));
 
     FakeObjects controllers = each.objectsOf(L"Win32_VideoController");
     std::erase_if(controllers,
@@ -212,11 +214,11 @@ std::size_t checkSystem(const CorpusMachine& each, WMIConnections& connections)
     const bool physical = machine().vmType == 0;
     const SystemInfo system = connections.getSystem();
     const std::wstring productId = textOf(last(L"Win32_ComputerSystemProduct"), L"Name");
-    EXPECT_EQ((Texts{system.serialNumber, system.productID, system.timezone, system.machineName, system.owner, system.manufacturer,
-                     system.model, system.osInfo.version, system.windowsDirectory, system.organization, system.domain}),
+    EXPECT_EQ((Texts{system.serialNumber, system.productID, system.timezone, system.machineName, system.owner,
+                     system.manufacturer, system.model, system.osInfo.version, system.windowsDirectory, system.organization, system.domain}),
               (Texts{physical ? textOf(bios, L"SerialNumber") : L"", physical ? productId : L"",
-                     textOf(last(L"Win32_TimeZone"), L"Caption"), textOf(computer, L"Name"), textOf(computer, L"PrimaryOwnerName"),
-                     textOf(computer, L"Manufacturer"), textOf(computer, L"Model"), textOf(os, L"Version"),
+                     textOf(last(L"Win32_TimeZone"), L"Caption"), textOf(computer, L"Name"),
+                     textOf(computer, L"PrimaryOwnerName"), textOf(computer, L"Manufacturer"), textOf(computer, L"Model"), textOf(os, L"Version"),
                      textOf(os, L"WindowsDirectory"), textOf(os, L"Organization"), L""}));
     EXPECT_EQ(system.type.empty(), computer.empty());
     if (!bios.empty())

@@ -22,9 +22,9 @@ FakeObject partition(const wchar_t* id, const wchar_t* size)
     return {{L"DeviceID", id}, {L"Name", std::wstring(id) + L" name"}, {L"Size", size}, {L"Status", L"Error"}};
 }
 
-FakeObjects volume(FakeValue size, FakeValue free)
+FakeObject volume(FakeValue size, FakeValue free)
 {
-    return {{{L"Size", std::move(size)}, {L"FreeSpace", std::move(free)}}};
+    return {{L"Size", std::move(size)}, {L"FreeSpace", std::move(free)}};
 }
 }
 
@@ -69,16 +69,16 @@ TEST_F(DiskReaderTest, AvailableSpaceOfPartitions)
     answers[L"SELECT * FROM Win32_DiskDrive"] = {{{L"DeviceID", kDrive}}, {{L"DeviceID", L"\\\\.\\PHYSICALDRIVE1"}}};
     answers[kPartitions] = {partition(L"P1", L"1000"), partition(L"P2", L"100"), partition(L"P3", L"300"),
                             partition(L"P4", L"400"), partition(L"P5", L"500")};
-    answers[L"SELECT * FROM Win32_LogicalDisk WHERE DeviceID = 'C:'"] = volume(L"500", L"400");
-    answers[L"SELECT * FROM Win32_LogicalDisk WHERE DeviceID = 'D:'"] = volume(L"400", L"380");
-    answers[L"SELECT * FROM Win32_LogicalDisk WHERE DeviceID = 'E:'"] = volume(L"101", L"0");
-    answers[L"SELECT * FROM Win32_LogicalDisk WHERE DeviceID = 'F:'"] = volume(Null{}, Null{});
+    answers[L"SELECT * FROM Win32_LogicalDisk WHERE DeviceID = 'C:'"] = {volume(L"500", L"400"), volume(L"5", L"4")};
+    answers[L"SELECT * FROM Win32_LogicalDisk WHERE DeviceID = 'D:'"] = {volume(L"400", L"380")};
+    answers[L"SELECT * FROM Win32_LogicalDisk WHERE DeviceID = 'E:'"] = {volume(L"101", L"0")};
+    answers[L"SELECT * FROM Win32_LogicalDisk WHERE DeviceID = 'F:'"] = {volume(Null{}, Null{})};
     const auto disks = WMIConnections().getDisks();
     ASSERT_EQ(disks.size(), 2);
     Texts space;
     for (const PartitionInfo& each : disks[0].partitions)
         space.push_back(each.name + L" " + std::to_wstring(each.availableSpace));
-    EXPECT_EQ(space, (Texts{L"P1 name 880", L"P2 name 18446744073709551615", L"P3 name 300", L"P4 name 400", L"P5 name 500"}));
+    EXPECT_EQ(space, (Texts{L"P1 name 879", L"P2 name 18446744073709551615", L"P3 name 300", L"P4 name 400", L"P5 name 500"}));
     EXPECT_EQ(disks[1].partitions.size(), 0);
     EXPECT_EQ(management().queries,
               (Texts{L"SELECT * FROM Win32_LogicalDiskToPartition", L"SELECT * FROM Win32_DiskDrive", kPartitions,
@@ -102,6 +102,7 @@ TEST_F(DiskReaderTest, MediaTypes)
     failCall("DeviceIoControl");
     EXPECT_EQ(mediaType(), L"");
     const std::string begin = "Couldn't determine media type of disk drive \\\\.\\PHYSICALDRIVE0: ";
-    EXPECT_EQ(takeLog(), (Lines{begin + "CreateFile failed with error code: 5", begin + "DeviceIoControl failed with error code: 1"}));
+    EXPECT_EQ(takeLog(), (Lines{begin + "CreateFile failed with error code: 5",
+                                begin + "DeviceIoControl failed with error code: 1"}));
 }
 }

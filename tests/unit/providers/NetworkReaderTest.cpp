@@ -72,7 +72,8 @@ TEST_F(NetworkReaderTest, NothingKnown)
 TEST_F(NetworkReaderTest, OnlyPhysicalAdaptersAreListed)
 {
     modern() = {{{L"Name", L"a"}, {L"Virtual", true}}, {{L"Name", L"b"}, {L"Virtual", false}}, {{L"Name", L"c"}}};
-    fallback() = {{{L"Name", L"a"}, {L"PhysicalAdapter", false}}, {{L"Name", L"b"}, {L"PhysicalAdapter", true}}, {{L"Name", L"c"}}};
+    fallback() = {{{L"Name", L"a"}, {L"PhysicalAdapter", false}}, {{L"Name", L"b"}, {L"PhysicalAdapter", true}},
+                  {{L"Name", L"c"}}};
     for (const bool fallbackPath : {false, true})
     {
         if (fallbackPath)
@@ -111,9 +112,10 @@ TEST_F(NetworkReaderTest, TheClassNamesWhatTheIdentifierDoesNot)
 
 TEST_F(NetworkReaderTest, TheLastConfigurationWins)
 {
-    modern() = {{{L"Name", L"a"}, {L"DeviceID", L"{1}"}}, {{L"Name", L"b"}, {L"DeviceID", L"{2}"}}, {{L"Name", L"c"}, {L"DeviceID", L"{3}"}}};
+    modern() = {{{L"DeviceID", L"{1}"}}, {{L"DeviceID", L"{2}"}}, {{L"DeviceID", L"{3}"}}};
     auto& answers = management().cimv2.answers;
-    answers[kConfigurations + L"'{1}'"] = {{{L"IPAddress", Texts{L"10.0.0.1", L"10.0.0.2"}}}, {{L"IPAddress", Texts{L"10.0.0.3"}}}};
+    answers[kConfigurations + L"'{1}'"] = {{{L"IPAddress", Texts{L"10.0.0.1", L"10.0.0.2"}}},
+                                           {{L"IPAddress", Texts{L"10.0.0.3"}}}};
     answers[kConfigurations + L"'{2}'"] = {{{L"IPAddress", Texts{L"10.0.0.1"}}}, {{L"IPAddress", Null{}}}};
     const auto adapters = getAdapters();
     ASSERT_EQ(adapters.size(), 3);

@@ -115,6 +115,7 @@ TEST_F(PropertiesTest, DatesAreTakenAsWritten)
         {L"not-a-date-time.0", nullptr, true},
         {L"+infinity.0", nullptr, true},
         {L"00000000000000.000000+000", nullptr, true},
+        {L"19691231235959.000000+000", nullptr, true}, // one second before what can be counted everywhere, in UTC
         {L"20231399000000.000000+000", nullptr, true},
     };
     for (const auto& each : cases)

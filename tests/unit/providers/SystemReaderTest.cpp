@@ -172,7 +172,9 @@ TEST_F(SystemReaderTest, PlatformFaults)
 TEST_F(SystemReaderTest, HotfixesKeepTheirTexts)
 {
     management().cimv2.answers[L"SELECT * FROM Win32_QuickFixEngineering"] = {
-        {{L"HotFixID", L"File 1"}, {L"InstalledOn", L"01d5ac3c0a8b0000"}}, {{L"HotFixID", L"File 1"}, {L"InstalledOn", Null{}}}, {}};
+        {{L"HotFixID", L"File 1"}, {L"InstalledOn", L"01d5ac3c0a8b0000"}},
+        {{L"HotFixID", L"File 1"}, {L"InstalledOn", Null{}}},
+        {}};
     Texts texts;
     for (const HotfixInfo& hotfix : WMIConnections().getHotfixes())
         texts.push_back(hotfix.name + L"|" + hotfix.installationDate);
