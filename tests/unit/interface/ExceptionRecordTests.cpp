@@ -1,0 +1,164 @@
+#include "hw-inventory-interface/ErrorHandling/ExceptionRecord.h"
+
+#include "hw-inventory-interface/ErrorHandling/Exception.h"
+#include "tests/fakes/FakeMachine.h"
+
+#include <gtest/gtest.h>
+
+#include <new>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+using namespace HardwareInventory::ErrorHandling;
+using fakes::machine;
+
+namespace
+{
+using Text = std::optional<std::string>; // absent: a null pointer
+
+struct Fields
+{
+    Text stackTrace;
+    Text file;
+    Text function;
+    std::int64_t line;
+    Text message;
+    Text errorText;
+    bool operator==(const Fields&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Fields& fields)
+{
+    for (const Text& text : {fields.stackTrace, fields.file, fields.function, fields.message, fields.errorText})
+        stream << (text ? "\"" + *text + "\" " : "null ");
+    return stream << fields.line;
+}
+
+Text textOf(const char* field)
+{
+    return field ? Text(field) : std::nullopt;
+}
+
+Fields lastFields()
+{
+    const ExceptionRecord& record = lastException();
+    return {textOf(record.stackTrace), textOf(record.file), textOf(record.function), record.line, textOf(record.message),
+            textOf(record.errorText)};
+}
+
+ZelStdCore::StackFrame frame(const wchar_t* function, std::uint32_t line)
+{
+    ZelStdCore::StackFrame result;
+    result.completeName = function;
+    result.fileName = L"f.cpp";
+    result.lineNumber = line;
+    result.symbolDisplacement = 16;
+    return result;
+}
+
+Exception inventoryException(std::uint64_t code, std::int32_t line = 7)
+{
+    return {static_cast<ErrorCode>(code), L"m\u00FC", L"lib\\f.cpp", L"N::f", line};
+}
+
+template <class Thrown>
+ExportStatus record(const Thrown& thrown)
+{
+    return recordFailure(std::make_exception_ptr(thrown));
+}
+}
+
+TEST(ExceptionRecord, StartsEmptyAndIgnoresAnAbsentException)
+{
+    const fakes::LogCapture log;
+    EXPECT_EQ(recordFailure(nullptr), EXPORT_STATUS_SUCCESS);
+    EXPECT_EQ(lastFields(), (Fields{{}, {}, {}, 0, {}, {}}));
+    EXPECT_EQ(exceptionText(lastException()), "(no meta)");
+    EXPECT_TRUE(log.lines().empty());
+}
+
+TEST(ExceptionRecord, StatusOfEachInventoryCode)
+{
+    constexpr ExportStatus expected[] = {1, 1, 1, 1, 1, 2, 3, 4, 4, 4, 5, 5, 5, 5, 5, 8, 8, 8, 8, 8, 8};
+    for (std::uint64_t code = 0; code < std::size(expected); ++code)
+        EXPECT_EQ(record(inventoryException(code)), expected[code]) << code;
+    EXPECT_EQ(record(inventoryException(1ull << 32)), 8u);
+    EXPECT_EQ(lastFields().errorText, "unknown hardware inventory error");
+    EXPECT_EQ(record(inventoryException(15)), 8u);
+    EXPECT_EQ(lastFields().errorText, "failed to bind to disk");
+}
+
+TEST(ExceptionRecord, FieldsTextAndLogOfEachKindOfException)
+{
+    struct Case
+    {
+        const char* what;
+        std::exception_ptr exception;
+        ExportStatus status;
+        Fields fields;
+        std::string text;
+    };
+    machine().stack = {frame(L"inner", 1), frame(L"skipped too", 2), frame(L"outer", 3), frame(L"invoke_main", 4), frame(L"start", 5)};
+    const std::string outer = "[16] f.cpp:outer:3\n";
+    const std::string whole = "[16] f.cpp:inner:1\n[16] f.cpp:skipped too:2\n" + outer;
+
+    const Case cases[] = {
+        {"an inventory failure", std::make_exception_ptr(inventoryException(3)), 1,
+         {outer, "lib\\f.cpp", "N::f", 7, "m\xC3\xBC", "failed to bind to WMI"},
+         "lib\\f.cpp:N::f:7:m\xC3\xBC:failed to bind to WMI:" + outer},
+        {"a line below zero", std::make_exception_ptr(inventoryException(3, -2)), 1,
+         {outer, "lib\\f.cpp", "N::f", -2, "m\xC3\xBC", "failed to bind to WMI"},
+         "lib\\f.cpp:N::f:-2:m\xC3\xBC:failed to bind to WMI:" + outer},
+        {"no line", std::make_exception_ptr(inventoryException(3, 0)), 1,
+         {outer, "lib\\f.cpp", "N::f", 0, "m\xC3\xBC", "failed to bind to WMI"}, "m\xC3\xBC:failed to bind to WMI:" + outer},
+        {"a core failure without a trace",
+         std::make_exception_ptr(ZelStdCore::RuntimeException(L"", L"lib\\g.cpp", L"N::g", 9, false, 2)), 8,
+         {"", "lib\\g.cpp", "N::g", 9, "", {}}, "lib\\g.cpp:N::g:9:(no meta)"},
+        {"a standard exception", std::make_exception_ptr(std::runtime_error("m\xC3\xBC")), 8, {whole, {}, {}, 0, "m\xC3\xBC", {}},
+         "m\xC3\xBC:" + whole},
+        {"text in another encoding", std::make_exception_ptr(std::runtime_error("m\xFC")), 8, {whole, {}, {}, 0, "m\xC3\xBC", {}},
+         "m\xC3\xBC:" + whole},
+        {"out of memory", std::make_exception_ptr(std::bad_alloc()), 8, {whole, {}, {}, 0, std::bad_alloc().what(), {}},
+         std::bad_alloc().what() + (":" + whole)},
+        {"anything else", std::make_exception_ptr(42), 8, {{}, {}, {}, 0, "unknown exception", {}}, "unknown exception"},
+    };
+    for (const Case& each : cases)
+    {
+        const fakes::LogCapture log;
+        EXPECT_EQ(recordFailure(each.exception), each.status) << each.what;
+        EXPECT_EQ(lastFields(), each.fields) << each.what;
+        EXPECT_EQ(exceptionText(lastException()), each.text) << each.what;
+        EXPECT_EQ(log.lines(), (fakes::LogCapture::Lines{{2, each.text}})) << each.what;
+    }
+}
+
+// What breaks while a failure is told does not hide the failure.
+TEST(ExceptionRecord, SurvivesATracerThatFails)
+{
+    machine().stack = {frame(L"inner", 1)};
+    machine().fails = [](const char*) { return true; };
+    EXPECT_EQ(record(std::runtime_error("cause")), 8u);
+    EXPECT_EQ(lastFields(), (Fields{"", {}, {}, 0, "cause", {}}));
+    EXPECT_EQ(record(inventoryException(5)), 2u);
+    EXPECT_EQ(lastFields().message, "m\xC3\xBC");
+}
+
+TEST(ExceptionRecord, TextOfAHandMadeRecord)
+{
+    struct Case
+    {
+        ExceptionRecord record;
+        const char* text;
+    };
+    const Case cases[] = {
+        {{"", "", "", 0, "", ""}, "(no meta)"},
+        {{"t", "f", "g", 1, "m", "e"}, "f:g:1:m:e:t"},
+        {{"t", nullptr, "g", 1, "m", "e"}, "m:e:t"},
+        {{"t", "f", "", 1, "m", nullptr}, "m:t"},
+        {{nullptr, "f", "g", 1, nullptr, "e"}, "f:g:1:(no meta):e"},
+        {{nullptr, "f", "g", -9223372036854775807, "m", nullptr}, "f:g:-9223372036854775807:m"},
+    };
+    for (const Case& each : cases)
+        EXPECT_EQ(exceptionText(each.record), each.text);
+}
