@@ -37,8 +37,8 @@ struct AmdReadings
     Reading memoryActivity;
 };
 
-// "domain:bus:device.function" in lower-case hexadecimal, from the library's bus number with the domain in its upper bits. At most
-// 12 characters.
+// "domain:bus:device.function" in lower-case hexadecimal, from the library's bus number with the domain in its upper bits. At
+// most 12 characters.
 std::string amdPciAddress(int bus, int device, int function);
 
 // An adapter of the initialised library; its values are read at once.

@@ -6,7 +6,8 @@
 
 namespace HardwareInventory
 {
-// A vendor's library that cannot be used. The text is formatted by printf's rules into the object itself and cut to 511 characters.
+// A vendor's library that cannot be used. The text is formatted by printf's rules into the object itself and cut to 511
+// characters.
 class GPUException : public std::exception
 {
 public:

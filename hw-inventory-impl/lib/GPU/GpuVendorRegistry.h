@@ -17,7 +17,8 @@ class NvidiaGroup;
 // number. An adapter is known by the exact text of its PCI address. A missing library is a warning, once per process.
 void completeFromVendorLibraries(std::vector<GpuInfo>& gpus);
 
-// The adapters of both vendors' libraries by PCI address. A vendor whose library cannot be used is a warning and contributes none.
+// The adapters of both vendors' libraries by PCI address. A vendor whose library cannot be used is a warning and contributes
+// none.
 class GpuVendorRegistry
 {
 public:

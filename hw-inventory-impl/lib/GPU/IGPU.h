@@ -10,7 +10,7 @@ namespace HardwareInventory
 class IGPU
 {
 public:
-    // Reads the live values afresh. A value that cannot be read keeps its last state. 0, or the library's code where it ended early.
+    // Reads the live values afresh; one that cannot be read keeps its last state. 0, or the library's code where it ended early.
     virtual int update() = 0;
     virtual std::optional<float> temperature() const = 0; // degrees Celsius
     virtual std::string pciAddress() const = 0;           // as the library words it; the key of the adapter

@@ -11,7 +11,6 @@ namespace
 
 bool load(std::initializer_list<const wchar_t*> names)
 {
-    slot = nullptr;
     for (const wchar_t* const name : names)
     {
         slot = Platform::loadModule(name);

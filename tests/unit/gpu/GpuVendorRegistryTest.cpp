@@ -127,9 +127,21 @@ TEST_F(GpuVendorRegistryTest, CarriesOnWithoutAVendorThatFails)
         bool amd;
     };
     const Case cases[] = {
-        {{{"nvmlInit", "9"}}, {}, "error retrieving Nvidia information: Error on NVML initialization: reason 9 [9]", false, true},
-        {{{"count", "2"}}, {}, "error retrieving Nvidia information: Error on getting handle by index: reason 2 [2]", false, true},
-        {{}, {{"ADL2_Main_Control_Create", "-1"}}, "error retrieving AMD information: ERROR: ADL2 Initialization error!", true, false},
+        {{{"nvmlInit", "9"}},
+         {},
+         "error retrieving Nvidia information: Error on NVML initialization: reason 9 [9]",
+         false,
+         true},
+        {{{"count", "2"}},
+         {},
+         "error retrieving Nvidia information: Error on getting handle by index: reason 2 [2]",
+         false,
+         true},
+        {{},
+         {{"ADL2_Main_Control_Create", "-1"}},
+         "error retrieving AMD information: ERROR: ADL2 Initialization error!",
+         true,
+         false},
     };
     installNvml();
     installAdl();

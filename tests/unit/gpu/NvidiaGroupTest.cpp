@@ -185,7 +185,8 @@ TEST_F(NvidiaGroupTest, SurvivesAHostileLibrary)
     }
 
     // A library without words for its errors.
-    machine().modules[L"nvml.dll"]["nvmlErrorString"] = reinterpret_cast<void*>(+[](Nvml::Return) -> const char* { return nullptr; });
+    const auto speechless = +[](Nvml::Return) -> const char* { return nullptr; };
+    machine().modules[L"nvml.dll"]["nvmlErrorString"] = reinterpret_cast<void*>(speechless);
     EXPECT_EQ(failure(), "Error on getting handle by index:  [2]");
 }
 
