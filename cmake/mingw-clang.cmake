@@ -22,7 +22,7 @@ string(APPEND CMAKE_CXX_FLAGS_INIT
 string(APPEND CMAKE_C_FLAGS_INIT " --sysroot=/usr/${triple}")
 string(APPEND CMAKE_CXX_FLAGS_INIT " --sysroot=/usr/${triple}")
 foreach(kind EXE SHARED MODULE)
-    set(CMAKE_${kind}_LINKER_FLAGS_INIT "-fuse-ld=lld-16 -static -L${gcc_libraries}")
+    set(CMAKE_${kind}_LINKER_FLAGS_INIT "-fuse-ld=lld-16 -static -L${gcc_libraries} -Wno-unused-command-line-argument")
 endforeach()
 
 set(CMAKE_FIND_ROOT_PATH /usr/${triple})
