@@ -55,4 +55,10 @@ SymbolSession::~SymbolSession()
     engine_.setOptions(optionsBefore_);
     CloseHandle(handle_);
 }
+
+std::uint32_t SymbolSession::load(const wchar_t* image, const wchar_t* name, std::uint64_t base, std::uint32_t size) const
+{
+    SetLastError(ERROR_SUCCESS);
+    return engine_.loadModule(handle_, nullptr, image, name, base, size, nullptr, 0) == 0 ? GetLastError() : ERROR_SUCCESS;
+}
 }

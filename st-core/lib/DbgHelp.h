@@ -29,9 +29,9 @@ struct DbgHelp
     static const DbgHelp* instance();
 };
 
-// One session of the engine on a process. The engine knows sessions by the value of the process handle, and the host may have one
-// under the handle that it gave: this one has a duplicate. The engine's options, which are the whole process's, are put back
-// at the end.
+// One session of the engine on a process. The engine knows sessions by the value of the process handle, and the host may have
+// one under the handle that was given: this one has a duplicate. The engine's options, which are the whole process's, are put
+// back at the end.
 class SymbolSession
 {
 public:
@@ -44,6 +44,9 @@ public:
 
     // Null when the process's handle could not be duplicated; the last OS error tells why.
     HANDLE handle() const { return handle_; }
+
+    // Loads the symbols of a module, and answers with the OS error number: 0 as well for a module that is loaded already.
+    std::uint32_t load(const wchar_t* image, const wchar_t* name, std::uint64_t base, std::uint32_t size) const;
 
 private:
     const DbgHelp& engine_;

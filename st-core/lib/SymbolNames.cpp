@@ -2,7 +2,9 @@
 
 #include "st-core/lib/DbgHelp.h"
 #include "st-core/lib/Text.h"
+#include "st-core/lib/WinTracer.h"
 
+#include <array>
 #include <cstdlib>
 #include <memory>
 #include <vector>
@@ -15,6 +17,20 @@ namespace ZelStdCore
 {
 namespace
 {
+    // By the engine's symbol type.
+    constexpr auto kSymbolTypeNames = std::to_array<const wchar_t*>({
+        L"-nosymbols-",
+        L"COFF",
+        L"CV",
+        L"PDB",
+        L"-exported-",
+        L"-deferred-",
+        L"SYM",
+        L"DIA",
+        L"Virtual",
+    });
+    static_assert(kSymbolTypeNames.size() == SymVirtual + 1);
+
     constexpr std::size_t kLongestUndecoratedName = 16384;
 
     // The engine knows the decoration of one compiler. Names of the common C++ ABI reach it from export tables and from symbols
@@ -64,6 +80,11 @@ namespace
         const DWORD length = engine.undecorate(name.c_str(), buffer.data(), static_cast<DWORD>(buffer.size()), flags);
         return {length != 0, std::wstring(buffer.data(), length)};
     }
+}
+
+const wchar_t* symbolTypeName(std::uint32_t type)
+{
+    return type < kSymbolTypeNames.size() ? kSymbolTypeNames[type] : L"-unknown-";
 }
 
 UndecoratedName shortSymbolName(const DbgHelp& engine, const std::wstring& name)

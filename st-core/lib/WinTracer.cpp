@@ -6,8 +6,8 @@
 #include "st-core/lib/SymbolNames.h"
 #include "st-core/lib/SymbolSearchPath.h"
 #include "st-core/lib/Text.h"
+#include "st-core/lib/ThreadContext.h"
 
-#include <array>
 #include <cstddef>
 #include <new>
 #include <type_traits>
@@ -21,27 +21,14 @@ namespace ZelStdCore
 namespace
 {
     constexpr const wchar_t* kSourceFile = L"st-core\\lib\\WinTracer.cpp";
-    constexpr std::uint32_t kExceptionOptions = Tracer::symbolNames | Tracer::sourceLines | Tracer::moduleInformation | Tracer::logModules;
+    constexpr std::uint32_t kExceptionOptions = Tracer::symbolNames | Tracer::sourceLines | Tracer::moduleInformation
+                                                | Tracer::logModules;
     constexpr std::uint32_t kEngineOptions = SYMOPT_UNDNAME | SYMOPT_DEFERRED_LOADS | SYMOPT_LOAD_LINES | SYMOPT_LOAD_ANYTHING
                                              | SYMOPT_FAIL_CRITICAL_ERRORS | SYMOPT_INCLUDE_32BIT_MODULES | SYMOPT_NO_PROMPTS
                                              | SYMOPT_FAVOR_COMPRESSED;
     static_assert(kEngineOptions == 0x882256);
     constexpr std::size_t kLongestSymbolName = 4096;
     constexpr std::size_t kLongestPath = 32768;
-
-    // By the engine's symbol type.
-    constexpr auto kSymbolTypeNames = std::to_array<const wchar_t*>({
-        L"-nosymbols-",
-        L"COFF",
-        L"CV",
-        L"PDB",
-        L"-exported-",
-        L"-deferred-",
-        L"SYM",
-        L"DIA",
-        L"Virtual",
-    });
-    static_assert(kSymbolTypeNames.size() == SymVirtual + 1);
 
     Tracer::LogReceiver logReceiver = nullptr;
 
@@ -78,22 +65,6 @@ namespace
         return buffer;
     }
 
-    bool isCallingThread(HANDLE thread)
-    {
-        return thread == GetCurrentThread() || GetThreadId(thread) == GetCurrentThreadId();
-    }
-
-    // Nothing is allocated while the thread is suspended: it may hold the lock of the heap.
-    bool contextOfOther(HANDLE thread, CONTEXT& context)
-    {
-        if (SuspendThread(thread) == static_cast<DWORD>(-1))
-            return false;
-        context.ContextFlags = CONTEXT_FULL;
-        const BOOL known = GetThreadContext(thread, &context);
-        ResumeThread(thread);
-        return known;
-    }
-
     STACKFRAME64 firstFrame(const CONTEXT& context)
     {
         STACKFRAME64 frame{};
@@ -102,11 +73,6 @@ namespace
         frame.AddrStack = {context.Rsp, 0, AddrModeFlat};
         return frame;
     }
-}
-
-const wchar_t* symbolTypeName(std::uint32_t type)
-{
-    return type < kSymbolTypeNames.size() ? kSymbolTypeNames[type] : L"-unknown-";
 }
 
 Tracer::Tracer(std::uint32_t options, std::wstring searchPath, std::uint32_t processId, void* process)
@@ -212,12 +178,9 @@ bool Tracer::getModuleListPSAPI(void* process)
     return !modules.empty();
 }
 
-// Answers with the OS error number; a module that is loaded already is none.
 std::uint32_t Tracer::loadModule(const wchar_t* image, const wchar_t* name, std::uint64_t base, std::uint32_t size)
 {
-    SetLastError(ERROR_SUCCESS);
-    const DWORD64 loaded = session_->engine().loadModule(session_->handle(), nullptr, image, name, base, size, nullptr, 0);
-    const std::uint32_t result = loaded == 0 ? GetLastError() : ERROR_SUCCESS;
+    const std::uint32_t result = session_->load(image, name, base, size);
     if (options_ & logModules && logReceiver)
         logModule(image, name, base, size, result);
     return result;
@@ -229,8 +192,8 @@ void Tracer::logModule(const wchar_t* image, const wchar_t* name, std::uint64_t 
     IMAGEHLP_MODULEW64 module{};
     module.SizeOfStruct = sizeof(module);
     const bool known = session_->engine().moduleInformation(session_->handle(), base, &module);
-    log(L"Loaded %s:%s (%p), size: %d (result: %d), symbol type: '%s', PDB: '%s', version: %x\n", image, name, pointer(base), size,
-        result, symbolTypeName(known ? module.SymType : SymNone), module.LoadedPdbName, moduleVersion(image));
+    log(L"Loaded %s:%s (%p), size: %d (result: %d), symbol type: '%s', PDB: '%s', version: %x\n", image, name, pointer(base),
+        size, result, symbolTypeName(known ? module.SymType : SymNone), module.LoadedPdbName, moduleVersion(image));
 }
 
 std::vector<StackFrame> Tracer::getTrace(void* thread, const void* given)
@@ -243,7 +206,7 @@ std::vector<StackFrame> Tracer::getTrace(void* thread, const void* given)
         context = *static_cast<const CONTEXT*>(given);
     else if (isCallingThread(thread))
         RtlCaptureContext(&context);
-    else if (!contextOfOther(thread, context))
+    else if (!readContext(thread, context))
         throw RuntimeException(format(L"failed to get %p thread context", thread), kSourceFile, kFunction, __LINE__, false, 2);
 
     const SymbolBuffer buffer = newSymbolBuffer();
@@ -348,8 +311,8 @@ SymbolObject Tracer::getObject(std::uint64_t address)
     auto& symbol = *reinterpret_cast<SYMBOL_INFOW*>(buffer.get());
     DWORD64 displacement = 0;
     if (!session_->engine().symbolAt(session_->handle(), address, &displacement, &symbol))
-        throw RuntimeException(format(L"failed to get object at %p: %s", pointer(address), lastErrorText()), kSourceFile, kFunction,
-                               __LINE__, false, 2);
+        throw RuntimeException(format(L"failed to get object at %p: %s", pointer(address), lastErrorText()), kSourceFile,
+                               kFunction, __LINE__, false, 2);
     return {symbol.Name, symbol.Address, displacement, symbol.ModBase, symbol.Size};
 }
 }

@@ -59,7 +59,8 @@ TEST(VirtualMachine, AsksTheLibraryAnewEachTime)
         return false;
     };
     EXPECT_EQ(hypervisorName(), L"Unknown");
-    EXPECT_EQ(machine().calls, (std::vector<std::string>{"VmProbe_GetHostVMType", "VmProbe_IsHostVirtual", "VmProbe_GetHostVMType"}));
+    EXPECT_EQ(machine().calls,
+              (std::vector<std::string>{"VmProbe_GetHostVMType", "VmProbe_IsHostVirtual", "VmProbe_GetHostVMType"}));
 }
 
 TEST(VirtualMachine, HasNoNameOnAPhysicalHost)

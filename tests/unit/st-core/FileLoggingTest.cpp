@@ -64,7 +64,8 @@ protected:
         log(Severity::fatal, L"probe");
         const std::string text = read("error.log");
         std::smatch match;
-        return std::regex_search(text, match, std::regex("thread: ([0-9]+)  <fatal>: probe\n$")) ? match[1].str() : "none in " + text;
+        const bool found = std::regex_search(text, match, std::regex("thread: ([0-9]+)  <fatal>: probe\n$"));
+        return found ? match[1].str() : "none in " + text;
     }
 
     const std::filesystem::path folder_ = std::filesystem::temp_directory_path()
@@ -142,8 +143,8 @@ TEST_F(FileLoggingTest, StampsRecordsWithTheLocalTime)
     logger.initFileLogging(folder_.wstring(), false);
     boost::log::sources::severity_logger<Severity> source;
     BOOST_LOG_SEV(source, Severity::info) << "now";
-    EXPECT_TRUE(std::regex_match(read("info.log"), std::regex("20[0-9]{2}-[01][0-9]-[0-3][0-9] [0-2][0-9]:[0-5][0-9]:[0-6][0-9] <info>: now\n")))
-        << read("info.log");
+    const std::regex line("20[0-9]{2}-[01][0-9]-[0-3][0-9] [0-2][0-9]:[0-5][0-9]:[0-6][0-9] <info>: now\n");
+    EXPECT_TRUE(std::regex_match(read("info.log"), line)) << read("info.log");
     EXPECT_FALSE(exists("counters.log"));
 }
 

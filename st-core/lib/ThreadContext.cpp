@@ -1,0 +1,20 @@
+#include "st-core/lib/ThreadContext.h"
+
+namespace ZelStdCore
+{
+bool isCallingThread(HANDLE thread)
+{
+    return thread == GetCurrentThread() || GetThreadId(thread) == GetCurrentThreadId();
+}
+
+// Nothing is allocated in here: the suspended thread may hold the lock of the heap.
+bool readContext(HANDLE thread, CONTEXT& context)
+{
+    if (SuspendThread(thread) == static_cast<DWORD>(-1))
+        return false;
+    context.ContextFlags = CONTEXT_FULL;
+    const BOOL known = GetThreadContext(thread, &context);
+    ResumeThread(thread);
+    return known;
+}
+}

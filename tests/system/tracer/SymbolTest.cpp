@@ -1,0 +1,119 @@
+#include "st-core/lib/DbgHelp.h"
+#include "st-core/lib/ModuleVersion.h"
+#include "st-core/lib/SymbolNames.h"
+#include "st-core/lib/SymbolSearchPath.h"
+#include "st-core/lib/WinTracer.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+using namespace ZelStdCore;
+
+namespace
+{
+std::wstring programPath()
+{
+    std::wstring path(4096, L'\0');
+    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+    return path;
+}
+
+const std::wstring kServer = L"\\websymbols*https://msdl.microsoft.com/download/symbols;";
+}
+
+TEST(SymbolNames, OfBothKindsOfDecoration)
+{
+    const DbgHelp* engine = DbgHelp::instance();
+    ASSERT_TRUE(engine);
+    const struct
+    {
+        const wchar_t* name;
+        const wchar_t* shortName;
+        const wchar_t* completeName;
+    } cases[] = {
+        {L"", L"", L""},
+        {L"main", L"main", L"main"},
+        {L"ns::function<int>", L"ns::function<int>", L"ns::function<int>"},
+        {L"?f@ns@@YAHH@Z", L"ns::f", L"int __cdecl ns::f(int)"},
+#if defined(__GNUC__)
+        {L"_ZN10ZelStdCore6Tracer11loadModulesEv", L"ZelStdCore::Tracer::loadModules", L"ZelStdCore::Tracer::loadModules()"},
+        {L"_ZNK2ns5ClassclEPFviE", L"ns::Class::operator()", L"ns::Class::operator()(void (*)(int)) const"},
+        {L"_ZN12_GLOBAL__N_15valueE", L"(anonymous namespace)::value", L"(anonymous namespace)::value"},
+        {L"_Zebra", L"_Zebra", L"_Zebra"},
+#endif
+    };
+    for (const auto& [name, shortName, completeName] : cases)
+    {
+        EXPECT_TRUE(shortSymbolName(*engine, name).known);
+        EXPECT_TRUE(completeSymbolName(*engine, name).known);
+        EXPECT_EQ(shortSymbolName(*engine, name).text, shortName);
+        EXPECT_EQ(completeSymbolName(*engine, name).text, completeName);
+    }
+}
+
+TEST(SymbolTypes, HaveNames)
+{
+    EXPECT_STREQ(symbolTypeName(SymNone), L"-nosymbols-");
+    EXPECT_STREQ(symbolTypeName(SymPdb), L"PDB");
+    EXPECT_STREQ(symbolTypeName(SymDia), L"DIA");
+    EXPECT_STREQ(symbolTypeName(SymVirtual), L"Virtual");
+    EXPECT_STREQ(symbolTypeName(SymVirtual + 1), L"-unknown-");
+}
+
+TEST(SymbolSearchPath, PutsItsElementsInOrder)
+{
+    const std::wstring program = std::filesystem::path(programPath()).parent_path().wstring() + L";";
+    const std::wstring tooLong(130, L'x');
+    SetEnvironmentVariableW(L"SYSTEMROOT", L"C:\\root");
+    SetEnvironmentVariableW(L"SYSTEMDRIVE", L"D:");
+    SetEnvironmentVariableW(L"_NT_SYMBOL_PATH", L"first");
+    SetEnvironmentVariableW(L"_NT_ALTERNATE_SYMBOL_PATH", L"second");
+    EXPECT_EQ(composeSymbolSearchPath(L"user", true),
+              L"user;" + program + L"first;second;C:\\root;C:\\root\\System32;SRV*D:" + kServer);
+
+    SetEnvironmentVariableW(L"_NT_SYMBOL_PATH", nullptr);
+    SetEnvironmentVariableW(L"_NT_ALTERNATE_SYMBOL_PATH", tooLong.c_str());
+    SetEnvironmentVariableW(L"SYSTEMDRIVE", nullptr);
+    EXPECT_EQ(composeSymbolSearchPath(L"", true), program + L"C:\\root;C:\\root\\System32;SRV*C:" + kServer);
+    EXPECT_EQ(composeSymbolSearchPath(L"", false), program + L"C:\\root;C:\\root\\System32;");
+}
+
+// Run by the next test as a program in a deep folder; elsewhere there is nothing to cut.
+TEST(SymbolSearchPath, CutsALongProgramPath)
+{
+    const std::wstring path = programPath();
+    if (path.size() >= 130)
+    {
+        const std::wstring cut = path.substr(0, 129);
+        const std::wstring composed = composeSymbolSearchPath(L"", false);
+        EXPECT_TRUE(composed.starts_with(cut.substr(0, cut.rfind(L'\\')) + L";"));
+        return;
+    }
+
+    const auto top = std::filesystem::temp_directory_path() / "st-core-deep";
+    const auto folder = top / std::wstring(100, L'a') / std::wstring(100, L'b');
+    std::filesystem::create_directories(folder);
+    std::filesystem::copy_file(path, folder / "deep.exe", std::filesystem::copy_options::overwrite_existing);
+    std::wstring command = L"\"" + (folder / "deep.exe").wstring() + L"\" --gtest_filter=SymbolSearchPath.CutsALongProgramPath";
+    STARTUPINFOW startup{};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION process{};
+    ASSERT_TRUE(CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process));
+    DWORD result = 1;
+    EXPECT_EQ(WaitForSingleObject(process.hProcess, 60000), WAIT_OBJECT_0);
+    GetExitCodeProcess(process.hProcess, &result);
+    EXPECT_EQ(result, 0u);
+    CloseHandle(process.hProcess);
+    CloseHandle(process.hThread);
+    std::filesystem::remove_all(top);
+}
+
+TEST(ModuleVersion, OfASystemLibrary)
+{
+    wchar_t path[MAX_PATH] = {};
+    GetModuleFileNameW(GetModuleHandleW(L"kernel32.dll"), path, MAX_PATH);
+    EXPECT_GE(moduleVersion(path) >> 48, 6u);
+    EXPECT_EQ(moduleVersion(programPath().c_str()), 0u);
+    EXPECT_EQ(moduleVersion(L"C:\\none.dll"), 0u);
+}
