@@ -199,7 +199,7 @@ TEST(Decoders, TakeFromAProcessorWhatItsVersionAndLengthOffer)
         {{2, 5}, processor(0x28, 0x41), {line(0, L"8")}},
         {{3, 0}, processor(0x28, 0x42), {line(2, L"8")}},
         {{2, 4}, processor(0x28, 0x43), {line(1, L"0")}},
-        {{2, 5}, processor(0x20, 0x44), {line(0, L"0")}},
+        {{2, 5}, processor(0x20, 0x46), {line(0, L"0")}},
         {{1, 9},
          processor(0x28, 0x42),
          {L"name= manufacturer= model= status=1 maxClockSpeed=0 cores=0 socketDesignation=Socket processorID=bfebfbff000906a7"}},
