@@ -93,7 +93,7 @@ void AbstractParser::parse(std::span<const std::uint8_t> entryPoint)
 
 void AbstractParser::walk(Struct structure) const
 {
-    // The length that the source gives for its table is no limit here: it is wrong on some machines.
+    // The length that a source gives for its table is no limit: structures behind it count as well.
     while (structure.type() != StructureType::endOfTable)
     {
         dispatch(structure);

@@ -164,7 +164,8 @@ TEST(Decoders, KeepMotherboardsAlone)
     { return board(15, {"Maker", "Board", "Serial", "Tag"}).set<std::uint8_t>(8, 4).set<std::uint8_t>(13, type); };
     // Shorter than its type: the byte is one of the strings.
     const auto accidental = board(8, {"Maker\nWorks", "Board", "Serial"});
-    const auto inventory = decode({1, 0}, {typed(3), typed(10), accidental, typed(9), board(8, {"Maker Works", "Board", "Serial"})});
+    const auto plain = board(8, {"Maker Works", "Board", "Serial"});
+    const auto inventory = decode({1, 0}, {typed(3), typed(10), accidental, typed(9), plain});
     EXPECT_THAT(showAll(inventory.baseBoards()),
                 ElementsAre(L"name=Tag manufacturer=Maker model=Board status=3 serialNumber=Serial",
                             L"name= manufacturer=Maker\nWorks model=Board status=3 serialNumber=Serial"));
@@ -186,8 +187,8 @@ TEST(Decoders, TakeFromAProcessorWhatItsVersionAndLengthOffer)
     };
     const auto line = [](int status, const std::wstring& cores)
     {
-        return L"name=Processor manufacturer=Maker model=Processor status=" + std::to_wstring(status) + L" maxClockSpeed=4700 cores=" +
-               cores + L" socketDesignation=Socket processorID=bfebfbff000906a7";
+        return L"name=Processor manufacturer=Maker model=Processor status=" + std::to_wstring(status) +
+               L" maxClockSpeed=4700 cores=" + cores + L" socketDesignation=Socket processorID=bfebfbff000906a7";
     };
     struct Case
     {

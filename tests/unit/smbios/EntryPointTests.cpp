@@ -29,7 +29,8 @@ namespace
         return entryPoint;
     }
 
-    Bytes entryPoint64(std::uint64_t address = 0xE0000 + kTableOffset, std::uint32_t length = 0x1000, const char* anchor = "_SM3_")
+    Bytes entryPoint64(std::uint64_t address = 0xE0000 + kTableOffset, std::uint32_t length = 0x1000,
+                       const char* anchor = "_SM3_")
     {
         Bytes bytes(0x18);
         std::memcpy(bytes.data(), anchor, 5);

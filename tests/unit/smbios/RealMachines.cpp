@@ -104,7 +104,8 @@ namespace
     {
         static const std::set<std::wstring> added{
             L"raid chassis", L"rack mount chassis", L"sealed-case pc", L"multi-system", L"compactpci", L"advancedtca", L"blade",
-            L"blade enclosing", L"tablet", L"convertible", L"detachable", L"iot gateway", L"embedded pc", L"mini pc", L"stick pc"};
+            L"blade enclosing", L"tablet", L"convertible", L"detachable", L"iot gateway", L"embedded pc", L"mini pc", L"stick pc",
+            L"<out of spec>"};
         std::wstring type = source.text("Type");
         std::ranges::transform(type, type.begin(), [](wchar_t letter) { return std::towlower(letter); });
         if (source.fields["Lock"] != "Not Present" || added.contains(type))

@@ -160,8 +160,8 @@ TEST(Walk, StaysInsideWhateverTheBytesAre)
 TEST(Walk, RunsTheLastHandlerOfATypeAndWarnsOfMissingOnes)
 {
     fakes::machine().smbiosTable =
-        rawTable(2, 7, {Structure(17, 4), Structure(0, 4), Structure(42, 4), Structure(43, 4), Structure(125, 4), Structure(126, 4),
-                        Structure(128, 4), Structure(255, 4)});
+        rawTable(2, 7, {Structure(17, 4), Structure(0, 4), Structure(42, 4), Structure(43, 4), Structure(125, 4),
+                        Structure(126, 4), Structure(128, 4), Structure(255, 4)});
     const fakes::LogCapture log;
     std::string ran;
     Win32Parser parser;
