@@ -37,13 +37,14 @@ namespace
 
     void appendWide(std::wstring& text, char32_t codePoint)
     {
-        if (sizeof(wchar_t) > 2 || codePoint < 0x10000)
-        {
-            text += static_cast<wchar_t>(codePoint);
-            return;
-        }
-        text += static_cast<wchar_t>(0xD800 + ((codePoint - 0x10000) >> 10));
-        text += static_cast<wchar_t>(0xDC00 + ((codePoint - 0x10000) & 0x3FF));
+        if constexpr (sizeof(wchar_t) == 2)
+            if (codePoint >= 0x10000)
+            {
+                text += static_cast<wchar_t>(0xD800 + ((codePoint - 0x10000) >> 10));
+                text += static_cast<wchar_t>(0xDC00 + ((codePoint - 0x10000) & 0x3FF));
+                return;
+            }
+        text += static_cast<wchar_t>(codePoint);
     }
 
     std::size_t utf8Length(char32_t codePoint)
@@ -116,11 +117,11 @@ namespace
     std::optional<unsigned> hexadecimalDigit(Character character)
     {
         if (character >= '0' && character <= '9')
-            return character - '0';
+            return static_cast<unsigned>(character - '0');
         if (character >= 'a' && character <= 'f')
-            return character - 'a' + 10;
+            return static_cast<unsigned>(character - 'a' + 10);
         if (character >= 'A' && character <= 'F')
-            return character - 'A' + 10;
+            return static_cast<unsigned>(character - 'A' + 10);
         return std::nullopt;
     }
 
@@ -129,7 +130,8 @@ namespace
     {
         if (text.empty() || !hexadecimalDigit(text.front()))
             return {0, HexadecimalError::noDigits};
-        if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X') && hexadecimalDigit(text[2]))
+        // "0x" with nothing behind it is a zero all the same.
+        if (text.size() >= 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X'))
             text.remove_prefix(2);
 
         std::uint64_t value = 0;

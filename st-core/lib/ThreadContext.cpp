@@ -15,6 +15,6 @@ bool readContext(HANDLE thread, CONTEXT& context)
     context.ContextFlags = CONTEXT_FULL;
     const BOOL known = GetThreadContext(thread, &context);
     ResumeThread(thread);
-    return known;
+    return known != FALSE;
 }
 }

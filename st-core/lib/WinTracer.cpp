@@ -108,7 +108,7 @@ void Tracer::beginSession()
     if (engine)
         session = std::make_unique<SymbolSession>(
             *engine, process_,
-            options_ & composeSearchPath ? composeSymbolSearchPath(searchPath_, options_ & symbolServer) : std::wstring(),
+            options_ & composeSearchPath ? composeSymbolSearchPath(searchPath_, (options_ & symbolServer) != 0) : std::wstring(),
             kEngineOptions);
     if (!session || !session->handle())
         throw RuntimeException(format(L"failed to initialize tracer: %1%", lastErrorText()), kSourceFile,
@@ -191,7 +191,7 @@ void Tracer::logModule(const wchar_t* image, const wchar_t* name, std::uint64_t 
 {
     IMAGEHLP_MODULEW64 module{};
     module.SizeOfStruct = sizeof(module);
-    const bool known = session_->engine().moduleInformation(session_->handle(), base, &module);
+    const BOOL known = session_->engine().moduleInformation(session_->handle(), base, &module);
     log(L"Loaded %s:%s (%p), size: %d (result: %d), symbol type: '%s', PDB: '%s', version: %x\n", image, name, pointer(base),
         size, result, symbolTypeName(known ? module.SymType : SymNone), module.LoadedPdbName, moduleVersion(image));
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <locale>
 
 using namespace ZelStdCore;
 
@@ -57,7 +58,9 @@ TEST(Text, Utf8AtTheBordersOfEveryLength)
 TEST(Text, IllFormedWideTextBecomesReplacements)
 {
     const std::string replacement = "\xEF\xBF\xBD";
-    EXPECT_EQ(toUtf8(wide({0xD83D, 0xDE00})), "\xF0\x9F\x98\x80");
+    const std::wstring pairs = wide({0xD800, 0xDC00, 0xDBFF, 0xDFFF});
+    EXPECT_EQ(toUtf8(pairs), "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF");
+    EXPECT_EQ(toUtf8(std::wstring_view(pairs).substr(0, 1)), replacement);
     EXPECT_EQ(toUtf8(wide({'a', 0xD83D})), "a" + replacement);
     EXPECT_EQ(toUtf8(wide({0xD83D, 'b'})), replacement + "b");
     EXPECT_EQ(toUtf8(wide({0xDE00, 0xD83D})), replacement + replacement);
@@ -81,6 +84,8 @@ TEST(Text, IllFormedUtf8IsTakenAsLatin1Whole)
         SCOPED_TRACE(testing::PrintToString(bytes));
         EXPECT_EQ(widen(bytes), latin1(bytes));
     }
+    // Cut off by the end of the view, not of the string.
+    EXPECT_EQ(widen(std::string_view("\xC3\xA4").substr(0, 1)), latin1("\xC3"));
 }
 
 TEST(Text, TrimsBothEnds)
@@ -160,11 +165,18 @@ TEST(Format, KeepsEveryKindOfArgumentWhole)
     EXPECT_EQ(format(L"%1% %2%", std::numeric_limits<std::uint64_t>::max(), std::numeric_limits<std::int64_t>::min()),
               L"18446744073709551615 -9223372036854775808");
     EXPECT_EQ(format(L"%1% %2% %3%", std::int8_t{-1}, std::uint8_t{65}, std::uint16_t{65535}), L"-1 65 65535");
-    EXPECT_EQ(format(L"%1%", 1234567), L"1234567");
     EXPECT_EQ(format(L"%1%|%2%|%3%", "narrow \xC3\xA4", std::string("std"), std::wstring(L"wide")), L"narrow \u00E4|std|wide");
     EXPECT_EQ(format(L"%1%%2%", static_cast<const wchar_t*>(nullptr), static_cast<const char*>(nullptr)), L"");
     // What looks like a placeholder in an argument is none.
     EXPECT_EQ(format(L"%1%: %2%", L"%2% %s", L"50%"), L"%2% %s: 50%");
+    struct Grouping : std::numpunct<wchar_t>
+    {
+        wchar_t do_thousands_sep() const override { return L'.'; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    std::locale::global(std::locale(std::locale::classic(), new Grouping));
+    EXPECT_EQ(format(L"%1%", 1234567), L"1234567");
+    std::locale::global(std::locale::classic());
     const std::wstring address = format(L"%p", reinterpret_cast<const void*>(std::uintptr_t{0xABC0}));
     EXPECT_EQ(parseHexadecimal(address).value, 0xABC0u);
 }
