@@ -53,7 +53,8 @@ namespace
          VendorModule::bind<Functions, &Functions::ADL_Overdrive5_CurrentActivity_Get>},
     };
 
-    // The library keeps this function for as long as it is loaded, and gives the memory back itself or never.
+    // The library keeps this function for as long as it is loaded, which is to the end of the process; so is this one from its
+    // first collection on. The memory is never given back here.
     void* allocate(int size) noexcept
     {
         return size < 0 ? nullptr : std::malloc(static_cast<std::size_t>(size));

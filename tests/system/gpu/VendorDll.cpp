@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -11,10 +10,11 @@
 // behaves; into the one named by HW_INVENTORY_VENDOR_TRACE, if any, goes a line for every call and for the end of the library.
 namespace
 {
-const char* setting(const char* name)
+std::string setting(const char* name)
 {
-    const char* const value = std::getenv(name);
-    return value ? value : "";
+    char value[MAX_PATH];
+    const DWORD length = GetEnvironmentVariableA(name, value, MAX_PATH);
+    return length < MAX_PATH ? std::string(value, length) : std::string();
 }
 
 void trace(const std::string& line)

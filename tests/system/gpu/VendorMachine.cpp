@@ -1,5 +1,6 @@
 #include "tests/system/gpu/VendorMachine.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace fakes

@@ -140,6 +140,7 @@ TEST_F(AMDGPUTest, ReadsThroughTheBestInterfaceOfItsOverdriveVersion)
         adl().library = one.library;
         std::optional<AMDGroup> owner;
         const auto& gpu = groupOf(one.adapter, owner).gpus().at(0);
+        EXPECT_EQ(gpu->overdriveVersion(), one.adapter.contains("ADL_Overdrive_Caps") ? -1 : one.adapter.number("version"));
         EXPECT_EQ(describe(gpu->readings()), one.readings);
         takeCalls();
         EXPECT_EQ(gpu->update(), 0);
@@ -147,15 +148,6 @@ TEST_F(AMDGPUTest, ReadsThroughTheBestInterfaceOfItsOverdriveVersion)
         EXPECT_EQ(gpu->temperature(), gpu->readings().edgeTemperature);
         EXPECT_EQ(gpu->serial(), "");
     }
-}
-
-TEST_F(AMDGPUTest, TellsAnUnknownOverdriveVersion)
-{
-    std::optional<AMDGroup> owner;
-    Section adapter = everything("8");
-    adapter["ADL_Overdrive_Caps"] = "-1";
-    EXPECT_EQ(groupOf(adapter, owner).gpus()[0]->overdriveVersion(), -1);
-    EXPECT_EQ(groupOf(everything("8"), owner).gpus()[0]->overdriveVersion(), 8);
 }
 
 TEST_F(AMDGPUTest, TakesOnlyWhatTheLogSupports)

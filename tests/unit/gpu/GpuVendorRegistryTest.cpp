@@ -55,7 +55,9 @@ TEST_F(GpuVendorRegistryTest, CompletesTheRecordsOfItsAdaptersOnly)
 {
     installNvml();
     installAdl();
-    nvml().devices = {kNvidia, {{"busId", "0000:0A:00.0"}, {"temperature", "70"}, {"serial", "upper case"}}};
+    nvml().devices = {kNvidia,
+                      {{"busId", "0000:0A:00.0"}, {"temperature", "70"}, {"serial", "upper case"}},
+                      {{"busId", "0000:0B:00.0"}}};
     adl().devices = {kAmd};
     const std::vector<GpuInfo> gpus = {record(L"0000:01:00.0"), record(L"0000:03:00.0"), record(L"0000:01:00.0", L"own"),
                                        record(L"0000:0a:00.0"), record(L"0000:01:00.1"), record(L"0001:01:00.0"),
@@ -73,23 +75,11 @@ TEST_F(GpuVendorRegistryTest, CompletesTheRecordsOfItsAdaptersOnly)
     EXPECT_THAT(completed(gpus), testing::Contains(Pair(53.0f, L"")));
     EXPECT_THAT(completed(gpus), testing::Not(testing::Contains(Pair(99.0f, testing::_))));
 
-    // A record without a reading of its own loses what it was given before: the libraries' word is the last.
-    nvml().devices[0] = kNvidia;
-    std::vector<GpuInfo> preset = {record(L"0000:03:00.0")};
-    preset[0].temperature = 1.0f;
-    completeFromVendorLibraries(preset);
-    EXPECT_EQ(preset[0].temperature, 53.0f);
-}
-
-TEST_F(GpuVendorRegistryTest, KeepsAnAbsentTemperatureAbsent)
-{
-    installNvml();
-    nvml().devices = {{{"busId", "0000:01:00.0"}}};
-    std::vector<GpuInfo> gpus = {record(L"0000:01:00.0")};
-    gpus[0].temperature = 1.0f;
-    completeFromVendorLibraries(gpus);
-    EXPECT_EQ(gpus[0].temperature, std::nullopt);
-    EXPECT_EQ(gpus[0].serialNumber, L"");
+    // A record that was given a temperature before loses it: the libraries' word is the last, an absent one too.
+    std::vector<GpuInfo> preset = {record(L"0000:03:00.0"), record(L"0000:0B:00.0"), record(L"0000:0c:00.0")};
+    for (GpuInfo& gpu : preset)
+        gpu.temperature = 1.0f;
+    EXPECT_THAT(completed(preset), ElementsAre(Pair(53.0f, L""), Pair(std::nullopt, L""), Pair(1.0f, L"")));
 }
 
 TEST_F(GpuVendorRegistryTest, RefreshesEvenWithoutRecords)
@@ -228,14 +218,13 @@ TEST_F(GpuVendorRegistryTest, StartsAgainAfterAnotherFailure)
 {
     installNvml();
     nvml().devices = {kNvidia};
-    vendorMachine().onCall = [](const std::string& call) {
-        if (call == "nvmlDeviceGetCount")
-            throw std::bad_alloc();
+    machine().fails = [](const char* operation) {
+        return std::string_view(operation) == "GetProcAddress" ? throw std::bad_alloc() : false;
     };
     std::vector<GpuInfo> gpus = {record(L"0000:01:00.0")};
     EXPECT_THROW(completeFromVendorLibraries(gpus), std::bad_alloc);
 
-    vendorMachine().onCall = nullptr;
+    machine().fails = [](const char*) { return false; };
     completeFromVendorLibraries(gpus);
     EXPECT_EQ(gpus[0].temperature, 45.0f);
 }

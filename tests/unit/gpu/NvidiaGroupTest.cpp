@@ -7,7 +7,6 @@
 
 using namespace HardwareInventory;
 using namespace fakes;
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace
@@ -188,19 +187,5 @@ TEST_F(NvidiaGroupTest, SurvivesAHostileLibrary)
     const auto speechless = +[](Nvml::Return) -> const char* { return nullptr; };
     machine().modules[L"nvml.dll"]["nvmlErrorString"] = reinterpret_cast<void*>(speechless);
     EXPECT_EQ(failure(), "Error on getting handle by index:  [2]");
-}
-
-TEST_F(NvidiaGroupTest, ShutsTheLibraryDownBeforeFreeingIt)
-{
-    installNvml();
-    vendorMachine().onCall = [](const std::string& call) {
-        EXPECT_THAT(machine().freedModules, IsEmpty()) << call << " in a freed library";
-    };
-    {
-        NvidiaGroup group;
-        takeCalls();
-    }
-    EXPECT_THAT(takeCalls(), ElementsAre("nvmlShutdown"));
-    EXPECT_THAT(machine().freedModules, ElementsAre(L"nvml.dll"));
 }
 }
