@@ -7,12 +7,21 @@
 #include <memory>
 
 using ZelStdCore::logWarning;
-using ZelStdCore::widen;
 
 namespace HardwareInventory
 {
 namespace
 {
+    // A name ends where its line does. All but a few are plain ASCII, which needs no decoding.
+    std::wstring nameAt(const char* name)
+    {
+        const char* end = name;
+        unsigned char joined = 0;
+        for (; *end != '\n'; ++end)
+            joined |= static_cast<unsigned char>(*end);
+        return joined < 0x80 ? std::wstring(name, end) : ZelStdCore::widen({name, end});
+    }
+
     std::unique_ptr<PciIdDatabase> readBuiltInList()
     {
         const auto text = builtInPciIdList();
@@ -44,16 +53,16 @@ void PciIdDatabase::parse(const char* text, std::size_t length)
 
 std::wstring PciIdDatabase::vendorName(std::uint16_t vendor) const
 {
-    if (const auto* const name = tables_.vendors.find(vendor))
-        return widen(*name);
+    if (const char* const name = tables_.vendors.find(vendor))
+        return nameAt(name);
     logWarning(L"failed to lookup vendor %04X", vendor);
     return {};
 }
 
 std::wstring PciIdDatabase::modelName(std::uint16_t vendor, std::uint16_t device) const
 {
-    if (const auto* const name = tables_.models.find(joinPciIds(vendor, device)))
-        return widen(*name);
+    if (const char* const name = tables_.models.find(joinPciIds(vendor, device)))
+        return nameAt(name);
     logWarning(L"failed to lookup model (%04X:%04X)", vendor, device);
     return {};
 }
@@ -61,8 +70,8 @@ std::wstring PciIdDatabase::modelName(std::uint16_t vendor, std::uint16_t device
 std::wstring PciIdDatabase::subsystemModelName(std::uint16_t vendor, std::uint16_t device, std::uint16_t subsystemVendor,
                                                std::uint16_t subsystemDevice) const
 {
-    if (const auto* const name = tables_.subsystems.find(joinPciIds(vendor, device, subsystemVendor, subsystemDevice)))
-        return widen(*name);
+    if (const char* const name = tables_.subsystems.find(joinPciIds(vendor, device, subsystemVendor, subsystemDevice)))
+        return nameAt(name);
     logWarning(L"failed to lookup model (%04X:%04X:%04X:%04X), fallback to (%04X:%04X)", vendor, device, subsystemVendor,
                subsystemDevice, vendor, device);
     return modelName(vendor, device);
@@ -73,7 +82,7 @@ std::vector<std::wstring> PciIdDatabase::vendorNames() const
     std::vector<std::wstring> names;
     names.reserve(tables_.vendors.entries().size());
     for (const auto& vendor : tables_.vendors.entries())
-        names.push_back(widen(vendor.name));
+        names.push_back(nameAt(vendor.name));
     return names;
 }
 }

@@ -1,48 +1,63 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
-#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace HardwareInventory
 {
-// Names by identifier in one flat table in ascending order. The names stay where the list's text is.
+// Names by identifier in one flat table in ascending order. A name stays in the text of its list, where the line's end ends it.
 class PciIdTable
 {
 public:
     struct Entry
     {
         std::uint64_t id;
-        std::string_view name;
+        const char* name;
     };
 
-    // Entries come in any order; arrange() makes them findable.
-    void append(std::uint64_t id, std::string_view name) { entries_.push_back({id, name}); }
+    void reserve(std::size_t count) { entries_.reserve(count); }
 
-    // Puts the entries in order; of several with the same identifier the last stays. A list is in order but for its end, where
-    // the device classes reuse a small identifier, so only what follows the first entry out of order is sorted.
+    // Entries come in any order; arrange() makes them findable. A list is nearly in order: what comes late waits beside.
+    void append(std::uint64_t id, const char* name)
+    {
+        (entries_.empty() || entries_.back().id < id ? entries_ : late_).emplace_back(id, name);
+    }
+
+    // Puts the entries in order; of several with the same identifier the last stays.
     void arrange()
     {
-        const auto disorder = std::ranges::is_sorted_until(entries_, {}, &Entry::id);
-        std::ranges::stable_sort(disorder, entries_.end(), {}, &Entry::id);
-        std::ranges::inplace_merge(entries_, disorder, {}, &Entry::id);
-
+        std::vector<Entry> late = std::move(late_);
+        std::ranges::stable_sort(late, {}, &Entry::id);
+        const auto middle = entries_.insert(entries_.end(), late.begin(), late.end());
+        std::ranges::inplace_merge(entries_, middle, {}, &Entry::id);
         const auto sameId = [](const Entry& one, const Entry& other) { return one.id == other.id; };
         entries_.erase(entries_.begin(), std::unique(entries_.rbegin(), entries_.rend(), sameId).base());
-        entries_.shrink_to_fit();
     }
 
     // Null when the identifier is unknown.
-    const std::string_view* find(std::uint64_t id) const
+    const char* find(std::uint64_t id) const
     {
-        const auto entry = std::ranges::lower_bound(entries_, id, {}, &Entry::id);
-        return entry != entries_.end() && entry->id == id ? &entry->name : nullptr;
+        if (entries_.empty())
+            return nullptr;
+        // Halving the range by an index instead of a branch, which the processor would guess wrong every other time.
+        const Entry* entry = entries_.data();
+        for (std::size_t count = entries_.size(); count > 1;)
+        {
+            const std::size_t half = count / 2;
+            const Entry* const halves[] = {entry, entry + half};
+            entry = halves[entry[half].id <= id];
+            count -= half;
+        }
+        return entry->id == id ? entry->name : nullptr;
     }
 
     const std::vector<Entry>& entries() const { return entries_; }
 
 private:
     std::vector<Entry> entries_;
+    std::vector<Entry> late_; // in the order of their coming, empty once arranged
 };
 }

@@ -1,0 +1,174 @@
+#include "hw-inventory-impl/lib/PCI/BuiltInList.h"
+#include "hw-inventory-impl/lib/PCI/PciIdDatabase.h"
+#include "st-core/lib/Text.h"
+#include "tests/bench/AllocationCounter.h"
+#include "tests/bench/Figures.h"
+
+extern "C"
+{
+#include <pci/pci.h>
+}
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <random>
+#include <unistd.h>
+
+using namespace HardwareInventory;
+
+namespace
+{
+    const bool figures[] = {
+        bench::atMost("parse of the built-in list against a bare scan for its line ends", 3.0, {"parseList"}, {"scanLineEnds"}),
+        bench::atLeast("parse by libpci of the same list against ours", 6.0, {"parseListByLibpci"}, {"parseList"}),
+        bench::atMost("memory after the parse beyond the text, MiB", 1.0, {"parseList", "MiB"}),
+        bench::atMost("lookup of a device's name against a std::map of texts", 1.0, {"findDevice"}, {"findDeviceInMap"}),
+        bench::atMost("lookup of a subsystem's name against a std::map of texts", 1.0, {"findSubsystem"}, {"findSubsystemInMap"}),
+        bench::atMost("allocations per lookup", 1.0, {"findSubsystem", "allocations"}),
+    };
+
+    void scanLineEnds(benchmark::State& state)
+    {
+        const auto text = builtInPciIdList();
+        for (auto iteration : state)
+        {
+            const char* position = text.data();
+            const char* const end = position + text.size();
+            while (position != end)
+            {
+                const auto* const lineEnd = static_cast<const char*>(std::memchr(position, '\n', end - position));
+                position = lineEnd ? lineEnd + 1 : end;
+                benchmark::DoNotOptimize(position);
+            }
+        }
+    }
+    BENCHMARK(scanLineEnds);
+
+    void parseList(benchmark::State& state)
+    {
+        const auto text = builtInPciIdList();
+        std::size_t taken = 0;
+        for (auto iteration : state)
+        {
+            const auto before = bench::allocations().live;
+            PciIdDatabase database;
+            database.parse(text.data(), text.size());
+            taken = bench::allocations().live - before;
+        }
+        state.counters["MiB"] = static_cast<double>(taken) / (1 << 20);
+    }
+    BENCHMARK(parseList);
+
+    // The list as a file, which is how libpci takes it.
+    class ListFile
+    {
+    public:
+        ListFile() : path_(std::filesystem::temp_directory_path() / ("pci.ids." + std::to_string(getpid())))
+        {
+            std::ofstream(path_, std::ios::binary) << builtInPciIdList();
+        }
+        ~ListFile() { std::filesystem::remove(path_); }
+
+        const std::string& path() const { return path_.native(); }
+
+    private:
+        std::filesystem::path path_;
+    };
+
+    void parseListByLibpci(benchmark::State& state)
+    {
+        const ListFile list;
+        pci_access* const access = pci_alloc();
+        pci_set_name_list_path(access, strdup(list.path().c_str()), 1);
+        for (auto iteration : state)
+        {
+            if (!pci_load_name_list(access))
+                state.SkipWithError("libpci cannot load the list");
+            pci_free_name_list(access);
+        }
+        pci_cleanup(access);
+    }
+    BENCHMARK(parseListByLibpci);
+
+    const PciIdTables& builtInTables()
+    {
+        static const PciIdTables tables = [] {
+            PciIdTables read;
+            parsePciIdList(builtInPciIdList(), read);
+            return read;
+        }();
+        return tables;
+    }
+
+    std::wstring nameOfDevice(std::uint64_t id)
+    {
+        static const auto& database = PciIdDatabase::instance();
+        return database.modelName(static_cast<std::uint16_t>(id >> 16), static_cast<std::uint16_t>(id));
+    }
+
+    std::wstring nameOfSubsystem(std::uint64_t id)
+    {
+        static const auto& database = PciIdDatabase::instance();
+        return database.subsystemModelName(static_cast<std::uint16_t>(id >> 48), static_cast<std::uint16_t>(id >> 32),
+                                           static_cast<std::uint16_t>(id >> 16), static_cast<std::uint16_t>(id));
+    }
+
+    // Every identifier of the table, in no order that a cache could profit from.
+    template <class Lookup>
+    void findEachInTurn(benchmark::State& state, const PciIdTable& table, Lookup lookup)
+    {
+        std::vector<std::uint64_t> ids;
+        for (const auto& entry : table.entries())
+            ids.push_back(entry.id);
+        std::ranges::shuffle(ids, std::mt19937(1));
+
+        std::size_t turn = 0;
+        const auto before = bench::allocations().count;
+        for (auto iteration : state)
+        {
+            benchmark::DoNotOptimize(lookup(ids[turn]));
+            turn = turn + 1 == ids.size() ? 0 : turn + 1;
+        }
+        const auto taken = static_cast<double>(bench::allocations().count - before);
+        state.counters["allocations"] = taken / static_cast<double>(state.iterations());
+    }
+
+    template <class Lookup>
+    void findEachInMap(benchmark::State& state, const PciIdTable& table, Lookup lookup)
+    {
+        std::map<std::uint64_t, std::wstring> names;
+        for (const auto& entry : table.entries())
+            names.emplace(entry.id, lookup(entry.id));
+        findEachInTurn(state, table, [&names](std::uint64_t id) {
+            const auto name = names.find(id);
+            return name == names.end() ? std::wstring() : name->second;
+        });
+    }
+
+    void findDevice(benchmark::State& state)
+    {
+        findEachInTurn(state, builtInTables().models, nameOfDevice);
+    }
+    BENCHMARK(findDevice);
+
+    void findDeviceInMap(benchmark::State& state)
+    {
+        findEachInMap(state, builtInTables().models, nameOfDevice);
+    }
+    BENCHMARK(findDeviceInMap);
+
+    void findSubsystem(benchmark::State& state)
+    {
+        findEachInTurn(state, builtInTables().subsystems, nameOfSubsystem);
+    }
+    BENCHMARK(findSubsystem);
+
+    void findSubsystemInMap(benchmark::State& state)
+    {
+        findEachInMap(state, builtInTables().subsystems, nameOfSubsystem);
+    }
+    BENCHMARK(findSubsystemInMap);
+}
