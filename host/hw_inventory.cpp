@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <iterator>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -52,7 +53,7 @@ struct Request
     bool pretty = false;
     bool log = false;
     std::vector<Kind> kinds;
-    std::string_view wrong; // the first argument that is not understood
+    std::optional<std::string_view> wrong; // the first argument that is not understood
 };
 
 Request parse(const std::vector<std::string_view>& arguments)
@@ -69,7 +70,7 @@ Request parse(const std::vector<std::string_view>& arguments)
             request.pretty = true;
         else if (argument == "--log")
             request.log = true;
-        else if (request.wrong.empty())
+        else if (!request.wrong)
             request.wrong = argument;
     }
     if (request.kinds.empty())
@@ -122,9 +123,9 @@ int main(int argc, char** argv)
 {
     makeOutputBinary();
     const Request request = parse({argv + std::min(argc, 1), argv + argc});
-    if (!request.wrong.empty())
+    if (request.wrong)
     {
-        std::fprintf(stderr, "not understood: %s\n\n%s", std::string(request.wrong).c_str(), kUsage);
+        std::fprintf(stderr, "not understood: %s\n\n%s", std::string(*request.wrong).c_str(), kUsage);
         return kUsageError;
     }
     if (request.help)
