@@ -1,9 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string>
-#include <unordered_map>
-#include <utility>
 #include <vector>
 
 namespace HardwareInventory
@@ -34,7 +33,15 @@ private:
         std::wstring name;
     };
 
-    std::vector<Entry> entries_;                             // in registration order
-    std::unordered_map<std::wstring, std::size_t> byReduced_; // the first entry of each reduced form
+    // Positions in entries_, in ascending order.
+    using Candidates = std::vector<std::size_t>;
+
+    Candidates candidatesFor(const std::wstring& reduced) const;
+    std::span<const std::size_t> endingAt(std::size_t length, std::span<const std::size_t> alike) const;
+    std::wstring namesOf(const Candidates& candidates) const;
+    const Entry& closest(const Candidates& candidates, const std::wstring& reduced) const;
+
+    std::vector<Entry> entries_;         // in registration order
+    std::vector<std::size_t> byReduced_; // positions in entries_, ordered by reduced form, then by registration
 };
 }

@@ -136,7 +136,9 @@ namespace
                 return;
             std::uint16_t vendor = 0;
             std::uint16_t device = 0;
-            if (readId(entry, vendorText, subsystemVendorWarnings, vendor) && readId(entry, deviceText, subsystemWarnings, device))
+            if (!readId(entry, vendorText, subsystemVendorWarnings, vendor))
+                return;
+            if (readId(entry, deviceText, subsystemWarnings, device))
                 tables_.subsystems.append(joinPciIds(vendor_, device_, vendor, device), entry.name());
         }
 

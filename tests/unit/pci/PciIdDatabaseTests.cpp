@@ -35,8 +35,8 @@ TEST(PciIdDatabase, FindsNamesAndWarnsOfUnknownOnes)
     EXPECT_EQ(database.subsystemModelName(1, 2, 3, 4), L"s");
     EXPECT_EQ(database.subsystemModelName(1, 2, 3, 0xBEEF), L"a");
     EXPECT_EQ(database.subsystemModelName(1, 0x1B80, 3, 4), L"");
-    EXPECT_EQ(warningsOf(log), (Lines{"failed to lookup vendor 0001", "failed to lookup vendor FFFE", "failed to lookup vendor 0000",
-                                      "failed to lookup model (00AB:00CD)",
+    EXPECT_EQ(warningsOf(log), (Lines{"failed to lookup vendor 0001", "failed to lookup vendor FFFE",
+                                      "failed to lookup vendor 0000", "failed to lookup model (00AB:00CD)",
                                       "failed to lookup model (0001:0002:0003:BEEF), fallback to (0001:0002)",
                                       "failed to lookup model (0001:1B80:0003:0004), fallback to (0001:1B80)",
                                       "failed to lookup model (0001:1B80)"}));
