@@ -23,5 +23,19 @@ for program in "$folder"/benchmarks/*; do
     "$program" --benchmark_repetitions=9 --benchmark_min_time=0.1 --benchmark_enable_random_interleaving=true "$@" |
         tee -a "$report" | { grep -v '^figure ' >&2 || true; } || short=1
 done
+
+# The built library under Wine: its collections against a bare client of the same management service.
+ensure_packages "${windows_packages[@]}"
+wine_folder="$root/build/bench-wine"
+say "building the benchmark of the built library"
+quietly cmake -S "$root" --preset mingw -B "$wine_folder" -DHW_INVENTORY_BENCH=ON \
+    ${HW_INVENTORY_PCI_IDS:+"-DHW_INVENTORY_PCI_IDS=$HW_INVENTORY_PCI_IDS"}
+quietly cmake --build "$wine_folder" --target collections
+say "running collections under Wine"
+quietly "$root/scripts/wine.sh" "$wine_folder/wine" cmd /c exit
+# Only now without the standard error, where Wine complains of its drives at every query of the disks.
+"$root/scripts/wine.sh" "$wine_folder/wine" "$wine_folder/bin/collections.exe" 2> /dev/null |
+    tr -d '\r' | tee -a "$report" | { grep -v '^figure ' >&2 || true; } || short=1
+
 sed -n 's/^figure //p' "$report"
 exit $short

@@ -1,0 +1,154 @@
+#include "hw_inventory_interface.h"
+#include "tests/bench/wine/BareClient.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+// Holds the time of the built library's collections to that of the bare client. Both work in turn within one run, so that what
+// else the machine does meets both. What a process does once is left out: the first collection of each kind is not timed.
+//   collections [ROUNDS]
+namespace
+{
+constexpr double kBar = 1.10;
+constexpr int kRounds = 101;
+
+struct Kind
+{
+    const char* name;
+    ExportStatus (*find)(char** buffer, size_t* size);
+    std::size_t (BareClient::*ask)();
+    const char* list; // the key of the document's entries
+};
+
+const Kind kKinds[] = {
+    {"cpus", hardware_inventory_find_cpus, &BareClient::cpus, "cpus"},
+    {"gpus", hardware_inventory_find_gpus, &BareClient::gpus, "gpus"},
+    {"ram", hardware_inventory_find_ram, &BareClient::ram, "rams"},
+    {"disks", hardware_inventory_find_disks, &BareClient::disks, "disks"},
+    {"networkAdapters", hardware_inventory_find_network_adapters, &BareClient::networkAdapters, "networkAdapters"},
+    {"baseBoards", hardware_inventory_find_base_boards, &BareClient::baseBoards, "motherBoards"},
+    {"system", hardware_inventory_find_system, &BareClient::system, nullptr},
+    {"hotfixes", hardware_inventory_find_hotfixes, &BareClient::hotfixes, "hotfixes"},
+};
+
+std::string collect(const Kind& kind)
+{
+    char* buffer = nullptr;
+    size_t size = 0;
+    if (kind.find(&buffer, &size) != EXPORT_STATUS_SUCCESS)
+        throw std::runtime_error(std::string("the library fails to collect ") + kind.name);
+    const std::string document = buffer;
+    release_buffer(buffer);
+    return document;
+}
+
+// A client that sees other entries than the library does other work. Without any, a virtual host gets one that is made up.
+void warmUp(const Kind& kind, BareClient& client)
+{
+    const auto document = nlohmann::json::parse(collect(kind));
+    const std::size_t asked = (client.*kind.ask)();
+    if (kind.list && asked != 0 && document.at(kind.list).size() != asked)
+        throw std::runtime_error(std::string("the bare client and the library count differently: ") + kind.name);
+}
+
+template <class Work>
+double milliseconds(Work work)
+{
+    LARGE_INTEGER frequency, start, end;
+    QueryPerformanceFrequency(&frequency);
+    QueryPerformanceCounter(&start);
+    work();
+    QueryPerformanceCounter(&end);
+    return 1e3 * static_cast<double>(end.QuadPart - start.QuadPart) / static_cast<double>(frequency.QuadPart);
+}
+
+struct Times
+{
+    double library = 0;
+    double bare = 0;
+};
+
+Times measure(const Kind& kind, BareClient& client, bool libraryFirst)
+{
+    Times times;
+    const auto library = [&] { times.library = milliseconds([&] { collect(kind); }); };
+    const auto bare = [&] { times.bare = milliseconds([&] { (client.*kind.ask)(); }); };
+    if (libraryFirst)
+        library();
+    bare();
+    if (!libraryFirst)
+        library();
+    return times;
+}
+
+double quantile(std::vector<double> values, double share)
+{
+    const auto place = values.begin() + static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
+    std::nth_element(values.begin(), place, values.end());
+    return *place;
+}
+
+// One line of medians; answers their ratio.
+double report(const char* name, const std::vector<Times>& rounds)
+{
+    std::vector<double> library, bare, ratios;
+    for (const Times& times : rounds)
+    {
+        library.push_back(times.library);
+        bare.push_back(times.bare);
+        ratios.push_back(times.library / times.bare);
+    }
+    const double ratio = quantile(library, 0.5) / quantile(bare, 0.5);
+    std::printf("collections/%-16s library %9.3f ms, bare client %9.3f ms, ratio %.3f (rounds' quartiles %.3f to %.3f)\n", name,
+                quantile(library, 0.5), quantile(bare, 0.5), ratio, quantile(ratios, 0.25), quantile(ratios, 0.75));
+    return ratio;
+}
+
+bool run(int roundCount)
+{
+    BareClient client;
+    for (const Kind& kind : kKinds)
+        warmUp(kind, client);
+
+    std::vector<Times> sums(static_cast<std::size_t>(roundCount));
+    std::vector<Times> rounds[std::size(kKinds)];
+    for (std::size_t round = 0; round < sums.size(); ++round)
+    {
+        for (std::size_t index = 0; index < std::size(kKinds); ++index)
+        {
+            const Times times = measure(kKinds[index], client, (round + index) % 2 == 0);
+            rounds[index].push_back(times);
+            sums[round].library += times.library;
+            sums[round].bare += times.bare;
+        }
+    }
+
+    for (std::size_t index = 0; index < std::size(kKinds); ++index)
+        report(kKinds[index].name, rounds[index]);
+    const double ratio = report("all", sums);
+    const bool held = ratio <= kBar;
+    std::printf("figure all eight collections against a bare client: %.3f (bar: at most %g) %s\n", ratio, kBar,
+                held ? "ok" : "short");
+    return held;
+}
+}
+
+int main(int argc, char** argv)
+{
+    try
+    {
+        return run(argc > 1 ? std::max(1, std::atoi(argv[1])) : kRounds) ? 0 : 1;
+    }
+    catch (const std::exception& failure)
+    {
+        std::printf("%s\n", failure.what());
+        return 2;
+    }
+}
