@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-// The documents: compact JSON in UTF-8, keys sorted, unknown values left out. Text that is no valid UTF-8 by then, and memory that
-// runs out, are std::exceptions; nothing terminates.
+// The documents: compact JSON in UTF-8, keys sorted, unknown values left out. A date that cannot be written throws
+// RuntimeException, memory that runs out throws std::bad_alloc.
 namespace HardwareInventory
 {
 std::string cpusDocument(const std::vector<CpuInfo>& cpus);

@@ -52,7 +52,8 @@ ExportStatus answer(char** buffer, size_t* bufferSize, const wchar_t* noSize, Co
 }
 
 template <class Records>
-ExportStatus answer(char** buffer, size_t* bufferSize, Records (InventoryService::*find)(), std::string (*write)(const Records&)) noexcept
+ExportStatus answer(char** buffer, size_t* bufferSize, Records (InventoryService::*find)(),
+                    std::string (*write)(const Records&)) noexcept
 {
     return answer(buffer, bufferSize, kNoSize, [find](InventoryService& service) { return (service.*find)(); }, write);
 }

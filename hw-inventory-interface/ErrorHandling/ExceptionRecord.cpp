@@ -149,7 +149,7 @@ std::string exceptionText(const ExceptionRecord& failure)
 {
     std::string text;
     if (present(failure.file) && present(failure.function) && failure.line != 0)
-        text.append(failure.file).append(":").append(failure.function).append(":").append(std::to_string(failure.line)).append(":");
+        text.append(failure.file).append(":").append(failure.function).append(":" + std::to_string(failure.line) + ":");
     text.append(present(failure.message) ? failure.message : "(no meta)");
     if (present(failure.errorText))
         text.append(":").append(failure.errorText);

@@ -153,8 +153,9 @@ TEST(Documents, EveryKeyOfEveryRecord)
         {"board", baseBoardsDocument({motherBoard}),
          R"({"motherBoards":[{)" + device + maker + names + address + R"(,"serialNumber":"n"}]})"},
         {"disk", disksDocument({drive}),
-         R"({"disks":[{"availableSpace":18446744073709551606,)" + device + R"("interfaceType":"i",)" + maker + R"("mediaType":"SSD",)"
-             + names + R"("partitions":[{"availableSpace":4,"name":"P","size":10,"status":"has issues"},{"name":"Q","size":3}],)"
+         R"({"disks":[{"availableSpace":18446744073709551606,)" + device + R"("interfaceType":"i",)" + maker
+             + R"("mediaType":"SSD",)" + names
+             + R"("partitions":[{"availableSpace":4,"name":"P","size":10,"status":"has issues"},{"name":"Q","size":3}],)"
              + address + R"(,"serialNumber":"n","size":18446744073709551615}]})"},
         {"adapter", networkAdaptersDocument({adapter}),
          R"({"networkAdapters":[{)" + device + R"("ipAddresses":["b","a",""],"macAddress":"m",)" + maker + names + address
@@ -189,10 +190,10 @@ TEST(Documents, SystemWithEveryKey)
     system.logonServer = L"ls";
     EXPECT_EQ(systemDocument(system),
               R"({"system":{"biosVersion":"bv","bootDevice":"bd","bootTime":"01/01/1970 00:00:01","domain":"do",)"
-              R"("installationDate":"02/29/2000 00:00:00","logonServer":"ls","machineName":"mn","manufacturer":"ma","model":"mo",)"
-              R"("organization":"or","osInfo":{"buildType":"ob","family":"of","manufacturer":"om","name":"on","releaseId":"22H2",)"
-              R"("version":"ov"},"owner":"ow","productID":"pi","serialNumber":"sn","systemDirectory":"sd","systemLocale":"sl",)"
-              R"("timezone":"tz","type":"ty","windowsDirectory":"wd","workgroup":"wg"}})");
+              R"("installationDate":"02/29/2000 00:00:00","logonServer":"ls","machineName":"mn","manufacturer":"ma",)"
+              R"("model":"mo","organization":"or","osInfo":{"buildType":"ob","family":"of","manufacturer":"om","name":"on",)"
+              R"("releaseId":"22H2","version":"ov"},"owner":"ow","productID":"pi","serialNumber":"sn","systemDirectory":"sd",)"
+              R"("systemLocale":"sl","timezone":"tz","type":"ty","windowsDirectory":"wd","workgroup":"wg"}})");
 }
 
 TEST(Documents, PresenceRulesAtTheirEdges)

@@ -18,8 +18,8 @@ namespace
 std::string fieldsOf(const ExceptionRecord& record)
 {
     const auto text = [](const char* field) { return field ? "[" + std::string(field) + "]" : std::string("-"); };
-    return text(record.stackTrace) + text(record.file) + text(record.function) + std::to_string(record.line) + text(record.message)
-        + text(record.errorText);
+    return text(record.stackTrace) + text(record.file) + text(record.function) + std::to_string(record.line)
+        + text(record.message) + text(record.errorText);
 }
 
 ZelStdCore::StackFrame frame(const wchar_t* function)
@@ -86,13 +86,15 @@ TEST(ExceptionRecord, FieldsTextAndLogOfEachKindOfException)
          "lib\\f:N::f:-2:m\xC3\xBC:failed to bind to WMI:" + outer},
         {"no line", std::make_exception_ptr(inventoryException(3, 0)), 1, "[" + outer + "][lib\\f][N::f]0" + bind,
          "m\xC3\xBC:failed to bind to WMI:" + outer},
-        {"a core failure without a trace", std::make_exception_ptr(ZelStdCore::RuntimeException(L"", L"g", L"N::g", 9, false, 2)), 8,
+        {"a core failure without a trace",
+         std::make_exception_ptr(ZelStdCore::RuntimeException(L"", L"g", L"N::g", 9, false, 2)), 8,
          "[][g][N::g]9[]-", "g:N::g:9:(no meta)"},
         {"a standard exception", std::make_exception_ptr(std::runtime_error("m\xC3\xBC")), 8, "[" + whole + "]--0[m\xC3\xBC]-",
          "m\xC3\xBC:" + whole},
         {"text in another encoding", std::make_exception_ptr(std::runtime_error("m\xFC")), 8, "[" + whole + "]--0[m\xC3\xBC]-",
          "m\xC3\xBC:" + whole},
-        {"out of memory", std::make_exception_ptr(std::bad_alloc()), 8, "[" + whole + "]--0[" + memory + "]-", memory + ":" + whole},
+        {"out of memory", std::make_exception_ptr(std::bad_alloc()), 8, "[" + whole + "]--0[" + memory + "]-",
+         memory + ":" + whole},
         {"anything else", std::make_exception_ptr(42), 8, "---0[unknown exception]-", "unknown exception"},
     };
     for (const Case& each : cases)

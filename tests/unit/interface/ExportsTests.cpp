@@ -42,7 +42,8 @@ TEST(Exports, DocumentsOfAWholeMachine)
         R"("mediaType":"SSD","model":"SSD 970 EVO 500GB","name":"\\\\.\\PHYSICALDRIVE0","partitions":[)"
         R"({"availableSpace":200000000000,"name":"Disk #0, Partition #0","size":500000000000,"status":"ok"}],)"
         R"("serialNumber":"DISK-1","size":500105249280,"status":"ok"}]})",
-        R"({"networkAdapters":[{"deviceID":"8086:15B8","ipAddresses":["192.168.1.10","fe80::1"],"macAddress":"00:15:5D:01:2A:0B",)"
+        R"({"networkAdapters":[{"deviceID":"8086:15B8","ipAddresses":["192.168.1.10","fe80::1"],)"
+        R"("macAddress":"00:15:5D:01:2A:0B",)"
         R"("manufacturer":"Intel Corporation","model":"Ethernet Connection (2) I219-V","name":"Ethernet","status":"ok",)"
         R"("type":"802.3"}]})",
         R"({"motherBoards":[{"manufacturer":"ACME Inc.","model":"X570","name":"Base Board","serialNumber":"BOARD-1",)"
@@ -83,7 +84,7 @@ TEST(Exports, WithoutASize)
         EXPECT_FALSE(machine().calls.empty()) << collector.name;
 
         const bool ram = collector.find == hardware_inventory_find_ram;
-        const std::string text = ram ? "null buffer size provided to write JSON data to" : "null buffer_size provided to write JSON data to";
+        const std::string text = std::string(ram ? "null buffer size" : "null buffer_size") + " provided to write JSON data to";
         ASSERT_FALSE(log.lines().empty()) << collector.name;
         EXPECT_EQ(log.lines().back(), std::pair(2u, text));
         for (const auto& line : log.lines())

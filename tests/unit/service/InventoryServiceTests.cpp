@@ -67,7 +67,8 @@ TEST(InventoryService, NumbersEverySlotAndTrimsMakers)
     modules[0].manufacturer = L" \t Kingston Ltd \r\n";
     modules[1].manufacturer = L"   ";
     numberSlots(modules);
-    EXPECT_EQ(namesOf(modules), (std::vector<std::wstring>{L"Physical Memory Slot 1", L"Physical Memory Slot 2", L"Physical Memory Slot 3"}));
+    EXPECT_EQ(namesOf(modules), (std::vector<std::wstring>{L"Physical Memory Slot 1", L"Physical Memory Slot 2",
+                                                           L"Physical Memory Slot 3"}));
     EXPECT_EQ(modules[0].manufacturer, L"Kingston Ltd");
     EXPECT_EQ(modules[1].manufacturer, L"");
 }
@@ -154,8 +155,9 @@ TEST(InventoryService, MemoryFallsBackToFirmwareAndTriesAgainAfterAFailure)
     {
         const fakes::LogCapture log;
         EXPECT_TRUE(service().findRam().empty());
-        EXPECT_EQ(log.lines(), (Lines{{0, "failed to resolve RAM information using platform provider, fallback to SMBIOS"},
-                                      {1, "failed to resolve RAM information using SMBIOS provider: failed to read SMBIOS table"}}));
+        const Lines expected{{0, "failed to resolve RAM information using platform provider, fallback to SMBIOS"},
+                             {1, "failed to resolve RAM information using SMBIOS provider: failed to read SMBIOS table"}};
+        EXPECT_EQ(log.lines(), expected);
     }
 
     machine().fails = [](const char*) { return false; };
