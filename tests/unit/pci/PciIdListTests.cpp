@@ -139,8 +139,9 @@ namespace
     {
         const plain::PciIds expected(text);
         const fakes::LogCapture log;
+        const std::vector<char> bytes(text.begin(), text.end()); // nothing readable follows them
         PciIdTables tables;
-        parsePciIdList(text, tables);
+        parsePciIdList({bytes.data(), bytes.size()}, tables);
         ASSERT_EQ(namesIn(tables.vendors), expected.vendors) << testing::PrintToString(text);
         ASSERT_EQ(namesIn(tables.models), expected.models) << testing::PrintToString(text);
         ASSERT_EQ(namesIn(tables.subsystems), expected.subsystems) << testing::PrintToString(text);
