@@ -4,6 +4,7 @@
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/Text.h"
 
+#include <algorithm>
 #include <array>
 #include <limits>
 
@@ -73,12 +74,12 @@ namespace
     // Cuts the text at its only blank; false when it has none or several.
     bool splitIds(std::string_view text, std::string_view& first, std::string_view& second)
     {
-        const auto end = text.find(' ');
-        if (end == std::string_view::npos)
+        const auto blank = std::ranges::find(text, ' ');
+        if (blank == text.end())
             return false;
-        first = text.substr(0, end);
-        second = text.substr(end + 1);
-        return second.find(' ') == std::string_view::npos;
+        first = {text.begin(), blank};
+        second = {blank + 1, text.end()};
+        return std::ranges::find(second, ' ') == second.end();
     }
 
     class Parser

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <utility>
@@ -42,15 +43,14 @@ public:
     {
         if (entries_.empty())
             return nullptr;
-        // Halving the range by an index instead of a branch, which the processor would guess wrong every other time.
+        // A binary search over ranges of a power of two, the first of which may overlap the second. It adds what it compares
+        // instead of branching on it, which the processor would guess wrong every other time.
+        const std::size_t length = std::bit_floor(entries_.size());
         const Entry* entry = entries_.data();
-        for (std::size_t count = entries_.size(); count > 1;)
-        {
-            const std::size_t half = count / 2;
-            const Entry* const halves[] = {entry, entry + half};
-            entry = halves[entry[half].id <= id];
-            count -= half;
-        }
+        if (const Entry* const upper = entry + entries_.size() - length; upper->id <= id)
+            entry = upper;
+        for (int bit = std::countr_zero(length); bit-- > 0;)
+            entry += std::size_t{entry[std::size_t{1} << bit].id <= id} << bit;
         return entry->id == id ? entry->name : nullptr;
     }
 
