@@ -210,7 +210,7 @@ Hexadecimal parseHexadecimal(std::wstring_view text)
     return parsePrefix(text);
 }
 
-std::wstring formatArguments(const wchar_t* pattern, const std::vector<FormatArgument>& arguments)
+std::wstring formatArguments(const wchar_t* pattern, std::initializer_list<FormatArgument> arguments)
 {
     // The classic locale: numbers are written without the grouping of the process's own locale.
     boost::wformat message(pattern, std::locale::classic());

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -72,7 +73,7 @@ private:
 };
 
 // Fills a message pattern. Positional ("%1%") and printf-like ("%s", "%d", "%04X", "%p") directives are both understood.
-std::wstring formatArguments(const wchar_t* pattern, const std::vector<FormatArgument>& arguments);
+std::wstring formatArguments(const wchar_t* pattern, std::initializer_list<FormatArgument> arguments);
 
 template <class... Arguments>
 std::wstring format(const wchar_t* pattern, const Arguments&... arguments)
