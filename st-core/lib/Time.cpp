@@ -43,9 +43,10 @@ namespace
 
 CalendarTime stringToTime(const std::wstring& text, const std::wstring& format)
 {
+    // With a reference of its own, so that no locale deletes it: a locale that cannot be made would not either.
+    boost::posix_time::wtime_input_facet facet(format, 1);
     std::wistringstream stream(text);
-    // The locale owns the facet.
-    stream.imbue(std::locale(std::locale::classic(), new boost::posix_time::wtime_input_facet(format)));
+    stream.imbue(std::locale(std::locale::classic(), &facet));
     boost::posix_time::ptime value(boost::posix_time::not_a_date_time);
     if (!(stream >> value))
     {
