@@ -8,6 +8,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -32,7 +33,23 @@ struct IgnoringCase
 };
 
 using Texts = std::vector<std::wstring>;
-using FakeValue = std::variant<Unreadable, Null, std::wstring, std::int32_t, bool, OtherType, Texts>;
+
+// Copied alternative by alternative: libstdc++ 12 destroys garbage where memory runs out in its own copy of a variant.
+struct FakeValue : std::variant<Unreadable, Null, std::wstring, std::int32_t, bool, OtherType, Texts>
+{
+    using variant::variant;
+    FakeValue(const FakeValue& other) : variant(std::visit([](const auto& value) { return variant(value); }, other.base())) {}
+    FakeValue(FakeValue&&) = default;
+    FakeValue& operator=(FakeValue other)
+    {
+        variant::operator=(std::move(other.base()));
+        return *this;
+    }
+
+private:
+    variant& base() { return *this; }
+    const variant& base() const { return *this; }
+};
 
 // One result object: its properties by name. A property not listed is unreadable.
 using FakeObject = std::map<std::wstring, FakeValue, IgnoringCase>;
