@@ -21,8 +21,10 @@ string(APPEND CMAKE_CXX_FLAGS_INIT
     " -nostdinc++ -isystem ${cxx_headers} -isystem ${cxx_headers}/${triple} -isystem ${cxx_headers}/backward")
 string(APPEND CMAKE_C_FLAGS_INIT " --sysroot=/usr/${triple}")
 string(APPEND CMAKE_CXX_FLAGS_INIT " --sysroot=/usr/${triple}")
+execute_process(COMMAND "${CMAKE_CURRENT_LIST_DIR}/../scripts/libstdcxx.sh" ${gcc_libraries}
+    OUTPUT_VARIABLE cxx_library OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 foreach(kind EXE SHARED MODULE)
-    set(CMAKE_${kind}_LINKER_FLAGS_INIT "-fuse-ld=lld-16 -static -L${gcc_libraries} -Wno-unused-command-line-argument")
+    set(CMAKE_${kind}_LINKER_FLAGS_INIT "-fuse-ld=lld-16 -static -L${cxx_library} -L${gcc_libraries} -Wno-unused-command-line-argument")
 endforeach()
 
 set(CMAKE_FIND_ROOT_PATH /usr/${triple})
