@@ -1,0 +1,235 @@
+#include "tests/unit/interface/Collectors.h"
+#include "tests/unit/interface/FailingHeap.h"
+
+#include <gtest/gtest.h>
+
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+namespace
+{
+std::string lastMessage()
+{
+    const char* message = hardware_inventory_get_exception()->message;
+    return message ? message : "";
+}
+
+// Where not even the failure can be told, the record is empty.
+bool lastFailureIsMemory()
+{
+    return lastMessage().empty() || lastMessage() == std::bad_alloc().what();
+}
+
+std::ptrdiff_t stringsOfRecord()
+{
+    const ExceptionRecord* record = hardware_inventory_get_exception();
+    std::ptrdiff_t count = 0;
+    for (const char* text : {record->stackTrace, record->file, record->function, record->message, record->errorText})
+        count += text ? 1 : 0;
+    return count;
+}
+
+// What the fakes gather is theirs, not a leak.
+void forgetCalls()
+{
+    fakes::machine().calls = {};
+    fakes::management().queries = {};
+    fakes::management().events = {};
+}
+
+struct Attempt
+{
+    ExportStatus status;
+    bool failed;
+    std::string document;
+};
+
+constexpr std::size_t kNever = static_cast<std::size_t>(-1);
+
+// On a thread of its own, so that the connections are made, and dropped again, in every attempt.
+Attempt attempt(const Collector& collector, std::size_t failingAllocation = kNever)
+{
+    ExportStatus status = EXPORT_STATUS_SUCCESS;
+    char* buffer = nullptr;
+    size_t size = 0;
+    std::thread([&]
+    {
+        // The slot of the fakes allocates where the thread first touches it.
+        HardwareInventory::Platform::threadValue();
+        heap.arm(failingAllocation);
+        status = collector.find(&buffer, &size);
+        heap.armed = false;
+    }).join();
+    forgetCalls();
+    const std::unique_ptr<char, void (*)(void*)> owner(buffer, release_buffer);
+    return {status, heap.failed, buffer ? buffer : ""};
+}
+
+bool isWhole(const Attempt& attempt)
+{
+    const bool success = attempt.status == EXPORT_STATUS_SUCCESS;
+    return success ? !attempt.document.empty() : attempt.status == EXPORT_STATUS_OTHER && lastFailureIsMemory();
+}
+
+// Lets the allocations fail one after another, and checks each outcome.
+template <class Check>
+void failEachAllocation(const Collector& collector, Check check)
+{
+    attempt(collector);
+    bool failed = true;
+    for (std::size_t index = 0; failed; ++index)
+    {
+        const std::string context = std::string(collector.name) + ", allocation " + std::to_string(index);
+        const std::ptrdiff_t before = heap.live - stringsOfRecord();
+        {
+            const Attempt hurt = attempt(collector, index);
+            failed = hurt.failed;
+            check(hurt, context);
+        }
+        ASSERT_EQ(heap.live - stringsOfRecord(), before) << context << " leaks";
+    }
+}
+
+bool canBeFailed([[maybe_unused]] const Collector& collector)
+{
+#ifdef _WIN32
+    // The C++ library of mingw-w64 allocates in a function of its time facets that promises not to throw.
+    return collector.find != hardware_inventory_find_system;
+#else
+    return true;
+#endif
+}
+
+// Messages are written only for a logger.
+void ignoreLine(uint32_t, const char*)
+{
+}
+
+class MemoryFailures : public testing::Test
+{
+protected:
+    MemoryFailures()
+    {
+        setUpWholeMachine();
+        hardware_inventory_set_logger(ignoreLine);
+    }
+};
+}
+
+TEST_F(MemoryFailures, EachAllocationFailsOnce)
+{
+    for (const Collector& collector : kCollectors)
+    {
+        if (!canBeFailed(collector))
+            continue;
+        const std::string whole = attempt(collector).document;
+        failEachAllocation(collector, [&](const Attempt& hurt, const std::string& context)
+        {
+            ASSERT_TRUE(isWhole(hurt)) << context << ": " << hurt.status << " " << lastMessage();
+            ASSERT_EQ(attempt(collector).document, whole) << context;
+        });
+    }
+}
+
+// From the first call of the process: what is built once must be buildable after a failure half-way. In growing steps, since it
+// takes many thousand allocations.
+TEST_F(MemoryFailures, FirstCallsOfTheProcess)
+{
+    for (std::size_t index = 0, failures = 1; failures > 0; index += index / 16 + 1)
+    {
+        failures = 0;
+        for (const Collector& collector : kCollectors)
+        {
+            const Attempt hurt = attempt(collector, canBeFailed(collector) ? index : kNever);
+            ASSERT_TRUE(isWhole(hurt)) << collector.name << ", allocation " << index << ": " << hurt.status;
+            failures += hurt.failed;
+        }
+    }
+}
+
+// Memory runs out while another failure is on its way to the host: the host gets the one or the other, whole.
+TEST_F(MemoryFailures, WhileAFailureIsTold)
+{
+    struct Case
+    {
+        void (*fail)();
+        ExportStatus status;
+        std::string message;
+        std::ptrdiff_t strings;
+    };
+    const Case cases[] = {
+        {[] { throw HardwareInventory::ErrorHandling::Exception(fakes::ErrorCode::wmiQuery, L"a cause of some length", L"file",
+                                                                L"function", 1); },
+         EXPORT_STATUS_WMI_QUERY, "a cause of some length", 5},
+        {[] { throw std::runtime_error("a cause of some length"); }, EXPORT_STATUS_OTHER, "a cause of some length", 2},
+        {[] { throw 42; }, EXPORT_STATUS_OTHER, "unknown exception", 1},
+    };
+    fakes::management().cimv2.answers.clear();
+    fakes::machine().stack.resize(3);
+    for (const Case& each : cases)
+    {
+        fakes::management().cimv2.otherwise = [fail = each.fail](const std::wstring&) { return fail(), fakes::FakeObjects(); };
+        std::size_t told = 0;
+        failEachAllocation(kCollectors[0], [&](const Attempt& hurt, const std::string& context)
+        {
+            if (lastMessage() != each.message)
+            {
+                EXPECT_TRUE(hurt.status == EXPORT_STATUS_OTHER && lastFailureIsMemory()) << context << ": " << lastMessage();
+                return;
+            }
+            ++told;
+            EXPECT_EQ(hurt.status, each.status) << context;
+            EXPECT_EQ(stringsOfRecord(), each.strings) << context;
+        });
+        EXPECT_GT(told, 1u) << "a failing log must not change the outcome";
+    }
+}
+
+TEST_F(MemoryFailures, FunctionsThatCollectNothing)
+{
+    heap.arm(0);
+    hardware_inventory_set_logger(ignoreLine);
+    heap.armed = false;
+
+    bool failed = true;
+    for (std::size_t index = 0; failed; ++index)
+    {
+        char text[64] = "";
+        size_t size = sizeof text;
+        heap.arm(index);
+        const ExportStatus status = hardware_inventory_exception_string(text, &size);
+        const bool textFailed = heap.failed;
+        const ExportStatus noSize = hardware_inventory_exception_string(nullptr, nullptr);
+        heap.armed = false;
+        failed = heap.failed;
+        EXPECT_EQ(status, textFailed ? EXPORT_STATUS_OTHER : EXPORT_STATUS_SUCCESS) << index;
+        EXPECT_STREQ(text, textFailed ? "" : "(no meta)") << index;
+        EXPECT_EQ(noSize, failed && !textFailed ? EXPORT_STATUS_OTHER : EXPORT_STATUS_NO_SIZE) << index;
+    }
+}
+
+#ifdef HW_INVENTORY_WRAPS_MALLOC
+TEST_F(MemoryFailures, NoMemoryForTheDocument)
+{
+    for (const Collector& collector : kCollectors)
+    {
+        const std::string whole = collect(collector).document;
+        const char* const message = hardware_inventory_get_exception()->message;
+        const fakes::LogCapture log;
+        char untouched = 'u';
+        char* buffer = &untouched;
+        size_t size = 0;
+        mallocFails = true;
+        const ExportStatus status = collector.find(&buffer, &size);
+        mallocFails = false;
+        EXPECT_EQ(status, EXPORT_STATUS_OTHER) << collector.name;
+        EXPECT_EQ(buffer, nullptr) << collector.name;
+        EXPECT_EQ(size, whole.size() + 1) << collector.name;
+        for (const auto& line : log.lines())
+            EXPECT_NE(line.first, 2u) << line.second;
+        EXPECT_EQ(hardware_inventory_get_exception()->message, message) << "the record stays";
+    }
+}
+#endif
