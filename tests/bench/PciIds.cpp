@@ -1,6 +1,5 @@
 #include "hw-inventory-impl/lib/PCI/BuiltInList.h"
 #include "hw-inventory-impl/lib/PCI/PciIdDatabase.h"
-#include "st-core/lib/Text.h"
 #include "tests/bench/AllocationCounter.h"
 #include "tests/bench/Figures.h"
 
@@ -15,6 +14,7 @@ extern "C"
 #include <fstream>
 #include <map>
 #include <random>
+#include <set>
 #include <unistd.h>
 
 using namespace HardwareInventory;
@@ -26,8 +26,7 @@ namespace
         bench::atLeast("parse by libpci of the same list against ours", 6.0, {"parseListByLibpci"}, {"parseList"}),
         bench::atMost("memory after the parse beyond the text, MiB", 1.0, {"parseList", "MiB"}),
         bench::atMost("lookup of a device's name against a std::map of texts", 1.0, {"findDevice"}, {"findDeviceInMap"}),
-        bench::atMost("lookup of a subsystem's name against a std::map of texts", 1.0, {"findSubsystem"}, {"findSubsystemInMap"}),
-        bench::atMost("allocations per lookup", 1.0, {"findSubsystem", "allocations"}),
+        bench::atMost("allocations per lookup", 1.0, {"findDevice", "allocations"}),
     };
 
     void scanLineEnds(benchmark::State& state)
@@ -62,27 +61,13 @@ namespace
     }
     BENCHMARK(parseList);
 
-    // The list as a file, which is how libpci takes it.
-    class ListFile
-    {
-    public:
-        ListFile() : path_(std::filesystem::temp_directory_path() / ("pci.ids." + std::to_string(getpid())))
-        {
-            std::ofstream(path_, std::ios::binary) << builtInPciIdList();
-        }
-        ~ListFile() { std::filesystem::remove(path_); }
-
-        const std::string& path() const { return path_.native(); }
-
-    private:
-        std::filesystem::path path_;
-    };
-
+    // Libpci takes the list as a file.
     void parseListByLibpci(benchmark::State& state)
     {
-        const ListFile list;
+        const auto path = std::filesystem::temp_directory_path() / ("pci.ids." + std::to_string(getpid()));
+        std::ofstream(path, std::ios::binary) << builtInPciIdList();
         pci_access* const access = pci_alloc();
-        pci_set_name_list_path(access, strdup(list.path().c_str()), 1);
+        pci_set_name_list_path(access, strdup(path.c_str()), 1);
         for (auto iteration : state)
         {
             if (!pci_load_name_list(access))
@@ -90,47 +75,30 @@ namespace
             pci_free_name_list(access);
         }
         pci_cleanup(access);
+        std::filesystem::remove(path);
     }
     BENCHMARK(parseListByLibpci);
 
-    const PciIdTables& builtInTables()
+    std::wstring nameOf(const PciIdDatabase& database, std::uint64_t id)
     {
-        static const PciIdTables tables = [] {
-            PciIdTables read;
-            parsePciIdList(builtInPciIdList(), read);
-            return read;
-        }();
-        return tables;
+        return database.modelName(static_cast<std::uint16_t>(id >> 16), static_cast<std::uint16_t>(id));
     }
 
-    struct DeviceNames
+    // Every device of the list, in no order that a cache could profit from.
+    std::vector<std::uint64_t> shuffledDevices()
     {
-        std::wstring operator()(std::uint64_t id) const
-        {
-            return database.modelName(static_cast<std::uint16_t>(id >> 16), static_cast<std::uint16_t>(id));
-        }
-        const PciIdDatabase& database = PciIdDatabase::instance();
-    };
-
-    struct SubsystemNames
-    {
-        std::wstring operator()(std::uint64_t id) const
-        {
-            return database.subsystemModelName(static_cast<std::uint16_t>(id >> 48), static_cast<std::uint16_t>(id >> 32),
-                                               static_cast<std::uint16_t>(id >> 16), static_cast<std::uint16_t>(id));
-        }
-        const PciIdDatabase& database = PciIdDatabase::instance();
-    };
-
-    // Every identifier of the table, in no order that a cache could profit from.
-    template <class Lookup>
-    void findEachInTurn(benchmark::State& state, const PciIdTable& table, Lookup lookup)
-    {
+        PciIdTables tables;
+        parsePciIdList(builtInPciIdList(), tables);
         std::vector<std::uint64_t> ids;
-        for (const auto& entry : table.entries())
+        for (const auto& entry : tables.models.entries())
             ids.push_back(entry.id);
         std::ranges::shuffle(ids, std::mt19937(1));
+        return ids;
+    }
 
+    template <class Lookup>
+    void findEachInTurn(benchmark::State& state, const std::vector<std::uint64_t>& ids, Lookup lookup)
+    {
         std::size_t turn = 0;
         const auto before = bench::allocations().count;
         for (auto iteration : state)
@@ -142,39 +110,23 @@ namespace
         state.counters["allocations"] = taken / static_cast<double>(state.iterations());
     }
 
-    template <class Lookup>
-    void findEachInMap(benchmark::State& state, const PciIdTable& table, Lookup lookup)
-    {
-        std::map<std::uint64_t, std::wstring> names;
-        for (const auto& entry : table.entries())
-            names.emplace(entry.id, lookup(entry.id));
-        findEachInTurn(state, table, [&names](std::uint64_t id) {
-            const auto name = names.find(id);
-            return name == names.end() ? std::wstring() : name->second;
-        });
-    }
-
     void findDevice(benchmark::State& state)
     {
-        findEachInTurn(state, builtInTables().models, DeviceNames());
+        const auto& database = PciIdDatabase::instance();
+        findEachInTurn(state, shuffledDevices(), [&database](std::uint64_t id) { return nameOf(database, id); });
     }
     BENCHMARK(findDevice);
 
     void findDeviceInMap(benchmark::State& state)
     {
-        findEachInMap(state, builtInTables().models, DeviceNames());
+        const auto ids = shuffledDevices();
+        std::map<std::uint64_t, std::wstring> names;
+        for (const std::uint64_t id : std::set(ids.begin(), ids.end()))
+            names.emplace(id, nameOf(PciIdDatabase::instance(), id));
+        findEachInTurn(state, ids, [&names](std::uint64_t id) {
+            const auto name = names.find(id);
+            return name == names.end() ? std::wstring() : name->second;
+        });
     }
     BENCHMARK(findDeviceInMap);
-
-    void findSubsystem(benchmark::State& state)
-    {
-        findEachInTurn(state, builtInTables().subsystems, SubsystemNames());
-    }
-    BENCHMARK(findSubsystem);
-
-    void findSubsystemInMap(benchmark::State& state)
-    {
-        findEachInMap(state, builtInTables().subsystems, SubsystemNames());
-    }
-    BENCHMARK(findSubsystemInMap);
 }
