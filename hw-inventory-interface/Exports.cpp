@@ -124,7 +124,8 @@ ExportStatus hardware_inventory_exception_string(char* buffer, size_t* buffer_si
         const std::string text = exceptionText(lastException());
         if (!buffer || *buffer_size <= text.size())
             return EXPORT_STATUS_BUFFER_TOO_SMALL;
-        std::memcpy(buffer, text.c_str(), text.size() + 1);
+        std::memset(buffer, 0, *buffer_size);
+        std::memcpy(buffer, text.c_str(), text.size());
         return EXPORT_STATUS_SUCCESS;
     }
     catch (...)
