@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds everything and runs all tests: natively, under the sanitizers and under Wine. Ends with a summary.
+# Builds everything and runs all tests: natively, under the sanitizers and under Wine, and the fuzz targets for a few seconds each.
+# Ends with a summary.
 #   ./test.sh [PRESET...]     presets: native native-asan mingw (all of them without arguments)
 # Debian 12, as root or with sudo. HW_INVENTORY_PCI_IDS=FILE embeds another PCI ID list than Debian's.
 set -uo pipefail
@@ -27,9 +28,19 @@ run_preset() {
     [[ $tests -gt 0 ]] || failed=$((failed + 1))
 }
 
+# A few seconds for each fuzz target: enough to see that it still runs from its seeds.
+run_fuzzers() {
+    local results
+    results=$("$root/fuzz.sh" "${HW_INVENTORY_FUZZ_SECONDS:-5}")
+    passed=$((passed + $(grep -c 'no finding$' <<< "$results")))
+    failed=$((failed + $(grep -c -v 'no finding$' <<< "$results")))
+    summary+=("$results")
+}
+
 for preset in "${presets[@]}"; do
     run_preset "$preset"
 done
+[[ $# -gt 0 ]] || run_fuzzers
 printf '%s\n' "${summary[@]}"
 echo "$passed passed, $failed failed, $skipped skipped"
 [[ $failed -eq 0 ]]
