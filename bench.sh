@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Measures the library's figures against their bars, natively, both sides of a ratio in the same run.
+# Measures the library's figures against their bars, natively and under Wine, both sides of a ratio in the same run.
 #   ./bench.sh [ARGUMENT OF GOOGLE BENCHMARK...]
 # Ends with a table, one figure a line; fails when one falls short. Figures that need data of real machines are skipped where
 # HW_INVENTORY_CORPUS (else the folder that the tests use) is not there. Debian 12, as root or with sudo.
