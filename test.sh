@@ -19,7 +19,7 @@ run_preset() {
     say "testing $preset"
     (cd "$root" && ctest --preset "$preset" -j "$(nproc)" --output-junit "$report" --quiet) >&2
     local counts tests bad left
-    counts=$(grep -m1 -A5 '<testsuite' "$report" | tr '\n' ' ')
+    counts=$(grep -m1 -A5 '<testsuite' "$report" | tr '\n\t' '  ')
     tests=$(sed 's/.* tests="\([0-9]*\)".*/\1/' <<< "$counts")
     bad=$(sed 's/.* failures="\([0-9]*\)".*/\1/' <<< "$counts")
     left=$(sed 's/.* skipped="\([0-9]*\)".*/\1/' <<< "$counts")
