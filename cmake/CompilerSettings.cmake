@@ -19,7 +19,8 @@ target_include_directories(project_settings INTERFACE "${CMAKE_SOURCE_DIR}")
 if(MSVC)
     target_compile_options(project_settings INTERFACE /W4 /WX /utf-8 /guard:cf)
 else()
-    target_compile_options(project_settings INTERFACE -Wall -Wextra -Werror "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=")
+    target_compile_options(project_settings INTERFACE -Wall -Wextra -Werror
+        "-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=" "-ffile-prefix-map=${CMAKE_BINARY_DIR}/=")
 endif()
 
 if(WIN32)
@@ -31,6 +32,8 @@ if(MINGW)
     # CodeView and a PDB beside each binary, so that the system's symbol engine resolves names and lines.
     add_compile_options(-g -gcodeview -fstack-protector-strong)
     add_link_options(-Wl,--pdb= -Wl,--high-entropy-va -Wl,--dynamicbase -Wl,--nxcompat -Wl,-Xlink=-cetcompat)
+    # Without the functions that nobody calls: two fifths of what the linked libraries bring.
+    add_link_options(-Wl,--gc-sections)
     # The same bytes from the same sources: no time stamp, no build folder, no command line.
     add_compile_options(-gno-codeview-command-line -fdebug-compilation-dir=.)
     add_link_options(-Wl,--no-insert-timestamp -Wl,-Xlink=-pdbaltpath:%_PDB% -Wl,-Xlink=-pdbsourcepath:/)

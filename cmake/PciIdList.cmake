@@ -23,5 +23,7 @@ else()
     enable_language(ASM)
     add_library(pci_id_list OBJECT "${pci_ids_assembly}")
     target_include_directories(pci_id_list PRIVATE "${CMAKE_BINARY_DIR}")
+    # Its debugging information would be the path of the source folder and nothing else.
+    target_compile_options(pci_id_list PRIVATE -g0)
     set_source_files_properties("${pci_ids_assembly}" PROPERTIES OBJECT_DEPENDS "${pci_ids_text}")
 endif()
