@@ -1,0 +1,33 @@
+#include "tests/bench/wine/BareClient.h"
+#include "tests/system/product/Balance.h"
+#include "tests/system/product/Product.h"
+
+#include <gtest/gtest.h>
+
+// The system's own service keeps some blocks of each query. A client that does nothing but ask has the same left.
+TEST(ServiceBalance, ACollectionLeavesNoMoreThanTheSystemsServiceDoes)
+{
+    const Product product;
+    BareClient client;
+    using Ask = std::size_t (BareClient::*)();
+    const Ask asks[Product::kindCount] = {&BareClient::cpus, &BareClient::gpus, &BareClient::ram, &BareClient::disks,
+                                          &BareClient::networkAdapters, &BareClient::baseBoards, &BareClient::system,
+                                          &BareClient::hotfixes};
+    const auto growth = [](auto action)
+    {
+        action();
+        action();
+        const Balance before = Balance::take();
+        for (int round = 0; round < 5; ++round)
+            action();
+        Balance after = Balance::take();
+        after.heapBlocks -= before.heapBlocks;
+        after.heapBytes -= before.heapBytes;
+        after.handles -= before.handles;
+        after.modules -= before.modules;
+        return after;
+    };
+    for (std::size_t kind = 0; kind < Product::kindCount; ++kind)
+        EXPECT_EQ(growth([&] { product.collect(kind); }), growth([&] { (client.*asks[kind])(); }))
+            << Product::kinds[kind].function;
+}

@@ -1,0 +1,114 @@
+#include "tests/system/product/Balance.h"
+#include "tests/system/product/FakeWmi.h"
+#include "tests/system/product/Product.h"
+
+#include <gtest/gtest.h>
+
+#include <dbghelp.h>
+
+#include <memory>
+#include <random>
+#include <thread>
+
+namespace
+{
+void lookUp(HANDLE process, DWORD64 address)
+{
+    char buffer[sizeof(SYMBOL_INFOW) + 256 * sizeof(wchar_t)] = {};
+    auto& symbol = *reinterpret_cast<SYMBOL_INFOW*>(buffer);
+    symbol.SizeOfStruct = sizeof(SYMBOL_INFOW);
+    symbol.MaxNameLen = 256;
+    SymFromAddrW(process, address, nullptr, &symbol);
+    IMAGEHLP_LINEW64 line{};
+    line.SizeOfStruct = sizeof(line);
+    DWORD displacement = 0;
+    SymGetLineFromAddrW64(process, address, &displacement, &line);
+}
+
+// A session of the system's symbol engine as a trace of a failure in the module needs it: over the frames of the calling thread.
+void walkOwnStack(HMODULE module)
+{
+    HANDLE process = nullptr;
+    DuplicateHandle(GetCurrentProcess(), GetCurrentProcess(), GetCurrentProcess(), &process, 0, FALSE, DUPLICATE_SAME_ACCESS);
+    const DWORD options = SymGetOptions();
+    SymSetOptions(SYMOPT_DEFERRED_LOADS | SYMOPT_LOAD_LINES | SYMOPT_UNDNAME);
+    SymInitializeW(process, L"", TRUE);
+    CONTEXT context{};
+    RtlCaptureContext(&context);
+    STACKFRAME64 frame{};
+    frame.AddrPC = {context.Rip, 0, AddrModeFlat};
+    frame.AddrFrame = {context.Rbp, 0, AddrModeFlat};
+    frame.AddrStack = {context.Rsp, 0, AddrModeFlat};
+    while (StackWalk64(IMAGE_FILE_MACHINE_AMD64, process, GetCurrentThread(), &frame, &context, nullptr, SymFunctionTableAccess64,
+                       SymGetModuleBase64, nullptr)
+           && frame.AddrReturn.Offset != 0)
+        lookUp(process, frame.AddrPC.Offset);
+    lookUp(process, reinterpret_cast<DWORD64>(module) + 0x1000);
+    SymCleanup(process);
+    SymSetOptions(options);
+    CloseHandle(process);
+}
+
+// What Wine's engine keeps of each session; of how many bytes depends on the last file name that it looked up.
+Balance leftBySymbolSession(HMODULE module)
+{
+    std::thread(walkOwnStack, module).join();
+    const Balance before = Balance::take();
+    std::thread(walkOwnStack, module).join();
+    const Balance after = Balance::take();
+    return {after.heapBlocks - before.heapBlocks, after.heapBytes - before.heapBytes, after.handles - before.handles,
+            after.modules - before.modules};
+}
+}
+
+// Ten thousand collections on ever new threads, while one in a hundred of the management service's calls fails.
+TEST(Soak, AThousandFaultsLeaveNothing)
+{
+    const FakeWmiHost host;
+    const Product product;
+    const Balance session = leftBySymbolSession(product.module());
+
+    std::mt19937 random(20260101);
+    std::size_t faults = 0;
+    std::size_t traces = 0;
+    const auto oneInAHundred = [&](const std::string& call)
+    {
+        if (random() % 100 != 0)
+            return false;
+        ++faults;
+        traces += call != "Get" && call != "Next"; // the others throw
+        return true;
+    };
+    const auto failAlike = [&]
+    {
+        FakeWmi::failWhen([&](const std::string& call) { return call == "ExecQuery" && ++traces; });
+        std::thread([&] { EXPECT_EQ(product.collect(0).status, EXPORT_STATUS_WMI_QUERY); }).join();
+    };
+    std::size_t failures = 0;
+    const auto collect = [&](std::size_t collections)
+    {
+        FakeWmi::failWhen(oneInAHundred);
+        constexpr std::size_t kEachThread = 50;
+        for (std::size_t done = 0; done < collections; done += kEachThread)
+            std::thread(
+                [&]
+                {
+                    for (std::size_t kind = 0; kind < kEachThread; ++kind)
+                        failures += product.collect(kind % Product::kindCount).status != 0;
+                })
+                .join();
+        // The record of the last failure is a part of the balance.
+        failAlike();
+    };
+
+    collect(1000);
+    const Balance before = Balance::take();
+    const std::size_t tracesBefore = traces;
+    collect(9000);
+    const std::size_t sessions = traces - tracesBefore;
+    const Balance after = Balance::take();
+    EXPECT_EQ(after, (Balance{before.heapBlocks + sessions * session.heapBlocks, after.heapBytes, before.handles, before.modules}));
+    EXPECT_GT(faults, 1000u);
+    EXPECT_GT(failures, 100u);
+    std::cout << faults << " faults, " << traces << " traces, " << failures << " failed collections\n";
+}
