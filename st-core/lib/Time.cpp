@@ -11,7 +11,9 @@
 #include <ctime>
 #include <cwchar>
 #include <locale>
+#include <memory>
 #include <sstream>
+#include <vector>
 
 namespace ZelStdCore
 {
@@ -29,6 +31,23 @@ namespace
 #endif
     }
 
+    using Facet = boost::posix_time::wtime_input_facet;
+    using Names = std::vector<std::wstring>;
+
+    // The facet of the format, with the names that the classic locale has. Left to itself the facet asks the C++ library for them:
+    // mingw's then sets the whole process's locale for a moment, and ends the process when memory runs out meanwhile.
+    std::unique_ptr<Facet> makeFacet(const std::wstring& format)
+    {
+        const Names monthsInShort{L"Jan", L"Feb", L"Mar", L"Apr", L"May", L"Jun", L"Jul", L"Aug", L"Sep", L"Oct", L"Nov", L"Dec"};
+        const Names months{L"January", L"February", L"March",     L"April",   L"May",      L"June",
+                           L"July",    L"August",   L"September", L"October", L"November", L"December"};
+        const Names daysInShort{L"Sun", L"Mon", L"Tue", L"Wed", L"Thu", L"Fri", L"Sat"};
+        const Names days{L"Sunday", L"Monday", L"Tuesday", L"Wednesday", L"Thursday", L"Friday", L"Saturday"};
+        return std::make_unique<Facet>(format, Facet::format_date_parser_type(format, monthsInShort, months, daysInShort, days),
+                                       Facet::special_values_parser_type(), Facet::period_parser_type(),
+                                       Facet::date_gen_parser_type(), 1);
+    }
+
     // The length of the text, 0 when it is empty or too long. A C library may answer a text that is too long by filling the whole
     // buffer, without a terminating zero.
     std::size_t writeLocalTime(CalendarTime time, const std::wstring& format, std::array<wchar_t, kTimeTextSize>& text)
@@ -44,9 +63,9 @@ namespace
 CalendarTime stringToTime(const std::wstring& text, const std::wstring& format)
 {
     // With a reference of its own, so that no locale deletes it: a locale that cannot be made would not either.
-    boost::posix_time::wtime_input_facet facet(format, 1);
+    const std::unique_ptr<Facet> facet = makeFacet(format);
     std::wistringstream stream(text);
-    stream.imbue(std::locale(std::locale::classic(), &facet));
+    stream.imbue(std::locale(std::locale::classic(), facet.get()));
     boost::posix_time::ptime value(boost::posix_time::not_a_date_time);
     if (!(stream >> value))
     {

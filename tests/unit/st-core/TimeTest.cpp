@@ -76,6 +76,8 @@ TEST(Time, ReadsOtherFormats)
     setZone("UTC");
     EXPECT_EQ(stringToTime(L"03/04/2021 10:11:12", L"%m/%d/%Y %H:%M:%S"), 1614852672);
     EXPECT_EQ(stringToTime(L"2021-03-04", L"%Y-%m-%d"), 1614816000);
+    EXPECT_EQ(stringToTime(L"Thu 04 Mar 2021", L"%a %d %b %Y"), 1614816000);
+    EXPECT_EQ(stringToTime(L"Thursday, December 30 1999", L"%A, %B %d %Y"), 946512000);
 }
 
 TEST(Time, TellsWhatItCouldNotRead)
