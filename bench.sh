@@ -27,18 +27,20 @@ done
 # The built library under Wine: its collections against a bare client of the same management service.
 ensure_packages "${windows_packages[@]}"
 wine_folder="$root/build/bench-wine"
-say "building the benchmark of the built library"
+say "building the benchmarks of the built library"
 quietly cmake -S "$root" --preset mingw -B "$wine_folder" -DHW_INVENTORY_BENCH=ON \
     ${HW_INVENTORY_PCI_IDS:+"-DHW_INVENTORY_PCI_IDS=$HW_INVENTORY_PCI_IDS"}
-quietly cmake --build "$wine_folder" --target collections
-say "running collections under Wine"
+quietly cmake --build "$wine_folder" --target benchmarks
 # On one core, with the server that answers it: how the system spreads the two over cores can double either side's time.
 core=$(taskset -cp $$ | sed 's/.*: //; s/[,-].*//')
 on_wine=(taskset -c "$core" "$root/scripts/wine.sh" "$wine_folder/wine")
 quietly "${on_wine[@]}" cmd /c exit
-# Only now without the standard error, where Wine complains of its drives at every query of the disks.
-"${on_wine[@]}" "$wine_folder/bin/collections.exe" 2> /dev/null |
-    tr -d '\r' | tee -a "$report" | { grep -v '^figure ' >&2 || true; } || short=1
+for program in collections traced-failure; do
+    say "running $program under Wine"
+    # Without the standard error, where Wine complains of its drives at every query of the disks.
+    "${on_wine[@]}" "$wine_folder/bin/$program.exe" 2> /dev/null |
+        tr -d '\r' | tee -a "$report" | { grep -v '^figure ' >&2 || true; } || short=1
+done
 
 sed -n 's/^figure //p' "$report"
 exit $short

@@ -58,6 +58,8 @@ SymbolSession::~SymbolSession()
 
 std::uint32_t SymbolSession::load(const wchar_t* image, const wchar_t* name, std::uint64_t base, std::uint32_t size) const
 {
+    if (engine_.moduleBase(handle_, base) == base)
+        return ERROR_SUCCESS;
     SetLastError(ERROR_SUCCESS);
     return engine_.loadModule(handle_, nullptr, image, name, base, size, nullptr, 0) == 0 ? GetLastError() : ERROR_SUCCESS;
 }

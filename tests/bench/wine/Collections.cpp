@@ -1,5 +1,6 @@
 #include "hw_inventory_interface.h"
 #include "tests/bench/wine/BareClient.h"
+#include "tests/bench/wine/Timing.h"
 
 #include <nlohmann/json.hpp>
 
@@ -58,17 +59,6 @@ void warmUp(const Kind& kind, BareClient& client)
         throw std::runtime_error(std::string("the bare client and the library count differently: ") + kind.name);
 }
 
-template <class Work>
-double milliseconds(Work work)
-{
-    LARGE_INTEGER frequency, start, end;
-    QueryPerformanceFrequency(&frequency);
-    QueryPerformanceCounter(&start);
-    work();
-    QueryPerformanceCounter(&end);
-    return 1e3 * static_cast<double>(end.QuadPart - start.QuadPart) / static_cast<double>(frequency.QuadPart);
-}
-
 struct Times
 {
     double library = 0;
@@ -86,13 +76,6 @@ Times measure(const Kind& kind, BareClient& client, bool libraryFirst)
     if (!libraryFirst)
         library();
     return times;
-}
-
-double quantile(std::vector<double> values, double share)
-{
-    const auto place = values.begin() + static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
-    std::nth_element(values.begin(), place, values.end());
-    return *place;
 }
 
 // One line of medians; answers their ratio.

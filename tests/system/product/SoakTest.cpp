@@ -1,10 +1,9 @@
 #include "tests/system/product/Balance.h"
+#include "tests/system/product/BareSymbolSession.h"
 #include "tests/system/product/FakeWmi.h"
 #include "tests/system/product/Product.h"
 
 #include <gtest/gtest.h>
-
-#include <dbghelp.h>
 
 #include <memory>
 #include <random>
@@ -12,49 +11,12 @@
 
 namespace
 {
-void lookUp(HANDLE process, DWORD64 address)
-{
-    char buffer[sizeof(SYMBOL_INFOW) + 256 * sizeof(wchar_t)] = {};
-    auto& symbol = *reinterpret_cast<SYMBOL_INFOW*>(buffer);
-    symbol.SizeOfStruct = sizeof(SYMBOL_INFOW);
-    symbol.MaxNameLen = 256;
-    SymFromAddrW(process, address, nullptr, &symbol);
-    IMAGEHLP_LINEW64 line{};
-    line.SizeOfStruct = sizeof(line);
-    DWORD displacement = 0;
-    SymGetLineFromAddrW64(process, address, &displacement, &line);
-}
-
-// A session of the system's symbol engine as a trace of a failure in the module needs it: over the frames of the calling thread.
-void walkOwnStack(HMODULE module)
-{
-    HANDLE process = nullptr;
-    DuplicateHandle(GetCurrentProcess(), GetCurrentProcess(), GetCurrentProcess(), &process, 0, FALSE, DUPLICATE_SAME_ACCESS);
-    const DWORD options = SymGetOptions();
-    SymSetOptions(SYMOPT_DEFERRED_LOADS | SYMOPT_LOAD_LINES | SYMOPT_UNDNAME);
-    SymInitializeW(process, L"", TRUE);
-    CONTEXT context{};
-    RtlCaptureContext(&context);
-    STACKFRAME64 frame{};
-    frame.AddrPC = {context.Rip, 0, AddrModeFlat};
-    frame.AddrFrame = {context.Rbp, 0, AddrModeFlat};
-    frame.AddrStack = {context.Rsp, 0, AddrModeFlat};
-    while (StackWalk64(IMAGE_FILE_MACHINE_AMD64, process, GetCurrentThread(), &frame, &context, nullptr, SymFunctionTableAccess64,
-                       SymGetModuleBase64, nullptr)
-           && frame.AddrReturn.Offset != 0)
-        lookUp(process, frame.AddrPC.Offset);
-    lookUp(process, reinterpret_cast<DWORD64>(module) + 0x1000);
-    SymCleanup(process);
-    SymSetOptions(options);
-    CloseHandle(process);
-}
-
 // What Wine's engine keeps of each session; of how many bytes depends on the last file name that it looked up.
 Balance leftBySymbolSession(HMODULE module)
 {
-    std::thread(walkOwnStack, module).join();
+    std::thread(traceWithBareEngine, module).join();
     const Balance before = Balance::take();
-    std::thread(walkOwnStack, module).join();
+    std::thread(traceWithBareEngine, module).join();
     const Balance after = Balance::take();
     return {after.heapBlocks - before.heapBlocks, after.heapBytes - before.heapBytes, after.handles - before.handles,
             after.modules - before.modules};

@@ -1,0 +1,63 @@
+#include "tests/bench/wine/Timing.h"
+#include "tests/system/product/BareSymbolSession.h"
+#include "tests/system/product/FakeWmi.h"
+#include "tests/system/product/Product.h"
+
+#include <cstdio>
+#include <exception>
+#include <stdexcept>
+#include <vector>
+
+// Holds the time of a failing collection, nearly all of which is its stack trace, to that of a bare session of the system's symbol
+// engine over the same kind of stack. Both work in turn within one run; the first failure of the process is told apart.
+//   traced-failure
+namespace
+{
+constexpr double kBar = 1.15;
+constexpr int kRounds = 15;
+
+double failingCollection(const Product& product)
+{
+    return milliseconds(
+        [&]
+        {
+            if (product.collect(0).status != EXPORT_STATUS_WMI_QUERY)
+                throw std::runtime_error("the collection does not fail");
+        });
+}
+
+bool run()
+{
+    const FakeWmiHost host;
+    const Product product;
+    FakeWmi::failWhen([](const std::string& call) { return call == "ExecQuery"; });
+
+    const double cold = failingCollection(product);
+    traceWithBareEngine(product.module());
+    std::vector<double> warm, bare;
+    for (int round = 0; round < kRounds; ++round)
+    {
+        warm.push_back(failingCollection(product));
+        bare.push_back(milliseconds([&] { traceWithBareEngine(product.module()); }));
+    }
+    const double ratio = quantile(warm, 0.5) / quantile(bare, 0.5);
+    std::printf("traced failure: cold %.0f ms, warm %.0f ms, bare session of the symbol engine %.0f ms\n", cold, quantile(warm, 0.5),
+                quantile(bare, 0.5));
+    std::printf("figure a traced failure against a bare session of the symbol engine: %.3f (bar: at most %g) %s\n", ratio, kBar,
+                ratio <= kBar ? "ok" : "short");
+    return ratio <= kBar;
+}
+}
+
+int main()
+{
+    try
+    {
+        return run() ? 0 : 1;
+    }
+    catch (const std::exception& failure)
+    {
+        std::printf("%s\n", failure.what());
+        return 2;
+    }
+}
