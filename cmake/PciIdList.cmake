@@ -17,8 +17,10 @@ if(MSVC)
         COMMAND "${HW_INVENTORY_CLANG}" --target=x86_64-pc-windows-msvc -c "${pci_ids_assembly}" "-I${CMAKE_BINARY_DIR}"
             -o "${pci_id_list_object}"
         DEPENDS "${pci_ids_assembly}" "${pci_ids_text}" VERBATIM)
+    add_custom_target(pci_id_list_object DEPENDS "${pci_id_list_object}")
     add_library(pci_id_list INTERFACE)
-    target_sources(pci_id_list INTERFACE "${pci_id_list_object}")
+    target_link_libraries(pci_id_list INTERFACE "${pci_id_list_object}")
+    add_dependencies(pci_id_list pci_id_list_object)
 else()
     enable_language(ASM)
     add_library(pci_id_list OBJECT "${pci_ids_assembly}")
