@@ -37,7 +37,11 @@ std::filesystem::path OwnFolder::add(const std::filesystem::path& built, const s
 {
     const auto target = path_ / (name.empty() ? built.filename() : name);
     std::filesystem::create_directories(target.parent_path());
-    std::filesystem::copy_file(programFolder() / built, target, std::filesystem::copy_options::overwrite_existing);
+    constexpr auto kAgain = std::filesystem::copy_options::overwrite_existing;
+    std::filesystem::copy_file(programFolder() / built, target, kAgain);
+    const auto symbols = (programFolder() / built).replace_extension(".pdb");
+    if (std::filesystem::exists(symbols))
+        std::filesystem::copy_file(symbols, target.parent_path() / symbols.filename(), kAgain);
     return target;
 }
 

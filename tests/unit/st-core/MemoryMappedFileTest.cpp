@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <utility>
 
 using namespace ZelStdCore;
 using fakes::machine;
@@ -54,15 +55,19 @@ std::wstring failureOf(MemoryMappedFile& file, const std::wstring& path)
     }
 }
 
-std::vector<std::string> callsSince(std::size_t begin)
+using Calls = std::vector<std::string>;
+
+Calls takeCalls()
 {
-    auto& calls = machine().calls;
-    std::vector<std::string> since(calls.begin() + static_cast<std::ptrdiff_t>(begin), calls.end());
-    std::erase(since, "SymInitializeW");
-    return since;
+    Calls calls = std::exchange(machine().calls, {});
+    std::erase(calls, "SymInitializeW");
+    return calls;
 }
 
-using Calls = std::vector<std::string>;
+std::string bytesOf(const MemoryMappedFile& file)
+{
+    return {file.data(), file.size()};
+}
 }
 
 TEST_F(MemoryMappedFileTest, MapsTheWholeFile)
