@@ -59,8 +59,6 @@ public:
         return left;
     }
 
-    const std::string& name() const { return name_; }
-
 private:
     std::string name_;
     ULONG references_ = 1;

@@ -44,7 +44,11 @@ class FileLoggingTest : public testing::Test
 {
 protected:
     FileLoggingTest() { std::filesystem::remove_all(folder_); }
-    ~FileLoggingTest() override { std::filesystem::remove_all(folder_); }
+    ~FileLoggingTest() override
+    {
+        logger_.reset();
+        std::filesystem::remove_all(folder_);
+    }
 
     void setUp(bool withCounters) { logger_->initFileLogging(folder_.wstring(), withCounters); }
 

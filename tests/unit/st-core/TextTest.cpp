@@ -7,49 +7,16 @@
 
 using namespace ZelStdCore;
 
-namespace
-{
-// Code points as this platform writes them: beyond the basic plane a pair where wchar_t has two bytes.
-std::wstring wide(std::initializer_list<char32_t> codePoints)
-{
-    std::wstring text;
-    for (const char32_t codePoint : codePoints)
-        if (sizeof(wchar_t) == 2 && codePoint > 0xFFFF)
-        {
-            text += static_cast<wchar_t>(0xD800 + ((codePoint - 0x10000) >> 10));
-            text += static_cast<wchar_t>(0xDC00 + ((codePoint - 0x10000) & 0x3FF));
-        }
-        else
-            text += static_cast<wchar_t>(codePoint);
-    return text;
-}
-
-std::wstring latin1(std::string_view bytes)
-{
-    std::wstring text;
-    for (const char byte : bytes)
-        text += static_cast<unsigned char>(byte);
-    return text;
-}
-}
-
 TEST(Text, Utf8AtTheBordersOfEveryLength)
 {
-    const struct
-    {
-        std::wstring text;
-        std::string bytes;
-    } cases[] = {
-        {L"", ""},
-        {L"plain", "plain"},
-        {wide({0x7F, 0x80, 0x7FF, 0x800}), "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80"},
-        {wide({0xD7FF, 0xE000, 0xFFFF}), "\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF"},
-        {wide({0x10000, 'a', 0x10FFFF}), "\xF0\x90\x80\x80" "a\xF4\x8F\xBF\xBF"},
-        {wide({'a', 0, 'b'}), std::string("a\0b", 3)},
+    const std::pair<std::wstring, std::string> cases[] = {
+        {L"\x7F\u0080\u07FF\u0800", "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80"},
+        {L"\uD7FF\uE000\uFFFF", "\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF"},
+        {L"\U00010000 \U0010FFFF", "\xF0\x90\x80\x80 \xF4\x8F\xBF\xBF"},
+        {std::wstring(L"a\0b", 3), std::string("a\0b", 3)},
     };
     for (const auto& [text, bytes] : cases)
     {
-        SCOPED_TRACE(bytes);
         EXPECT_EQ(toUtf8(text), bytes);
         EXPECT_EQ(widen(bytes), text);
     }
@@ -58,44 +25,40 @@ TEST(Text, Utf8AtTheBordersOfEveryLength)
 TEST(Text, IllFormedWideTextBecomesReplacements)
 {
     const std::string replacement = "\xEF\xBF\xBD";
-    const std::wstring pairs = wide({0xD800, 0xDC00, 0xDBFF, 0xDFFF});
-    EXPECT_EQ(toUtf8(pairs), "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF");
-    EXPECT_EQ(toUtf8(std::wstring_view(pairs).substr(0, 1)), replacement);
-    EXPECT_EQ(toUtf8(wide({'a', 0xD83D})), "a" + replacement);
-    EXPECT_EQ(toUtf8(wide({0xD83D, 'b'})), replacement + "b");
-    EXPECT_EQ(toUtf8(wide({0xDE00, 0xD83D})), replacement + replacement);
-    EXPECT_EQ(toUtf8(wide({0xD83D, 0xD83D, 0xDE00})), replacement + "\xF0\x9F\x98\x80");
+    EXPECT_EQ(toUtf8(std::wstring_view(L"\xD800\xDC00").substr(0, 1)), replacement);
+    EXPECT_EQ(toUtf8(L"\xD83Dx"), replacement + "x");
+    EXPECT_EQ(toUtf8(L"\xDE00\xD83D"), replacement + replacement);
+    EXPECT_EQ(toUtf8(L"\xD83D\xD83D\xDE00"), replacement + "\xF0\x9F\x98\x80");
     if constexpr (sizeof(wchar_t) == 4)
-        EXPECT_EQ(toUtf8(wide({0x110000, 0xFFFFFFFF})), replacement + replacement);
+        EXPECT_EQ(toUtf8(std::wstring(2, static_cast<wchar_t>(0x110000))), replacement + replacement);
 }
 
 TEST(Text, IllFormedUtf8IsTakenAsLatin1Whole)
 {
-    for (const std::string bytes : {
-             "\xC4\x80 then \xFF",     // the sound part is not kept apart
-             "\x80", "a\xBF",          // continuation without lead
+    for (const std::string_view bytes : {
+             "\xC4\x80 then \xFF", // the sound part is not kept apart
+             "\x80", // continuation without lead
              "\xC3", "\xE2\x82", "\xF0\x9F\x98", // cut off
-             "\xC3(", "\xE2\x82(",     // continuation missing
-             "\xC0\xAF", "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF", // longer than needed
+             "\xC3(", "\xE2\x82(", // continuation missing
+             "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF", // longer than needed
              "\xED\xA0\x80", "\xED\xBF\xBF", // surrogates
              "\xF4\x90\x80\x80", "\xF8\x88\x80\x80\x80", "\xFE", // beyond the last code point
          })
     {
-        SCOPED_TRACE(testing::PrintToString(bytes));
-        EXPECT_EQ(widen(bytes), latin1(bytes));
+        std::wstring expected;
+        for (const unsigned char byte : bytes)
+            expected += byte;
+        EXPECT_EQ(widen(bytes), expected);
     }
     // Cut off by the end of the view, not of the string.
-    EXPECT_EQ(widen(std::string_view("\xC3\xA4").substr(0, 1)), latin1("\xC3"));
+    EXPECT_EQ(widen(std::string_view("\xC3\xA4").substr(0, 1)), L"\u00C3");
 }
 
 TEST(Text, TrimsBothEnds)
 {
     EXPECT_EQ(trim(L" \t\r\n\v\fa b \n"), L"a b");
     EXPECT_EQ(trim(L" \t "), L"");
-    EXPECT_EQ(trim(L""), L"");
     EXPECT_EQ(trim(L"'\"a' \"b\"'", L"'\""), L"a' \"b");
-    EXPECT_EQ(trim(L" a ", L"x"), L" a ");
-    EXPECT_EQ(trim(L"xx", L"x"), L"");
     EXPECT_EQ(trim(L" a ", L""), L" a ");
 }
 
@@ -103,7 +66,6 @@ TEST(Text, SplitsIntoOnePieceMoreThanThereAreSeparators)
 {
     using Pieces = std::vector<std::wstring_view>;
     EXPECT_EQ(split(L"", L","), Pieces{L""});
-    EXPECT_EQ(split(L"a", L","), Pieces{L"a"});
     EXPECT_EQ(split(L",a,,b,", L","), (Pieces{L"", L"a", L"", L"b", L""}));
     EXPECT_EQ(split(L"a--b---c", L"--"), (Pieces{L"a", L"b", L"-c"}));
     EXPECT_EQ(split(L"abc", L""), Pieces{L"abc"});
@@ -118,36 +80,30 @@ TEST(Text, HexadecimalHasTheOutcomeOf32Bits)
         HexadecimalError error = HexadecimalError::none;
     } cases[] = {
         {L"0", 0},
-        {L"10DE", 0x10DE},
         {L"aBcDeF09", 0xABCDEF09},
         {L"0x80ce", 0x80CE},
         {L"0X3468", 0x3468},
         {L"00000000000000000012", 0x12},
         {L"0xFFFFFFFF", 0xFFFFFFFF},
-        {L"12G4", 0x12},       // the prefix counts
-        {L"1 2", 1},
-        {L"0xG", 0},           // the 0 counts, the x does not
+        {L"12G4", 0x12}, // the prefix counts
+        {L"0xg", 0},     // the 0 counts, the x does not
         {L"0x", 0},
-        {L"0x0x12", 0},
         {L"100000000", 0, HexadecimalError::outOfRange},
-        {L"0xCE00000000000000", 0, HexadecimalError::outOfRange},
-        {L"FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF", 0, HexadecimalError::outOfRange},
         {L"1000000000000000000000000g", 0, HexadecimalError::outOfRange},
         {L"", 0, HexadecimalError::noDigits},
-        {L"G1", 0, HexadecimalError::noDigits},
         {L"x1", 0, HexadecimalError::noDigits},
         {L" 1", 0, HexadecimalError::noDigits},
         {L"-1", 0, HexadecimalError::noDigits},
-        {L"+1", 0, HexadecimalError::noDigits},
         {L"\uFF11", 0, HexadecimalError::noDigits}, // a digit elsewhere, a full-width one
     };
     for (const auto& [text, value, error] : cases)
     {
         SCOPED_TRACE(toUtf8(text));
-        EXPECT_EQ(parseHexadecimal(text).error, error);
-        EXPECT_EQ(parseHexadecimal(text).value, value);
-        EXPECT_EQ(parseHexadecimal(toUtf8(text)).error, error);
-        EXPECT_EQ(parseHexadecimal(toUtf8(text)).value, value);
+        for (const Hexadecimal parsed : {parseHexadecimal(text), parseHexadecimal(toUtf8(text))})
+        {
+            EXPECT_EQ(parsed.error, error);
+            EXPECT_EQ(parsed.value, value);
+        }
     }
 }
 

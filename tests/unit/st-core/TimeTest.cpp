@@ -52,39 +52,31 @@ TEST(Time, ReadsLocalTime)
         const char* zone;
         const wchar_t* text;
         CalendarTime time;
+        std::wstring format = kManagementFormat;
     } cases[] = {
-        {"UTC", L"20210304101112", 1614852672},
         {"UTC", L"20210304101112.000000+060", 1614852672}, // fraction and offset are not examined
-        {"UTC", L"20210304101112 and more", 1614852672},
-        {"UTC", L"202103041011", 1614852660}, // what the text ends before is the least possible
+        {"UTC", L"202103041011", 1614852660},              // what the text ends before is the least possible
         {"UTC", L"2021", 1609459200},
-        {"UTC", L"19700102000000.000000", 86400},
         {"UTC", L"20240229235959", 1709251199},
         {"UTC", L"20380119031408", 2147483648},
         {"EST5EDT", L"20210304101112.000000+060", 1614870672},
         {"EST5EDT", L"20210704101112.000000+060", 1625407872}, // daylight saving time
+        {"UTC", L"03/04/2021 10:11:12", 1614852672, L"%m/%d/%Y %H:%M:%S"},
+        {"UTC", L"Thu 04 Mar 2021", 1614816000, L"%a %d %b %Y"},
+        {"UTC", L"Thursday, December 30 1999", 946512000, L"%A, %B %d %Y"},
     };
-    for (const auto& [zone, text, time] : cases)
+    for (const auto& [zone, text, time, format] : cases)
     {
         setZone(zone);
-        EXPECT_EQ(stringToTime(text, kManagementFormat), time) << zone << " " << toUtf8(text);
+        EXPECT_EQ(stringToTime(text, format), time) << zone << " " << toUtf8(text);
     }
-}
-
-TEST(Time, ReadsOtherFormats)
-{
-    setZone("UTC");
-    EXPECT_EQ(stringToTime(L"03/04/2021 10:11:12", L"%m/%d/%Y %H:%M:%S"), 1614852672);
-    EXPECT_EQ(stringToTime(L"2021-03-04", L"%Y-%m-%d"), 1614816000);
-    EXPECT_EQ(stringToTime(L"Thu 04 Mar 2021", L"%a %d %b %Y"), 1614816000);
-    EXPECT_EQ(stringToTime(L"Thursday, December 30 1999", L"%A, %B %d %Y"), 946512000);
 }
 
 TEST(Time, TellsWhatItCouldNotRead)
 {
     fakes::machine().stack.resize(3);
-    for (const wchar_t* text : {L"abc", L"", L"   ", L"20211304101112", L"20210230101112", L"2021-03-04 10:11:12",
-                                L"00000000000000.000000+000", L"**************.000000-***"})
+    for (const wchar_t* text :
+         {L"abc", L"", L"20211304101112", L"20210230101112", L"2021-03-04 10:11:12", L"00000000000000.000000+000"})
         EXPECT_EQ(failureOf(L"ZelStdCore::stringToTime",
                             [text]
                             {
@@ -94,23 +86,17 @@ TEST(Time, TellsWhatItCouldNotRead)
                   format(L"failed to convert '%1%' to time using '%%Y%%m%%d%%H%%M%%S' format: errno 33", text));
 }
 
-TEST(Time, SpecialValuesAreNoTimes)
+TEST(Time, ASpecialValueIsNoTime)
 {
-    const std::pair<const wchar_t*, const char*> cases[] = {
-        {L"not-a-date-time", "tm unable to handle not-a-date-time value"},
-        {L"+infinity", "tm unable to handle +infinity date value"},
-        {L"-infinity", "tm unable to handle -infinity date value"},
-    };
-    for (const auto& [text, message] : cases)
-        try
-        {
-            stringToTime(text, kManagementFormat);
-            ADD_FAILURE() << message;
-        }
-        catch (const std::out_of_range& error)
-        {
-            EXPECT_STREQ(error.what(), message);
-        }
+    try
+    {
+        stringToTime(L"+infinity", kManagementFormat);
+        FAIL() << "no exception";
+    }
+    catch (const std::out_of_range& error)
+    {
+        EXPECT_STREQ(error.what(), "tm unable to handle +infinity date value");
+    }
 }
 
 TEST(Time, WritesLocalTime)
@@ -120,11 +106,9 @@ TEST(Time, WritesLocalTime)
         const char* zone;
         CalendarTime time;
         const wchar_t* format;
-        const wchar_t* text;
+        std::wstring text;
     } cases[] = {
         {"UTC", 0, L"%m/%d/%Y %H:%M:%S", L"01/01/1970 00:00:00"},
-        {"UTC", 1614852672, L"%m/%d/%Y %H:%M:%S", L"03/04/2021 10:11:12"},
-        {"UTC", 1614852672, L"%m/%d/%Y", L"03/04/2021"},
         {"UTC", 4102444800, L"%m/%d/%Y \u00E4", L"01/01/2100 \u00E4"},
         {"EST5EDT", 1614870672, L"%m/%d/%Y %H:%M:%S", L"03/04/2021 10:11:12"},
         {"EST5EDT", 1625407872, L"%m/%d/%Y %H:%M:%S", L"07/04/2021 10:11:12"},
@@ -138,16 +122,12 @@ TEST(Time, WritesLocalTime)
 
 TEST(Time, TellsWhatItCouldNotWrite)
 {
-    setZone("UTC");
     fakes::machine().stack.resize(3);
     const std::wstring longest(1023, L'x');
     EXPECT_EQ(timeToString(0, longest), longest);
 
-    const struct
-    {
-        CalendarTime time;
-        std::wstring format;
-    } cases[] = {{86400, L""}, {5, longest + L"x"}, {7, longest + L"%Y"}, {std::numeric_limits<CalendarTime>::max(), L"%Y"}};
+    const std::pair<CalendarTime, std::wstring> cases[] = {
+        {86400, L""}, {5, longest + L"x"}, {7, longest + L"%Y"}, {std::numeric_limits<CalendarTime>::max(), L"%Y"}};
     for (const auto& [time, pattern] : cases)
     {
         const std::wstring message = failureOf(L"ZelStdCore::timeToString", [&] { timeToString(time, pattern); });

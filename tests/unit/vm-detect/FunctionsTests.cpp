@@ -11,9 +11,7 @@
 // The platform's answers as each case sets them.
 namespace
 {
-using Leaves = std::map<std::uint32_t, VmDetect::CpuidRegisters>;
-
-Leaves leaves;
+std::map<std::uint32_t, VmDetect::CpuidRegisters> leaves;
 std::vector<std::uint8_t> table;
 std::string registryTexts;
 bool firmwareFails = false;
@@ -23,9 +21,7 @@ namespace VmDetect::Platform
 {
 CpuidRegisters cpuid(std::uint32_t leaf)
 {
-    // A processor answers a leaf that it does not know with leftovers.
-    const auto known = leaves.find(leaf);
-    return known != leaves.end() ? known->second : CpuidRegisters{0xFFFFFFFF, 0x4B4D564B, 0x564B4D56, 0x0000004D};
+    return leaves[leaf];
 }
 
 std::vector<std::uint8_t> firmwareTable()
@@ -43,8 +39,12 @@ std::string systemBiosVersion()
 
 namespace
 {
-constexpr std::uint32_t kBit = 0x80000000;
-constexpr std::uint32_t kHv1 = 0x31237648;
+const VmDetect::CpuidRegisters kNone{};
+const VmDetect::CpuidRegisters kBit{0, 0, 0x80000000, 0};
+const VmDetect::CpuidRegisters kKvm{0x40000101, 0x4B4D564B, 0x564B4D56, 0x0000004D}; // "KVMKVMKVM"
+const VmDetect::CpuidRegisters kHv1{0x31237648, 0, 0, 0};                            // "Hv#1"
+const VmDetect::CpuidRegisters kRoot{0, 1, 0, 0};
+const VmDetect::CpuidRegisters kNotRoot{0, 0xFFFFFFFE, 0, 0};
 
 VmDetect::CpuidRegisters microsoft(std::uint32_t highestLeaf)
 {
@@ -53,51 +53,37 @@ VmDetect::CpuidRegisters microsoft(std::uint32_t highestLeaf)
 
 TEST(VmFunctions, FromTheProcessorsLeaves)
 {
-    const VmDetect::CpuidRegisters kvm{0x40000101, 0x4B4D564B, 0x564B4D56, 0x0000004D}; // "KVMKVMKVM"
-    const VmDetect::CpuidRegisters none{};
-    const VmDetect::CpuidRegisters root{0, 1, 0, 0};
-    const VmDetect::CpuidRegisters notRoot{0, 0xFFFFFFFE, 0, 0};
     const struct
     {
         const char* what;
-        Leaves leaves;
+        VmDetect::CpuidRegisters features;
+        VmDetect::CpuidRegisters signature;
+        VmDetect::CpuidRegisters interfaceName;
+        VmDetect::CpuidRegisters privileges;
+        VmDetect::CpuidRegisters secondSignature;
         int expected;
     } cases[] = {
-        {"no bit, leaves that look like KVM", {{1, {~0u, ~0u, ~kBit, ~0u}}}, 0},
-        {"KVM", {{1, {0, 0, kBit, 0}}, {0x40000000, kvm}, {0x40000100, none}}, 17},
-        {"KVM behind Hyper-V",
-         {{1, {0, 0, kBit, 0}}, {0x40000000, microsoft(0x4000000A)}, {0x40000001, {kHv1, 0, 0, 0}}, {0x40000003, notRoot},
-          {0x40000100, kvm}},
-         17},
-        {"host of Hyper-V",
-         {{1, {0, 0, kBit, 0}}, {0x40000000, microsoft(0x4000000B)}, {0x40000001, {kHv1, 0, 0, 0}}, {0x40000003, root},
-          {0x40000100, none}},
-         0},
-        {"guest of Hyper-V",
-         {{1, {0, 0, kBit, 0}}, {0x40000000, microsoft(0x4000000B)}, {0x40000001, {kHv1, 0, 0, 0}}, {0x40000003, notRoot},
-          {0x40000100, none}},
-         8},
-        {"privileges of another interface",
-         {{1, {0, 0, kBit, 0}}, {0x40000000, microsoft(0x4000000B)}, {0x40000001, none}, {0x40000003, root}, {0x40000100, none}},
-         8},
-        {"privileges beyond the highest leaf",
-         {{1, {0, 0, kBit, 0}}, {0x40000000, microsoft(0x40000002)}, {0x40000001, {kHv1, 0, 0, 0}}, {0x40000003, root},
-          {0x40000100, none}},
-         8},
-        {"a hypervisor without a name", {{1, {0, 0, kBit, 0}}, {0x40000000, none}, {0x40000100, none}}, 10},
+        {"no bit, leaves that look like KVM", {~0u, ~0u, 0x7FFFFFFF, ~0u}, kKvm, kKvm, kKvm, kKvm, 0},
+        {"KVM behind Hyper-V", kBit, microsoft(0x4000000A), kHv1, kNotRoot, kKvm, 17},
+        {"host of Hyper-V", kBit, microsoft(0x40000003), kHv1, kRoot, kNone, 0},
+        {"guest of Hyper-V", kBit, microsoft(0x4000000B), kHv1, kNotRoot, kNone, 8},
+        {"privileges of another interface", kBit, microsoft(0x4000000B), kNone, kRoot, kNone, 8},
+        {"privileges beyond the highest leaf", kBit, microsoft(0x40000002), kHv1, kRoot, kNone, 8},
+        {"a hypervisor without a name", kBit, kNone, kNone, kNone, kNone, 10},
     };
-    for (const auto& each : cases)
+    for (const auto& [what, features, signature, interfaceName, privileges, secondSignature, expected] : cases)
     {
-        leaves = each.leaves;
-        EXPECT_EQ(VmProbe_GetHostVMType(), each.expected) << each.what;
+        leaves = {{1, features},
+                  {0x40000000, signature},
+                  {0x40000001, interfaceName},
+                  {0x40000003, privileges},
+                  {0x40000100, secondSignature}};
+        EXPECT_EQ(VmProbe_GetHostVMType(), expected) << what;
     }
 }
 
 TEST(VmFunctions, FromFirmwareAndRegistry)
 {
-    leaves = {{1, {}}};
-    EXPECT_EQ(VmProbe_GetHostVMType(), 0) << "neither";
-
     table = RawTable().add(1, {1, 2}, {"Microsoft Corporation", "Virtual Machine"}).bytes();
     EXPECT_EQ(VmProbe_GetHostVMType(), 8) << "firmware";
 
@@ -110,12 +96,9 @@ TEST(VmFunctions, FromFirmwareAndRegistry)
 
 TEST(VmFunctions, VirtualTypes)
 {
-    const struct
-    {
-        std::int32_t type;
-        std::int32_t expected;
-    } cases[] = {{INT32_MIN, 0}, {-1, 0}, {0, 0}, {1, 1}, {10, 1}, {25, 1}, {26, 0}, {INT32_MAX, 0}};
-    for (const auto& each : cases)
-        EXPECT_EQ(VmProbe_IsHostVirtual(each.type), each.expected) << each.type;
+    for (const std::int32_t type : {INT32_MIN, -1, 0, 26, INT32_MAX})
+        EXPECT_EQ(VmProbe_IsHostVirtual(type), 0) << type;
+    for (const std::int32_t type : {1, 25})
+        EXPECT_EQ(VmProbe_IsHostVirtual(type), 1) << type;
 }
 }
