@@ -3,6 +3,9 @@ root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 cache="${HW_INVENTORY_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/hw-inventory-interface}"
 mkdir -p "$cache"
 
+# The PCI ID list of the releases, where it lies beside the checkout as the data of real machines does; else Debian's.
+[[ -z ${HW_INVENTORY_PCI_IDS:-} && -f $root/../shared/pci.ids ]] && HW_INVENTORY_PCI_IDS=$(realpath "$root/../shared/pci.ids")
+
 say() { echo "== $*" >&2; }
 
 # Runs a step quietly; its output is shown only when it fails.
@@ -42,7 +45,7 @@ build() {
     shift
     [[ -n ${HW_INVENTORY_PCI_IDS:-} ]] && settings+=("-DHW_INVENTORY_PCI_IDS=$HW_INVENTORY_PCI_IDS")
     if [[ ! -f $folder/build.ninja || ${#settings[@]} -gt 0 ]]; then
-        [[ -f $folder/build.ninja ]] || say "configuring $preset (the first time builds Boost, a few minutes)"
+        [[ -f $folder/build.ninja ]] || say "configuring $preset (the first time ever this builds Boost, a few minutes)"
         (cd "$root" && quietly cmake --preset "$preset" "${settings[@]}")
     fi
     say "building $preset"
