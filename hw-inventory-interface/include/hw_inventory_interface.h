@@ -13,7 +13,7 @@
  *   between calls belong to the whole process. Reading a failure belongs to the failing call: nothing may come between.
  * - Prefer one long-lived thread for all collections, initialised for COM's multithreaded apartment or not at all. A thread's
  *   first collection connects it to WMI, and the connections live until the thread ends. A thread of a single-threaded
- *   apartment works too, but waits in its calls without serving its windows.
+ *   apartment works too, but waits in its calls without serving its windows, and must not leave its apartment before it ends.
  * - A call takes as long as WMI takes: usually well under a second, but a management service that hangs makes the call hang.
  *   There is no time limit and no way to cancel.
  * - Do not use dbghelp in another thread during a call: a failure's stack trace is taken with it, and it serves one thread at a

@@ -31,8 +31,8 @@ TEST_F(Threads, OneAfterAnotherTakeTheirConnectionsWithThem)
     {
         if (index % 3 != 0)
             return collect(index);
-        // A thread that is in an apartment of its own already, and leaves it before it ends.
-        const Apartment apartment(COINIT_APARTMENTTHREADED);
+        // A thread that is in an apartment of its own already, and stays there until it ends.
+        ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
         const FakeWmi own;
         collect(index);
     };
