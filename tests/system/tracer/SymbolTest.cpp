@@ -8,6 +8,8 @@
 
 #include <filesystem>
 
+#include <process.h>
+
 using namespace ZelStdCore;
 
 namespace
@@ -33,7 +35,6 @@ TEST(SymbolNames, OfBothKindsOfDecoration)
         const wchar_t* completeName;
     } cases[] = {
         {L"", L"", L""},
-        {L"main", L"main", L"main"},
         {L"ns::function<int>", L"ns::function<int>", L"ns::function<int>"},
         {L"?f@ns@@YAHH@Z", L"ns::f", L"int __cdecl ns::f(int)"},
 #if defined(__GNUC__)
@@ -45,8 +46,7 @@ TEST(SymbolNames, OfBothKindsOfDecoration)
     };
     for (const auto& [name, shortName, completeName] : cases)
     {
-        EXPECT_TRUE(shortSymbolName(*engine, name).known);
-        EXPECT_TRUE(completeSymbolName(*engine, name).known);
+        EXPECT_TRUE(shortSymbolName(*engine, name).known && completeSymbolName(*engine, name).known);
         EXPECT_EQ(shortSymbolName(*engine, name).text, shortName);
         EXPECT_EQ(completeSymbolName(*engine, name).text, completeName);
     }
@@ -55,8 +55,6 @@ TEST(SymbolNames, OfBothKindsOfDecoration)
 TEST(SymbolTypes, HaveNames)
 {
     EXPECT_STREQ(symbolTypeName(SymNone), L"-nosymbols-");
-    EXPECT_STREQ(symbolTypeName(SymPdb), L"PDB");
-    EXPECT_STREQ(symbolTypeName(SymDia), L"DIA");
     EXPECT_STREQ(symbolTypeName(SymVirtual), L"Virtual");
     EXPECT_STREQ(symbolTypeName(SymVirtual + 1), L"-unknown-");
 }
@@ -64,7 +62,6 @@ TEST(SymbolTypes, HaveNames)
 TEST(SymbolSearchPath, PutsItsElementsInOrder)
 {
     const std::wstring program = std::filesystem::path(programPath()).parent_path().wstring() + L";";
-    const std::wstring tooLong(130, L'x');
     SetEnvironmentVariableW(L"SYSTEMROOT", L"C:\\root");
     SetEnvironmentVariableW(L"SYSTEMDRIVE", L"D:");
     SetEnvironmentVariableW(L"_NT_SYMBOL_PATH", L"first");
@@ -72,6 +69,7 @@ TEST(SymbolSearchPath, PutsItsElementsInOrder)
     EXPECT_EQ(composeSymbolSearchPath(L"user", true),
               L"user;" + program + L"first;second;C:\\root;C:\\root\\System32;SRV*D:" + kServer);
 
+    const std::wstring tooLong(130, L'x');
     SetEnvironmentVariableW(L"_NT_SYMBOL_PATH", nullptr);
     SetEnvironmentVariableW(L"_NT_ALTERNATE_SYMBOL_PATH", tooLong.c_str());
     SetEnvironmentVariableW(L"SYSTEMDRIVE", nullptr);
@@ -79,41 +77,28 @@ TEST(SymbolSearchPath, PutsItsElementsInOrder)
     EXPECT_EQ(composeSymbolSearchPath(L"", false), program + L"C:\\root;C:\\root\\System32;");
 }
 
-// Run by the next test as a program in a deep folder; elsewhere there is nothing to cut.
+// Runs itself as a program in a deep folder; elsewhere there is nothing to cut.
 TEST(SymbolSearchPath, CutsALongProgramPath)
 {
     const std::wstring path = programPath();
     if (path.size() >= 130)
     {
         const std::wstring cut = path.substr(0, 129);
-        const std::wstring composed = composeSymbolSearchPath(L"", false);
-        EXPECT_TRUE(composed.starts_with(cut.substr(0, cut.rfind(L'\\')) + L";"));
+        EXPECT_TRUE(composeSymbolSearchPath(L"", false).starts_with(cut.substr(0, cut.rfind(L'\\')) + L";"));
         return;
     }
 
     const auto top = std::filesystem::temp_directory_path() / "st-core-deep";
-    const auto folder = top / std::wstring(100, L'a') / std::wstring(100, L'b');
-    std::filesystem::create_directories(folder);
-    std::filesystem::copy_file(path, folder / "deep.exe", std::filesystem::copy_options::overwrite_existing);
-    std::wstring command = L"\"" + (folder / "deep.exe").wstring() + L"\" --gtest_filter=SymbolSearchPath.CutsALongProgramPath";
-    STARTUPINFOW startup{};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION process{};
-    ASSERT_TRUE(CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process));
-    DWORD result = 1;
-    EXPECT_EQ(WaitForSingleObject(process.hProcess, 60000), WAIT_OBJECT_0);
-    GetExitCodeProcess(process.hProcess, &result);
-    EXPECT_EQ(result, 0u);
-    CloseHandle(process.hProcess);
-    CloseHandle(process.hThread);
+    const auto program = top / std::wstring(100, L'a') / std::wstring(100, L'b') / "deep.exe";
+    std::filesystem::create_directories(program.parent_path());
+    std::filesystem::copy_file(path, program, std::filesystem::copy_options::overwrite_existing);
+    EXPECT_EQ(_wspawnl(_P_WAIT, program.c_str(), L"deep", L"--gtest_filter=SymbolSearchPath.CutsALongProgramPath", nullptr), 0);
     std::filesystem::remove_all(top);
 }
 
 TEST(ModuleVersion, OfASystemLibrary)
 {
-    wchar_t path[MAX_PATH] = {};
-    GetModuleFileNameW(GetModuleHandleW(L"kernel32.dll"), path, MAX_PATH);
-    EXPECT_GE(moduleVersion(path) >> 48, 6u);
+    EXPECT_GE(moduleVersion(L"C:\\windows\\system32\\kernel32.dll") >> 48, 6u);
     EXPECT_EQ(moduleVersion(programPath().c_str()), 0u);
     EXPECT_EQ(moduleVersion(L"C:\\none.dll"), 0u);
 }
