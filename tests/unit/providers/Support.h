@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <initializer_list>
+#include <memory>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -20,27 +22,46 @@ using Lines = std::vector<std::string>;
 class ProvidersTest : public testing::Test
 {
 protected:
-    ProvidersTest();
-    ~ProvidersTest() override;
+    ProvidersTest()
+    {
+        machine() = {};
+        management() = {};
+    }
 
     // The messages since the last call, each behind its level unless that is 1 (warning), with "OBJECT" for an object's address.
-    Lines takeLog();
+    Lines takeLog()
+    {
+        static const std::regex address("property of (0x)?[0-9a-fA-F]+");
+        Lines lines;
+        for (const auto& [level, message] : log_.lines())
+            lines.push_back((level == 1 ? "" : std::to_string(level) + " ") +
+                            std::regex_replace(message, address, "property of OBJECT"));
+        log_.clear();
+        return lines;
+    }
 
     // Makes the nth call of the operation from now on fail, and no other.
-    static void failCall(const std::string& operation, int nth = 1);
+    static void failCall(const std::string& operation, int nth = 1)
+    {
+        machine().fails = [operation, left = std::make_shared<int>(nth)](const char* name)
+        { return name == operation && --*left == 0; };
+    }
 
     LogCapture log_;
 };
 
-// The warnings that reading these properties gives, one after the other, when the object has none of them.
-Lines unreadable(std::initializer_list<const char*> properties);
+// What the service answers for all objects of a class.
+inline FakeObjects& objectsOf(const std::wstring& managementClass)
+{
+    return management().cimv2.answers[L"SELECT * FROM " + managementClass];
+}
 
-// A record's fields in their order, numbers in decimal.
-Texts fieldsOf(const CpuInfo& info);
-Texts fieldsOf(const GpuInfo& info);
-Texts fieldsOf(const MotherBoardInfo& info);
-Texts fieldsOf(const DiskInfo& info); // without the partitions
-Texts fieldsOf(const PartitionInfo& info);
-Texts fieldsOf(const NetworkAdapterInfo& info); // the addresses at the end
-Texts fieldsOf(const SystemInfo& info);
+// The warnings that reading these properties gives, one after the other, when the object has none of them.
+inline Lines unreadable(std::initializer_list<const char*> properties)
+{
+    Lines lines;
+    for (const std::string property : properties)
+        lines.push_back("failed to get '" + property + "' property of OBJECT");
+    return lines;
+}
 }
