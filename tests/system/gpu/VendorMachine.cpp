@@ -1,35 +1,7 @@
 #include "tests/system/gpu/VendorMachine.h"
 
-#include <algorithm>
-#include <stdexcept>
-
 namespace fakes
 {
-namespace
-{
-    std::string trimmed(std::string_view text)
-    {
-        const auto first = text.find_first_not_of(" \t\r");
-        if (first == text.npos)
-            return {};
-        return std::string(text.substr(first, text.find_last_not_of(" \t\r") - first + 1));
-    }
-
-    Section& openSection(const std::string& header)
-    {
-        VendorMachine& machine = vendorMachine();
-        if (header == "[nvml]")
-            return machine.nvml.library;
-        if (header == "[nvml.device]")
-            return machine.nvml.devices.emplace_back();
-        if (header == "[adl]")
-            return machine.adl.library;
-        if (header == "[adl.adapter]")
-            return machine.adl.devices.emplace_back();
-        throw std::runtime_error("unknown section in the recording: " + header);
-    }
-}
-
 std::optional<long long> Section::number(const std::string& key) const
 {
     const auto value = find(key);
@@ -48,25 +20,16 @@ VendorMachine& vendorMachine()
     return machine;
 }
 
-void readRecording(std::string_view text)
+void readRecording(std::istream& lines)
 {
     Section* section = nullptr;
-    for (std::size_t begin = 0; begin < text.size();)
+    for (std::string line; std::getline(lines, line);)
     {
-        const std::size_t end = std::min(text.find('\n', begin), text.size());
-        const std::string line = trimmed(text.substr(begin, end - begin));
-        begin = end + 1;
-        if (line.empty() || line.front() == '#')
-            continue;
-        if (line.front() == '[')
-        {
-            section = &openSection(line);
-            continue;
-        }
-        const std::size_t equals = line.find('=');
-        if (!section || equals == line.npos)
-            throw std::runtime_error("not a line of a recording: " + line);
-        (*section)[trimmed(std::string_view(line).substr(0, equals))] = trimmed(std::string_view(line).substr(equals + 1));
+        const std::size_t equals = line.find(" = ");
+        if (equals != line.npos)
+            (*section)[line.substr(0, equals)] = line.substr(equals + 3);
+        else
+            section = &(line == "[adl.adapter]" ? vendorMachine().adl : vendorMachine().nvml).devices.emplace_back();
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <istream>
 #include <map>
 #include <optional>
 #include <string>
@@ -10,7 +11,7 @@
 // value that is not recorded makes the call for it answer the library's "not supported".
 namespace fakes
 {
-// Values by key. The name of a function as the key gives its return code; "missing" names functions that the library lacks.
+// Values by key. The name of a function as the key gives its return code.
 struct Section : std::map<std::string, std::string>
 {
     using map::map;
@@ -34,9 +35,8 @@ struct VendorMachine
 };
 VendorMachine& vendorMachine();
 
-// Lines "key = value" under "[nvml]", "[nvml.device]", "[adl]" and "[adl.adapter]", which begins a further device each time it is
-// met; "#" begins a comment. Throws std::runtime_error for anything else.
-void readRecording(std::string_view text);
+// Lines "key = value" under "[nvml.device]" or "[adl.adapter]", which begins a further device each time it is met.
+void readRecording(std::istream& lines);
 
 void recordCall(const std::string& call);
 

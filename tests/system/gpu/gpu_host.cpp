@@ -9,9 +9,9 @@
 #include <filesystem>
 #include <vector>
 
-// A host in which vendor libraries are loaded already:
-//   gpu-host LIBRARY... document PRODUCT      the GPU document of the built product
-//   gpu-host LIBRARY... complete ADDRESS...   what the libraries know of the adapters at these addresses
+// A host in which the vendor libraries are loaded already:
+//   gpu-host document PRODUCT      the GPU document of the built product
+//   gpu-host complete ADDRESS...   what the libraries know of the adapters at these addresses
 // Log lines and results go to standard output. The host's own hold on the vendor libraries ends before the program does.
 namespace
 {
@@ -63,20 +63,9 @@ int complete(char** addresses)
 
 int main(int, char** arguments)
 {
-    std::vector<HMODULE> libraries;
-    for (++arguments; *arguments; ++arguments)
-    {
-        const bool isDocument = std::strcmp(*arguments, "document") == 0;
-        if (isDocument || std::strcmp(*arguments, "complete") == 0)
-        {
-            const int status = isDocument ? document(arguments[1]) : complete(arguments + 1);
-            for (const HMODULE library : libraries)
-                FreeLibrary(library);
-            return status;
-        }
-        libraries.push_back(LoadLibraryA(std::filesystem::absolute(*arguments).string().c_str()));
-        if (!libraries.back())
-            return 65;
-    }
-    return 66;
+    const HMODULE libraries[] = {LoadLibraryW(L".\\nvml.dll"), LoadLibraryW(L".\\atiadlxx.dll")};
+    const int status = std::strcmp(arguments[1], "document") == 0 ? document(arguments[2]) : complete(arguments + 2);
+    for (const HMODULE library : libraries)
+        FreeLibrary(library);
+    return status;
 }

@@ -25,6 +25,7 @@ TEST(Text, Utf8AtTheBordersOfEveryLength)
 TEST(Text, IllFormedWideTextBecomesReplacements)
 {
     const std::string replacement = "\xEF\xBF\xBD";
+    EXPECT_EQ(toUtf8(L"\xD800\xDC00\xDBFF\xDFFF"), "\xF0\x90\x80\x80\xF4\x8F\xBF\xBF");
     EXPECT_EQ(toUtf8(std::wstring_view(L"\xD800\xDC00").substr(0, 1)), replacement);
     EXPECT_EQ(toUtf8(L"\xD83Dx"), replacement + "x");
     EXPECT_EQ(toUtf8(L"\xDE00\xD83D"), replacement + replacement);
@@ -39,7 +40,7 @@ TEST(Text, IllFormedUtf8IsTakenAsLatin1Whole)
              "\xC4\x80 then \xFF", // the sound part is not kept apart
              "\x80", // continuation without lead
              "\xC3", "\xE2\x82", "\xF0\x9F\x98", // cut off
-             "\xC3(", "\xE2\x82(", // continuation missing
+             "\xC3(", "\xE2\x82(", "\xC3\xC3", // continuation missing
              "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF", // longer than needed
              "\xED\xA0\x80", "\xED\xBF\xBF", // surrogates
              "\xF4\x90\x80\x80", "\xF8\x88\x80\x80\x80", "\xFE", // beyond the last code point
