@@ -25,16 +25,15 @@ HRESULT record(const std::string& name, const std::string& arguments)
 
 STDMETHODIMP FakeObject::Get(const wchar_t* name, LONG flags, VARIANT* value, CIMTYPE* type, LONG* flavor)
 {
-    const auto property = properties_.find(name);
-    if (flags != 0 || type || flavor || value->vt != VT_EMPTY || property == properties_.end())
+    if (flags != 0 || type || flavor || value->vt != VT_EMPTY || !value_ || std::wstring_view(name) != L"P")
         return WBEM_E_NOT_FOUND;
-    property->second(*value);
+    value_(*value);
     return WBEM_S_NO_ERROR;
 }
 
-ObjectPointer makeObject(const std::string& name, std::map<std::wstring, FakeObject::Value> properties)
+ObjectPointer makeObject(const std::string& name, FakeObject::Value value)
 {
-    return ObjectPointer(new FakeObject(name, std::move(properties)));
+    return ObjectPointer(new FakeObject(name, std::move(value)));
 }
 
 namespace

@@ -64,22 +64,19 @@ private:
     ULONG references_ = 1;
 };
 
-// A result object: each property is a function that makes the value afresh.
+// A result object with at most one property, "P": a function that makes the value afresh.
 class FakeObject final : public Counted<StubObject>
 {
 public:
     using Value = std::function<void(VARIANT& value)>;
 
-    FakeObject(std::string name, std::map<std::wstring, Value> properties)
-        : Counted(std::move(name)), properties_(std::move(properties))
-    {
-    }
+    FakeObject(std::string name, Value value) : Counted(std::move(name)), value_(std::move(value)) {}
 
     STDMETHODIMP Get(const wchar_t* name, LONG flags, VARIANT* value, CIMTYPE* type, LONG* flavor) override;
 
 private:
-    std::map<std::wstring, Value> properties_;
+    Value value_;
 };
 
-ObjectPointer makeObject(const std::string& name, std::map<std::wstring, FakeObject::Value> properties = {});
+ObjectPointer makeObject(const std::string& name, FakeObject::Value value = {});
 }

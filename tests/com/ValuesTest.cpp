@@ -116,14 +116,11 @@ std::string described(const std::variant<Texts, ArrayFailure>& answer)
     return list;
 }
 
-// What a getter answers for the property "P" of an object whose value it is; without a value the object has no such property.
+// What a getter answers for the property "P" of an object, which has none where there is no value.
 template <class Getter>
 std::string answerOf(Getter getter, const Make& value)
 {
-    std::map<std::wstring, Make> properties;
-    if (value)
-        properties[L"P"] = value;
-    const WMIObject object(fakes::makeObject("object", properties));
+    const WMIObject object(fakes::makeObject("object", value));
     try
     {
         return described((object.*getter)(L"P"));

@@ -7,9 +7,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <map>
-#include <sstream>
-#include <vector>
+#include <string>
 
 // Reads every Nvidia device of this machine through the real driver and prints what the library reads beside what nvidia-smi
 // reports. What cannot change between the two readings must agree; the rest is for the eye.
@@ -20,34 +18,19 @@ using namespace HardwareInventory;
 
 constexpr int kSkipped = 77;
 
-// What nvidia-smi was asked for, one text per field, in the order asked.
-using Report = std::map<std::string, std::string>;
-const std::vector<std::string> kFields = {"pci.bus_id",  "serial",       "memory.total",           "temperature.gpu",
-                                          "memory.used", "memory.free",  "utilization.gpu",        "utilization.memory",
-                                          "power.draw"};
-
-Report nvidiaSmiReport(std::uint32_t index)
+// What nvidia-smi reports of a device, one text per field.
+std::string reported(std::uint32_t index, const std::string& field)
 {
-    std::string command = "nvidia-smi --format=csv,noheader,nounits --id=" + std::to_string(index) + " --query-gpu=";
-    for (const std::string& field : kFields)
-        command += field + ',';
-    command.pop_back();
-
-    std::string text;
+    const std::string command =
+        "nvidia-smi --format=csv,noheader,nounits --id=" + std::to_string(index) + " --query-gpu=" + field;
+    char text[1024] = {};
     if (FILE* const pipe = popen(command.c_str(), "r"))
     {
-        char buffer[1024];
-        while (std::fgets(buffer, sizeof(buffer), pipe))
-            text += buffer;
+        if (!std::fgets(text, sizeof(text), pipe))
+            text[0] = '\0';
         pclose(pipe);
     }
-    Report report;
-    std::istringstream stream(text.substr(0, text.find('\n')));
-    std::string value;
-    for (const std::string& field : kFields)
-        if (std::getline(stream >> std::ws, value, ','))
-            report[field] = value;
-    return report;
+    return std::string(text).substr(0, std::string_view(text).find('\n'));
 }
 
 bool isUnknown(const std::string& value)
@@ -66,62 +49,40 @@ bool sameSerial(const std::string& ours, const std::string& theirs)
     return ours == theirs || (ours.empty() && isUnknown(theirs));
 }
 
-bool sameMebibytes(float kibibytes, const std::string& theirs)
+bool sameMebibytes(const std::string& ours, const std::string& theirs)
 {
-    return !isUnknown(theirs) && std::abs(kibibytes / 1024 - std::stof(theirs)) <= 1;
-}
-
-class Comparison
-{
-public:
-    explicit Comparison(Report report) : report_(std::move(report)) {}
-
-    // A field that must agree.
-    void require(const char* field, const std::string& ours, bool same)
-    {
-        print(field, ours, same ? "agrees" : "DIFFERS");
-        allAgree_ = allAgree_ && same;
-    }
-
-    // A field that changes from one moment to the next.
-    void show(const char* field, const std::string& ours) { print(field, ours, ""); }
-
-    const std::string& theirs(const char* field) { return report_[field]; }
-    bool allAgree() const { return allAgree_; }
-
-private:
-    void print(const char* field, const std::string& ours, const char* verdict)
-    {
-        std::printf("  %-20s %24s %24s  %s\n", field, ours.c_str(), report_[field].c_str(), verdict);
-    }
-
-    Report report_;
-    bool allAgree_ = true;
-};
-
-std::string text(float value)
-{
-    char buffer[32];
-    std::snprintf(buffer, sizeof(buffer), "%.2f", static_cast<double>(value));
-    return buffer;
+    return !isUnknown(theirs) && std::abs(std::stof(ours) - std::stof(theirs)) <= 1;
 }
 
 bool check(const NvidiaGPU& gpu)
 {
     const NvidiaReadings& ours = gpu.readings();
-    Comparison comparison(nvidiaSmiReport(gpu.index()));
+    const struct
+    {
+        const char* field;
+        std::string ours;
+        bool (*same)(const std::string& ours, const std::string& theirs) = nullptr; // none: it changes from moment to moment
+    } readings[] = {
+        {"pci.bus_id", ours.pciBusId, sameAddress},
+        {"serial", ours.serial, sameSerial},
+        {"memory.total", std::to_string(ours.memoryTotalKiB / 1024), sameMebibytes},
+        {"temperature.gpu", ours.temperature ? std::to_string(*ours.temperature) : "absent"},
+        {"memory.used", std::to_string(ours.memoryUsedKiB / 1024)}, // what the driver reserves is counted differently
+        {"memory.free", std::to_string(ours.memoryFreeKiB / 1024)},
+        {"utilization.gpu", std::to_string(ours.gpuUtilization)},
+        {"utilization.memory", std::to_string(ours.memoryUtilization)},
+        {"power.draw", std::to_string(ours.powerWatts)},
+    };
+    bool allAgree = true;
     std::printf("device %u %32s %24s\n", gpu.index(), "read here", "nvidia-smi");
-    comparison.require("pci.bus_id", ours.pciBusId, sameAddress(ours.pciBusId, comparison.theirs("pci.bus_id")));
-    comparison.require("serial", ours.serial, sameSerial(ours.serial, comparison.theirs("serial")));
-    comparison.require("memory.total", text(ours.memoryTotalKiB / 1024),
-                       sameMebibytes(ours.memoryTotalKiB, comparison.theirs("memory.total")));
-    comparison.show("temperature.gpu", ours.temperature ? text(*ours.temperature) : "absent");
-    comparison.show("memory.used", text(ours.memoryUsedKiB / 1024)); // what the driver reserves is counted differently
-    comparison.show("memory.free", text(ours.memoryFreeKiB / 1024));
-    comparison.show("utilization.gpu", std::to_string(ours.gpuUtilization));
-    comparison.show("utilization.memory", std::to_string(ours.memoryUtilization));
-    comparison.show("power.draw", text(ours.powerWatts));
-    return comparison.allAgree();
+    for (const auto& [field, value, same] : readings)
+    {
+        const std::string theirs = reported(gpu.index(), field);
+        const bool agrees = !same || same(value, theirs);
+        std::printf("  %-20s %24s %24s  %s\n", field, value.c_str(), theirs.c_str(), !same ? "" : agrees ? "agrees" : "DIFFERS");
+        allAgree = allAgree && agrees;
+    }
+    return allAgree;
 }
 }
 
