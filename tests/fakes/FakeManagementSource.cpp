@@ -63,8 +63,6 @@ namespace
                 return std::nullopt;
             if (const bool* boolean = std::get_if<bool>(&value))
                 return *boolean;
-            if (const std::int32_t* number = std::get_if<std::int32_t>(&value))
-                return *number != 0;
             throw ComError{kTypeMismatch};
         }
 
@@ -186,84 +184,55 @@ std::shared_ptr<const ManagementObject> makeObject(FakeObject properties)
 
 namespace
 {
-    FakeObject biosOfEverything()
-    {
-        return {{L"Manufacturer", L"ACME Inc."},
-                {L"SMBIOSBIOSVersion", L"1.60"},
-                {L"ReleaseDate", L"20210512000000.000000+000"},
-                {L"SerialNumber", L"BIOS-1"}};
-    }
+    using Answers = std::map<std::wstring, FakeObjects>;
 
-    FakeObject operatingSystemOfEverything()
+    void setUpSystem(Answers& answers)
     {
-        return {{L"Name", L"Microsoft Windows 11 Pro|C:\\Windows|\\Device\\Harddisk0\\Partition3"},
-                {L"Version", L"10.0.22631"},
-                {L"Manufacturer", L"Microsoft Corporation"},
-                {L"BuildType", L"Multiprocessor Free"},
-                {L"LastBootUpTime", L"20231105120000.000000+060"},
-                {L"InstallDate", L"20220102030405.000000+060"},
-                {L"WindowsDirectory", L"C:\\Windows"},
-                {L"SystemDirectory", L"C:\\Windows\\system32"},
-                {L"BootDevice", L"\\Device\\HarddiskVolume1"},
-                {L"Organization", L"ACME"}};
-    }
-
-    void setUpSystem(std::map<std::wstring, FakeObjects>& answers)
-    {
-        answers[L"SELECT * FROM Win32_BIOS"] = {biosOfEverything()};
-        answers[L"SELECT * FROM Win32_ComputerSystem"] = {{{L"Name", L"HOST-1"},
-                                                          {L"PrimaryOwnerName", L"Owner"},
-                                                          {L"Manufacturer", L"ACME Inc."},
-                                                          {L"Model", L"Roadrunner 9"},
-                                                          {L"Domain", L"example.test"},
-                                                          {L"PCSystemTypeEx", 2}}};
-        answers[L"SELECT * FROM Win32_OperatingSystem"] = {operatingSystemOfEverything()};
+        answers[L"SELECT * FROM Win32_BIOS"] = {
+            {{L"Manufacturer", L"ACME Inc."}, {L"SMBIOSBIOSVersion", L"1.60"}, {L"ReleaseDate", L"20210512000000.000000+000"},
+             {L"SerialNumber", L"BIOS-1"}}};
+        answers[L"SELECT * FROM Win32_ComputerSystem"] = {
+            {{L"Name", L"HOST-1"}, {L"PrimaryOwnerName", L"Owner"}, {L"Manufacturer", L"ACME Inc."},
+             {L"Model", L"Roadrunner 9"}, {L"Domain", L"example.test"}, {L"PCSystemTypeEx", 2}}};
+        answers[L"SELECT * FROM Win32_OperatingSystem"] = {
+            {{L"Name", L"Microsoft Windows 11 Pro|C:\\Windows|\\Device\\Harddisk0\\Partition3"},
+             {L"Version", L"10.0.22631"}, {L"Manufacturer", L"Microsoft Corporation"}, {L"BuildType", L"Multiprocessor Free"},
+             {L"LastBootUpTime", L"20231105120000.000000+060"}, {L"InstallDate", L"20220102030405.000000+060"},
+             {L"WindowsDirectory", L"C:\\Windows"}, {L"SystemDirectory", L"C:\\Windows\\system32"},
+             {L"BootDevice", L"\\Device\\HarddiskVolume1"}, {L"Organization", L"ACME"}}};
         answers[L"SELECT * FROM Win32_ComputerSystemProduct"] = {{{L"Name", L"RR9-0001"}}};
         answers[L"SELECT * FROM Win32_Timezone"] = {{{L"Caption", L"(UTC+01:00) Berlin"}}};
         answers[L"SELECT * FROM Win32_QuickFixEngineering"] = {{{L"HotFixID", L"KB5031455"}, {L"InstalledOn", L"11/5/2023"}}};
     }
 
-    void setUpBoardDevices(std::map<std::wstring, FakeObjects>& answers)
+    void setUpBoardDevices(Answers& answers)
     {
-        answers[L"SELECT * FROM Win32_Processor"] = {{{L"Name", L"ACME CPU 9000 @ 3.60GHz"},
-                                                      {L"Manufacturer", L"GenuineACME"},
-                                                      {L"Status", L"OK"},
-                                                      {L"MaxClockSpeed", 3600},
-                                                      {L"NumberOfCores", 8},
-                                                      {L"SocketDesignation", L"LGA1700"},
-                                                      {L"ProcessorId", L"BFEBFBFF000906EA"}}};
-        answers[L"SELECT * FROM Win32_BaseBoard"] = {{{L"Name", L"Base Board"},
-                                                     {L"Manufacturer", L"ACME Inc."},
-                                                     {L"Model", Null{}},
-                                                     {L"Product", L"X570"},
-                                                     {L"SerialNumber", L"BOARD-1"},
-                                                     {L"Status", L"OK"}}};
+        answers[L"SELECT * FROM Win32_Processor"] = {
+            {{L"Name", L"ACME CPU 9000 @ 3.60GHz"}, {L"Manufacturer", L"GenuineACME"}, {L"Status", L"OK"},
+             {L"MaxClockSpeed", 3600}, {L"NumberOfCores", 8}, {L"SocketDesignation", L"LGA1700"},
+             {L"ProcessorId", L"BFEBFBFF000906EA"}}};
+        answers[L"SELECT * FROM Win32_BaseBoard"] = {
+            {{L"Name", L"Base Board"}, {L"Manufacturer", L"ACME Inc."}, {L"Model", Null{}}, {L"Product", L"X570"},
+             {L"SerialNumber", L"BOARD-1"}, {L"Status", L"OK"}}};
         const std::wstring video = L"PCI\\VEN_10DE&DEV_1C82&SUBSYS_11BF10DE&REV_A1\\4&2ECE9E9A&0&0008";
-        answers[L"SELECT * FROM Win32_VideoController"] = {{{L"PNPDeviceID", video},
-                                                           {L"Name", L"NVIDIA GeForce GTX 1050 Ti"},
-                                                           {L"VideoProcessor", L"GeForce GTX 1050 Ti"},
-                                                           {L"Status", L"OK"}}};
+        answers[L"SELECT * FROM Win32_VideoController"] = {
+            {{L"PNPDeviceID", video}, {L"Name", L"NVIDIA GeForce GTX 1050 Ti"}, {L"VideoProcessor", L"GeForce GTX 1050 Ti"},
+             {L"Status", L"OK"}}};
         machine().locations[video] = {1, 0};
     }
 
-    void setUpDisk(std::map<std::wstring, FakeObjects>& answers)
+    void setUpDisk(Answers& answers)
     {
         const std::wstring drive = L"\\\\.\\PHYSICALDRIVE0";
+        const std::wstring partition = L"Disk #0, Partition #0";
         answers[L"SELECT * FROM Win32_LogicalDiskToPartition"] = {
-            {{L"Antecedent", L"\\\\HOST-1\\root\\cimv2:Win32_DiskPartition.DeviceID=\"Disk #0, Partition #0\""},
+            {{L"Antecedent", L"\\\\HOST-1\\root\\cimv2:Win32_DiskPartition.DeviceID=\"" + partition + L"\""},
              {L"Dependent", L"\\\\HOST-1\\root\\cimv2:Win32_LogicalDisk.DeviceID=\"C:\""}}};
-        answers[L"SELECT * FROM Win32_DiskDrive"] = {{{L"DeviceID", drive},
-                                                     {L"Model", L"Samsung SSD 970 EVO 500GB"},
-                                                     {L"InterfaceType", L"SCSI"},
-                                                     {L"Name", drive},
-                                                     {L"Size", L"500105249280"},
-                                                     {L"Status", L"OK"},
-                                                     {L"SerialNumber", L"DISK-1"}}};
+        answers[L"SELECT * FROM Win32_DiskDrive"] = {
+            {{L"DeviceID", drive}, {L"Model", L"Samsung SSD 970 EVO 500GB"}, {L"InterfaceType", L"SCSI"}, {L"Name", drive},
+             {L"Size", L"500105249280"}, {L"Status", L"OK"}, {L"SerialNumber", L"DISK-1"}}};
         answers[L"ASSOCIATORS OF {Win32_DiskDrive.DeviceID='" + drive + L"'} WHERE ResultClass=Win32_DiskPartition"] = {
-            {{L"DeviceID", L"Disk #0, Partition #0"},
-             {L"Name", L"Disk #0, Partition #0"},
-             {L"Size", L"500000000000"},
-             {L"Status", L"OK"}}};
+            {{L"DeviceID", partition}, {L"Name", partition}, {L"Size", L"500000000000"}, {L"Status", L"OK"}}};
         answers[L"SELECT * FROM Win32_LogicalDisk WHERE DeviceID = 'C:'"] = {
             {{L"DeviceID", L"C:"}, {L"Size", L"499999995904"}, {L"FreeSpace", L"199999995904"}}};
         machine().trim[drive] = true;
@@ -274,23 +243,14 @@ namespace
     {
         const std::wstring pnpDeviceId = L"PCI\\VEN_8086&DEV_15B8&SUBSYS_86721043&REV_00\\3&11583659&0&FE";
         const std::wstring setting = L"{01234567-89AB-CDEF-0123-456789ABCDEF}";
-        service.standardCimv2.answers[L"SELECT * FROM MSFT_NetAdapter"] = {{{L"Name", L"Ethernet"},
-                                                                            {L"Status", L"OK"},
-                                                                            {L"Virtual", false},
-                                                                            {L"PnPDeviceID", pnpDeviceId},
-                                                                            {L"DeviceID", setting},
-                                                                            {L"NdisMedium", 0},
-                                                                            {L"PermanentAddress", L"00155D012A0B"}}};
-        service.cimv2.answers[L"SELECT * FROM Win32_NetworkAdapter"] = {{{L"Name", L"Intel(R) Ethernet Connection"},
-                                                                         {L"Status", L"OK"},
-                                                                         {L"PhysicalAdapter", true},
-                                                                         {L"PNPDeviceID", pnpDeviceId},
-                                                                         {L"DeviceID", L"1"},
-                                                                         {L"GUID", setting},
-                                                                         {L"Manufacturer", L"Intel"},
-                                                                         {L"ProductName", L"Intel(R) Ethernet Connection"},
-                                                                         {L"AdapterType", L"Ethernet 802.3"},
-                                                                         {L"MACAddress", L"00:15:5D:01:2A:0B"}}};
+        service.standardCimv2.answers[L"SELECT * FROM MSFT_NetAdapter"] = {
+            {{L"Name", L"Ethernet"}, {L"Status", L"OK"}, {L"Virtual", false}, {L"PnPDeviceID", pnpDeviceId},
+             {L"DeviceID", setting}, {L"NdisMedium", 0}, {L"PermanentAddress", L"00155D012A0B"}}};
+        service.cimv2.answers[L"SELECT * FROM Win32_NetworkAdapter"] = {
+            {{L"Name", L"Intel(R) Ethernet Connection"}, {L"Status", L"OK"}, {L"PhysicalAdapter", true},
+             {L"PNPDeviceID", pnpDeviceId}, {L"DeviceID", L"1"}, {L"GUID", setting}, {L"Manufacturer", L"Intel"},
+             {L"ProductName", L"Intel(R) Ethernet Connection"}, {L"AdapterType", L"Ethernet 802.3"},
+             {L"MACAddress", L"00:15:5D:01:2A:0B"}}};
         service.cimv2.answers[L"SELECT * FROM Win32_NetworkAdapterConfiguration WHERE SettingID='" + setting + L"'"] = {
             {{L"SettingID", setting}, {L"IPAddress", Texts{L"192.168.1.10", L"fe80::1"}}}};
     }
