@@ -41,7 +41,6 @@ TEST_F(PnpDeviceIdTest, PartsOfAnIdentifier)
 TEST_F(PnpDeviceIdTest, NamesFromThePciIdList)
 {
     const Texts kept{L"kept", L"kept", L"kept"};
-    const Texts vendorOnly{L"NVIDIA Corporation", L"kept", L"kept"};
     const Texts named{L"NVIDIA Corporation", L"GP107 [GeForce GTX 1050 Ti]", L"10DE:1C82"};
     const struct
     {
@@ -54,8 +53,8 @@ TEST_F(PnpDeviceIdTest, NamesFromThePciIdList)
         {"PCI\\VEN_G0DE", kept, {"failed to parse vendor from device PNP id 'ID'"}},
         {"PCI\\VEN_10000", kept, {"failed to parse vendor from device PNP id 'ID'"}},
         {"PCI\\VEN_100000010", kept, {"failed to parse vendor from device PNP id 'ID'"}},
-        {"PCI\\VEN_10DE", vendorOnly, {"failed to parse model from device PNP id 'ID'"}},
-        {"PCI\\VEN_10DE&DEV_", vendorOnly, {"failed to parse model from device PNP id 'ID'"}},
+        {"PCI\\VEN_FFFF", {L"Illegal Vendor ID", L"kept", L"kept"}, {"failed to parse model from device PNP id 'ID'"}},
+        {"PCI\\VEN_10DE&DEV_", {named[0], L"kept", L"kept"}, {"failed to parse model from device PNP id 'ID'"}},
         {"PCI\\VEN_10de&DEV_1c82", named, {"failed to parse device subsystem information from device PNP id 'ID'"}},
         {"PCI\\VEN_10DE&DEV_1C82&SUBSYS_11BF10D", named,
          {"failed to parse device subsystem information from device PNP id 'ID'"}},
