@@ -47,8 +47,9 @@ protected:
         GetModuleFileNameW(nullptr, program, MAX_PATH);
         const auto hostFolder = std::filesystem::path(program).parent_path() / "vendor";
         const auto output = folder_ / "output.txt";
-        EXPECT_EQ(std::system(("cd /d \"" + hostFolder.string() + "\" && gpu-host.exe " + task + " > \""
-                               + output.string() + "\"").c_str()), 0);
+        const std::string command =
+            "cd /d \"" + hostFolder.string() + "\" && gpu-host.exe " + task + " > \"" + output.string() + "\"";
+        EXPECT_EQ(std::system(command.c_str()), 0);
         return linesOf(output);
     }
 
