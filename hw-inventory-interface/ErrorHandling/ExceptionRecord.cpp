@@ -75,7 +75,8 @@ namespace
         return EXPORT_STATUS_OTHER;
     }
 
-    ExportStatus fillRecord(const std::exception_ptr& exception)
+    // The status comes before the texts, for which memory may be lacking.
+    void fillRecord(const std::exception_ptr& exception, ExportStatus& status)
     {
         try
         {
@@ -83,9 +84,9 @@ namespace
         }
         catch (const Exception& caught)
         {
+            status = statusOf(caught.code());
             setPlace(caught);
             set(record.errorText, errorText(caught.code()));
-            return statusOf(caught.code());
         }
         catch (const ZelStdCore::RuntimeException& caught)
         {
@@ -102,7 +103,6 @@ namespace
             clearRecord();
             set(record.message, L"unknown exception");
         }
-        return EXPORT_STATUS_OTHER;
     }
 
     void logRecord() noexcept
@@ -132,17 +132,17 @@ ExportStatus recordFailure(std::exception_ptr exception) noexcept
 {
     if (!exception)
         return EXPORT_STATUS_SUCCESS;
+    ExportStatus status = EXPORT_STATUS_OTHER;
     try
     {
-        const ExportStatus status = fillRecord(exception);
-        logRecord();
-        return status;
+        fillRecord(exception, status);
     }
     catch (...)
     {
         clearRecord();
-        return EXPORT_STATUS_OTHER;
     }
+    logRecord();
+    return status;
 }
 
 std::string exceptionText(const ExceptionRecord& failure)

@@ -53,7 +53,8 @@ enum
 };
 
 /* The last failure of a collecting function. The strings belong to the library and are valid until the next failure; one that
- * was never set is null, one without content may be null or empty. A success leaves the record as it is. */
+ * was never set is null, one without content may be null or empty. Where memory runs out for the record itself, it is empty and
+ * the status alone tells the failure. A success leaves the record as it is. */
 typedef struct ExceptionRecord
 {
     const char* stackTrace; /* one line a frame: "[displacement] file:function:line" */

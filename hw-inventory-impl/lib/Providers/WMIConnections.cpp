@@ -3,7 +3,6 @@
 #include "hw-inventory-impl/lib/Platform.h"
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
 #include "st-core/lib/HostLogger.h"
-#include "st-core/lib/OSError.h"
 
 #include <stdexcept>
 
@@ -20,11 +19,10 @@ namespace
         }
         catch (const ErrorHandling::Exception& failure)
         {
-            const auto error = ZelStdCore::LastError::capture();
             if (failure.code() != ErrorHandling::ErrorCode::wmiBind)
                 throw;
-            ZelStdCore::logWarning(L"failed to bind to ROOT\\StandardCIMV2 WMI namespace: %1% (GetLastError() = %2%)",
-                                   error.text(), error.code);
+            // The exception has the failing call's error; giving its connection back has changed the thread's.
+            ZelStdCore::logWarning(L"failed to bind to ROOT\\StandardCIMV2 WMI namespace: %1%", failure.message());
             return nullptr;
         }
     }
