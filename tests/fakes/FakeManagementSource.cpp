@@ -151,21 +151,17 @@ namespace
     // The steps of a connection in their order, and what each throws when it fails.
     void runConnectionSteps(const std::optional<ErrorCode>& failure)
     {
-        struct Step
+        constexpr std::pair<const char*, ErrorCode> steps[] = {
+            {"CoInitializeEx", ErrorCode::comInitialization},
+            {"CoCreateInstance", ErrorCode::wmiLocator},
+            {"ConnectServer", ErrorCode::wmiBind},
+            {"CoSetProxyBlanket", ErrorCode::wmiSecurityBlanket}};
+        for (const auto& [operation, code] : steps)
         {
-            const char* operation;
-            ErrorCode code;
-        };
-        constexpr Step steps[] = {{"CoInitializeEx", ErrorCode::comInitialization},
-                                  {"CoCreateInstance", ErrorCode::wmiLocator},
-                                  {"ConnectServer", ErrorCode::wmiBind},
-                                  {"CoSetProxyBlanket", ErrorCode::wmiSecurityBlanket}};
-        for (const Step& step : steps)
-        {
-            if (callFails(step.operation) || failure == step.code)
+            if (callFails(operation) || failure == code)
             {
                 const auto error = ZelStdCore::LastError::capture();
-                throw Exception(step.code, ZelStdCore::format(L"%1% (GetLastError() = %2%)", error.text(), error.code), kSource,
+                throw Exception(code, ZelStdCore::format(L"%1% (GetLastError() = %2%)", error.text(), error.code), kSource,
                                 L"fakes::FakeManagementSource::FakeManagementSource", __LINE__);
             }
         }

@@ -9,9 +9,7 @@ namespace
 {
 using ErrorHandling::Exception;
 
-class ConnectionsTest : public ProvidersTest
-{
-};
+using ConnectionsTest = ProvidersTest;
 
 const Texts kConnected{L"connected ROOT\\CIMV2", L"connected ROOT\\StandardCIMV2"};
 const Texts kBoth{kConnected[0], kConnected[1], L"disconnected ROOT\\StandardCIMV2", L"disconnected ROOT\\CIMV2"};

@@ -226,16 +226,11 @@ std::size_t checkSystem(WMIConnections& connections)
 
 std::size_t checkHotfixes(WMIConnections& connections)
 {
-    Texts names;
     Texts dates;
     for (const HotfixInfo& hotfix : connections.getHotfixes())
-    {
-        names.push_back(hotfix.name);
         dates.push_back(hotfix.installationDate);
-    }
-    EXPECT_EQ(names, textsOf(L"Win32_QuickFixEngineering", L"HotFixID"));
     EXPECT_EQ(dates, textsOf(L"Win32_QuickFixEngineering", L"InstalledOn"));
-    return names.size();
+    return dates.size();
 }
 }
 
@@ -255,13 +250,9 @@ TEST_F(CorpusTest, PlugAndPlayIdentifiers)
             continue;
         SCOPED_TRACE(line);
         const std::wstring id = ZelStdCore::widen(line.substr(0, line.find('\t')));
-        const std::wstring bus = id.substr(0, id.find(L'\\'));
         DeviceInfo info;
-        takeLog();
         fillFromPnpDeviceId(info, id);
         checkPciDevice(info, id);
-        const std::string refusal = ZelStdCore::toUtf8(bus) + " is not a supported BUS to extract device info";
-        EXPECT_EQ(std::ranges::count(takeLog(), refusal), bus == L"PCI" ? 0 : 1);
         onPci += !info.manufacturer.empty() && !info.model.empty();
     }
     EXPECT_GT(onPci, 0);

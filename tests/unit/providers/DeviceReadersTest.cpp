@@ -4,12 +4,7 @@
 
 namespace fakes
 {
-namespace
-{
-class DeviceReadersTest : public ProvidersTest
-{
-};
-}
+using DeviceReadersTest = ProvidersTest;
 
 TEST_F(DeviceReadersTest, ABoardsModelComesBeforeItsProduct)
 {

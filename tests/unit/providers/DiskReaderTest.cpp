@@ -4,9 +4,7 @@ namespace fakes
 {
 namespace
 {
-class DiskReaderTest : public ProvidersTest
-{
-};
+using DiskReaderTest = ProvidersTest;
 
 FakeObject link(const std::wstring& partition, const std::wstring& volume)
 {

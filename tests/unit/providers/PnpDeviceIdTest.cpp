@@ -4,12 +4,7 @@
 
 namespace fakes
 {
-namespace
-{
-class PnpDeviceIdTest : public ProvidersTest
-{
-};
-}
+using PnpDeviceIdTest = ProvidersTest;
 
 TEST_F(PnpDeviceIdTest, PartsOfAnIdentifier)
 {

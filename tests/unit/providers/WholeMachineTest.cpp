@@ -9,9 +9,7 @@ namespace
 {
 using ErrorHandling::Exception;
 
-class WholeMachineTest : public ProvidersTest
-{
-};
+using WholeMachineTest = ProvidersTest;
 
 const struct
 {
