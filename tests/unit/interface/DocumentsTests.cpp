@@ -54,21 +54,9 @@ std::string statusOfBoard(DeviceStatus status)
     return baseBoardsDocument(one<MotherBoardInfo>([&](auto& info) { info.status = status; }));
 }
 
-std::string temperature(std::optional<float> degrees)
+std::string temperature(float degrees)
 {
     return gpusDocument(one<GpuInfo>([&](auto& info) { info.temperature = degrees; }));
-}
-
-CpuInfo fullCpu()
-{
-    CpuInfo cpu;
-    setDeviceTexts(cpu, L"d");
-    cpu.status = DeviceStatus::ok;
-    cpu.maxClockSpeed = 4294967295;
-    cpu.cores = 8;
-    cpu.socketDesignation = L"s";
-    cpu.processorID = L"p";
-    return cpu;
 }
 
 DiskInfo disk(std::uint64_t size, std::vector<PartitionInfo> partitions)
@@ -98,12 +86,10 @@ TEST(Documents, EmptyListsAndRecordsWithoutAnyFact)
         {"network adapters", networkAdaptersDocument({}), R"({"networkAdapters":[]})"},
         {"base boards", baseBoardsDocument({}), R"({"motherBoards":[]})"},
         {"hotfixes", hotfixesDocument({}), R"({"hotfixes":[]})"},
-        {"a cpu", cpusDocument({{}}), R"({"cpus":[null]})"},
         {"a gpu", gpusDocument({{}}), R"({"gpus":[null]})"},
         {"a module", ramDocument(std::vector<RamInfo>(1), kLargest), R"({"rams":[null],"usableMemory":18446744073709551615})"},
         {"a disk", disksDocument(std::vector<DiskInfo>(1)), R"({"disks":[{"availableSpace":0,"size":0}]})"},
         {"an adapter", networkAdaptersDocument(std::vector<NetworkAdapterInfo>(1)), R"({"networkAdapters":[null]})"},
-        {"a board", baseBoardsDocument(std::vector<MotherBoardInfo>(1)), R"({"motherBoards":[null]})"},
         {"a hotfix", hotfixesDocument({{}, {L"KB1", L""}, {}}), R"({"hotfixes":[null,{"name":"KB1"},null]})"},
         {"a system", systemDocument({}), R"({"system":{"osInfo":null}})"},
         {"a partition", disksDocument({disk(5, {partition(L"", 0, 0)})}),
@@ -111,104 +97,44 @@ TEST(Documents, EmptyListsAndRecordsWithoutAnyFact)
     });
 }
 
-TEST(Documents, EveryKeyOfEveryRecord)
+// The keys that a machine with one of everything leaves out.
+TEST(Documents, RarerKeys)
 {
     GpuInfo gpu;
-    setDeviceTexts(gpu, L"d");
     gpu.serialNumber = L"n";
     gpu.temperature = 1.0f;
     RamInfo module;
     setDeviceTexts(module, L"d");
-    module.serialNumber = L"n";
     module.capacity = kLargest;
-    module.deviceLocator = L"l";
-    MotherBoardInfo motherBoard;
-    setDeviceTexts(motherBoard, L"d");
-    motherBoard.serialNumber = L"n";
     DiskInfo drive = disk(kLargest, {partition(L"P", 10, 4), partition(L"Q", 3, 0)});
-    setDeviceTexts(drive, L"d");
+    drive.pciAddress = L"a";
     drive.partitions[0].status = DeviceStatus::hasIssues;
-    drive.interfaceType = L"i";
-    drive.mediaType = L"SSD";
-    drive.serialNumber = L"n";
     NetworkAdapterInfo adapter;
-    setDeviceTexts(adapter, L"d");
-    adapter.type = L"802.3";
-    adapter.macAddress = L"m";
     adapter.ipAddresses = {L"b", L"a", L""};
-
-    const std::string device = R"("deviceID":"d",)";
-    const std::string maker = R"("manufacturer":"d",)";
-    const std::string names = R"("model":"d","name":"d",)";
-    const std::string address = R"("pciAddress":"d")";
     check({
-        {"cpu", cpusDocument({fullCpu()}),
-         R"({"cpus":[{"cores":8,)" + device + maker + R"("maxClockSpeed":4294967295,)" + names + address
-             + R"(,"processorID":"p","socketDesignation":"s","status":"ok"}]})"},
-        {"gpu", gpusDocument({gpu}),
-         R"({"gpus":[{)" + device + maker + names + address + R"(,"serialNumber":"n","temperature":1.0}]})"},
+        {"gpu", gpusDocument({gpu}), R"({"gpus":[{"serialNumber":"n","temperature":1.0}]})"},
         {"module", ramDocument({module}, 1),
-         R"({"rams":[{"capacity":18446744073709551615,)" + device + R"("deviceLocator":"l",)" + maker + names + address
-             + R"(,"serialNumber":"n"}],"usableMemory":1})"},
-        {"board", baseBoardsDocument({motherBoard}),
-         R"({"motherBoards":[{)" + device + maker + names + address + R"(,"serialNumber":"n"}]})"},
+         R"({"rams":[{"capacity":18446744073709551615,"deviceID":"d","manufacturer":"d","model":"d","name":"d",)"
+         R"("pciAddress":"d"}],"usableMemory":1})"},
         {"disk", disksDocument({drive}),
-         R"({"disks":[{"availableSpace":18446744073709551606,)" + device + R"("interfaceType":"i",)" + maker
-             + R"("mediaType":"SSD",)" + names
-             + R"("partitions":[{"availableSpace":4,"name":"P","size":10,"status":"has issues"},{"name":"Q","size":3}],)"
-             + address + R"(,"serialNumber":"n","size":18446744073709551615}]})"},
-        {"adapter", networkAdaptersDocument({adapter}),
-         R"({"networkAdapters":[{)" + device + R"("ipAddresses":["b","a",""],"macAddress":"m",)" + maker + names + address
-             + R"(,"type":"802.3"}]})"},
-        {"hotfix", hotfixesDocument({{L"KB1", L"9/18/2019"}}),
-         R"({"hotfixes":[{"installationDate":"9/18/2019","name":"KB1"}]})"},
+         R"({"disks":[{"availableSpace":18446744073709551606,"name":"D",)"
+         R"("partitions":[{"availableSpace":4,"name":"P","size":10,"status":"has issues"},{"name":"Q","size":3}],)"
+         R"("pciAddress":"a","size":18446744073709551615}]})"},
+        {"adapter", networkAdaptersDocument({adapter}), R"({"networkAdapters":[{"ipAddresses":["b","a",""]}]})"},
     });
-}
-
-TEST(Documents, SystemWithEveryKey)
-{
-    SystemInfo system;
-    system.machineName = L"mn";
-    system.osInfo = {L"22H2", L"on", L"ov", L"ob", L"of", L"om"};
-    system.productID = L"pi";
-    system.installationDate = 951782400; // 29 February 2000
-    system.bootDevice = L"bd";
-    system.bootTime = 1;
-    system.manufacturer = L"ma";
-    system.model = L"mo";
-    system.type = L"ty";
-    system.biosVersion = L"bv";
-    system.systemLocale = L"sl";
-    system.timezone = L"tz";
-    system.workgroup = L"wg";
-    system.serialNumber = L"sn";
-    system.windowsDirectory = L"wd";
-    system.systemDirectory = L"sd";
-    system.owner = L"ow";
-    system.organization = L"or";
-    system.domain = L"do";
-    system.logonServer = L"ls";
-    EXPECT_EQ(systemDocument(system),
-              R"({"system":{"biosVersion":"bv","bootDevice":"bd","bootTime":"01/01/1970 00:00:01","domain":"do",)"
-              R"("installationDate":"02/29/2000 00:00:00","logonServer":"ls","machineName":"mn","manufacturer":"ma",)"
-              R"("model":"mo","organization":"or","osInfo":{"buildType":"ob","family":"of","manufacturer":"om","name":"on",)"
-              R"("releaseId":"22H2","version":"ov"},"owner":"ow","productID":"pi","serialNumber":"sn","systemDirectory":"sd",)"
-              R"("systemLocale":"sl","timezone":"tz","type":"ty","windowsDirectory":"wd","workgroup":"wg"}})");
 }
 
 TEST(Documents, PresenceRulesAtTheirEdges)
 {
-    CpuInfo cpu = fullCpu();
+    CpuInfo cpu;
     setDeviceTexts(cpu, L"0x");
-    cpu.status = DeviceStatus::unknown;
-    cpu.maxClockSpeed = cpu.cores = 0;
     cpu.socketDesignation = L" \t\r\n";
     cpu.processorID = L"0x0";
     DiskInfo drive = disk(1, {});
     drive.name = drive.interfaceType = drive.mediaType = drive.serialNumber = L" ";
     SystemInfo system;
     system.productID = system.manufacturer = system.model = system.type = L"0x1";
-    system.machineName = system.serialNumber = system.domain = L" ";
+    system.machineName = system.osInfo.family = system.serialNumber = system.domain = system.workgroup = L" ";
 
     const std::string noBoard = R"({"motherBoards":[null]})";
     check({
@@ -221,15 +147,13 @@ TEST(Documents, PresenceRulesAtTheirEdges)
         {"placeholder in upper case", serialOfBoard(L"0X00000000"), R"({"motherBoards":[{"serialNumber":"0X00000000"}]})"},
         {"placeholder and more", serialOfBoard(L"98765432100"), R"({"motherBoards":[{"serialNumber":"98765432100"}]})"},
         {"a serial may begin like a number", serialOfBoard(L"0x1"), R"({"motherBoards":[{"serialNumber":"0x1"}]})"},
-        {"ok", statusOfBoard(DeviceStatus::ok), R"({"motherBoards":[{"status":"ok"}]})"},
         {"disabled", statusOfBoard(DeviceStatus::disabledByUser), R"({"motherBoards":[{"status":"disabled by user"}]})"},
-        {"unset temperature", temperature(std::nullopt), R"({"gpus":[null]})"},
         {"zero is a temperature", temperature(0.0f), R"({"gpus":[{"temperature":0.0}]})"},
         {"the widened value", temperature(45.3f), R"({"gpus":[{"temperature":45.29999923706055}]})"},
         {"blanks count in a disk", disksDocument({drive}),
          R"({"disks":[{"availableSpace":1,"interfaceType":" ","mediaType":" ","serialNumber":" ","size":1}]})"},
         {"blanks count in a system", systemDocument(system),
-         R"({"system":{"domain":" ","machineName":" ","osInfo":null,"serialNumber":" "}})"},
+         R"({"system":{"domain":" ","machineName":" ","osInfo":{"family":" "},"serialNumber":" ","workgroup":" "}})"},
     });
 }
 
@@ -263,7 +187,6 @@ TEST(Documents, SpaceOfDisks)
           "D disk used space exceeds total size: 100 vs 150"}},
         {disk(100, {partition(L"P", 99, 0)}), R"("availableSpace":1)", {}},
         {disk(0, {}), R"("availableSpace":0)", {"D disk used space exceeds total size: 0 vs 0"}},
-        {disk(7, {}), R"("availableSpace":7)", {}},
     };
     for (const SpaceCase& each : cases)
     {
