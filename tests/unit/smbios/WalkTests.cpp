@@ -120,7 +120,6 @@ TEST(Walk, ComesToRestBehindATableWithoutAnEnd)
         {{}, {"127@0:"}},
         {sound, {"11@0::A:BC", "127@11:"}},
         {{sound.begin(), sound.begin() + 10}, {"11@0::A:BC", "127@268:"}}, // no zero behind the last string's own
-        {{sound.begin(), sound.begin() + 9}, {"11@0::A:BC", "127@267:"}},
         {{sound.begin(), sound.begin() + 8}, {"11@0::A:B", "127@266:"}},
         {{sound.begin(), sound.begin() + 5}, {"11@0:", "127@263:"}},
         {{sound.begin(), sound.begin() + 1}, {"11@0:", "127@259:"}},
