@@ -1,5 +1,6 @@
 #include "hw-inventory-impl/lib/Providers/WMIProvider.h"
 
+#include "hw-inventory-impl/lib/Providers/WMIConnections.h"
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/OSError.h"
@@ -101,10 +102,24 @@ TEST(Connection, LeavesComOnceWhateverApartmentItFound)
     }
 }
 
-TEST(Connection, AQueryDeliversWhatCameBeforeItsEnd)
+void keepLog()
 {
     ZelStdCore::HostLogger::instance().set([](std::uint32_t level, const char* text)
                                            { logLines.push_back(std::to_string(level) + " " + text); });
+}
+
+// The half-made connection is given back before the warning is written.
+TEST(Connection, TheMissingOptionalNamespaceIsToldWithItsOwnError)
+{
+    keepLog();
+    fakes::com().answers["ConnectServer ROOT\\StandardCIMV2"] = E_ACCESSDENIED;
+    const WMIConnections connections;
+    EXPECT_EQ(logLines, Trace{"1 failed to bind to ROOT\\StandardCIMV2 WMI namespace: " + ZelStdCore::toUtf8(failureText())});
+}
+
+TEST(Connection, AQueryDeliversWhatCameBeforeItsEnd)
+{
+    keepLog();
     const Trace warning{"1 failed to iterate SELECT * FROM Win32_Fan: " + ZelStdCore::toUtf8(failureText())};
     const struct
     {

@@ -15,9 +15,11 @@ FakeCom& com()
 
 HRESULT record(const std::string& name, const std::string& arguments)
 {
-    com().trace.push_back(arguments.empty() ? name : name + " " + arguments);
-    const auto answer = com().answers.find(name);
-    const HRESULT result = answer == com().answers.end() ? S_OK : answer->second;
+    const std::string call = arguments.empty() ? name : name + " " + arguments;
+    com().trace.push_back(call);
+    const auto& answers = com().answers;
+    const auto answer = answers.contains(call) ? answers.find(call) : answers.find(name);
+    const HRESULT result = answer == answers.end() ? S_OK : answer->second;
     if (FAILED(result))
         SetLastError(kErrorOfFailure);
     return result;

@@ -15,7 +15,7 @@ using ObjectPointer = HardwareInventory::Providers::ComPointer<IWbemClassObject>
 
 struct FakeCom
 {
-    std::map<std::string, HRESULT> answers; // by the call's name; a call not listed succeeds
+    std::map<std::string, HRESULT> answers; // by the call with its arguments or by its name; others succeed
 
     std::vector<ObjectPointer> results; // what a query yields
     HRESULT end = WBEM_S_FALSE;                                    // what the enumerator answers behind the last result
