@@ -13,11 +13,8 @@ TEST(DeviceStatus, FromTheTextOfAManagementClass)
 {
     const std::pair<const wchar_t*, DeviceStatus> cases[] = {
         {L"OK", DeviceStatus::ok},
-        {L"Degraded", DeviceStatus::ok},
         {L"Pred Fail", DeviceStatus::ok},
         {L"Error", DeviceStatus::hasIssues},
-        {L"Starting", DeviceStatus::hasIssues},
-        {L"Stopping", DeviceStatus::hasIssues},
         {L"Service", DeviceStatus::hasIssues},
         {L"ok", DeviceStatus::unknown},
         {L"Error ", DeviceStatus::unknown},
