@@ -76,6 +76,11 @@ Balance Balance::take()
     return balance;
 }
 
+Balance Balance::since(const Balance& then) const
+{
+    return {heapBlocks - then.heapBlocks, heapBytes - then.heapBytes, handles - then.handles, modules - then.modules};
+}
+
 bool Balance::operator==(const Balance& other) const
 {
     constexpr std::size_t kLocks = 5;

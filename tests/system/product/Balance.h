@@ -13,6 +13,9 @@ struct Balance
 
     static Balance take();
 
+    // How much more is held than then.
+    Balance since(const Balance& then) const;
+
     // A lock of the system takes a handle when it is contended for the first time, so that a few handles may differ.
     bool operator==(const Balance& other) const;
 };

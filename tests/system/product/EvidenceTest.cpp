@@ -56,7 +56,7 @@ TEST_F(Evidence, ARecordAndALogLineNameFunctionFileAndLine)
 {
     const Product product;
     product.setLogger(keepErrors);
-    ASSERT_EQ(product.collect(0).status, EXPORT_STATUS_WMI_QUERY);
+    ASSERT_EQ(product.collect(Product::cpus).status, EXPORT_STATUS_WMI_QUERY);
 
     const ExceptionRecord& record = *product.getException();
     EXPECT_STREQ(record.function, "HardwareInventory::Providers::WMIProvider::WMIConnection::query");
@@ -88,7 +88,7 @@ TEST_F(Evidence, TwoCopiesAndAHostShareTheSymbolEngine)
     {
         for (const Product& copy : copies)
         {
-            EXPECT_EQ(copy.collect(0).status, EXPORT_STATUS_WMI_QUERY);
+            EXPECT_EQ(copy.collect(Product::cpus).status, EXPORT_STATUS_WMI_QUERY);
             EXPECT_THAT(copy.getException()->stackTrace, HasFrame("Exports\\.cpp", "hardware_inventory_find_cpus"));
         }
     };

@@ -4,7 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
+#include <string>
+#include <utility>
 
 namespace
 {
@@ -16,13 +17,6 @@ void collectAll(const Product& product)
         EXPECT_EQ(answer.status, EXPORT_STATUS_SUCCESS) << Product::kinds[kind].function;
         EXPECT_TRUE(answer.document.starts_with(std::string("{\"") + Product::kinds[kind].key)) << answer.document;
     }
-}
-
-std::vector<std::string>* received = nullptr;
-
-void receive(std::uint32_t level, const char* message)
-{
-    received->push_back(std::to_string(level) + " " + message);
 }
 }
 
@@ -68,21 +62,17 @@ TEST(Lifetime, AHostThatChoseItsSecurityIsServed)
 TEST(Lifetime, TheCallbackCanBeSwappedAndRemovedBetweenCalls)
 {
     const FakeWmiHost host;
-    constexpr std::size_t kSystem = 6;
     const Product product;
-    std::vector<std::string> first;
-    std::vector<std::string> second;
-    received = &first;
-    product.setLogger(receive);
-    product.collect(kSystem);
-    product.setLogger(nullptr);
-    product.collect(kSystem);
-    product.setLogger([](std::uint32_t level, const char* message)
-                      { (*received)[0] += std::to_string(level) + message; });
-    received = &second;
-    second.emplace_back();
-    product.collect(kSystem);
-    EXPECT_FALSE(first.empty());
-    ASSERT_EQ(second.size(), 1u);
-    EXPECT_FALSE(second[0].empty());
+    static int first = 0;
+    static int second = 0;
+    const auto linesAfter = [&](HardwareInventoryLogger logger)
+    {
+        first = second = 0;
+        product.setLogger(logger);
+        product.collect(Product::system);
+        return std::pair(first > 0, second > 0);
+    };
+    EXPECT_EQ(linesAfter([](std::uint32_t, const char*) { ++first; }), std::pair(true, false));
+    EXPECT_EQ(linesAfter(nullptr), std::pair(false, false));
+    EXPECT_EQ(linesAfter([](std::uint32_t, const char*) { ++second; }), std::pair(false, true));
 }

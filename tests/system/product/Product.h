@@ -35,6 +35,19 @@ class Product
 public:
     using Find = decltype(&hardware_inventory_find_cpus);
 
+    enum KindIndex : std::size_t
+    {
+        cpus,
+        gpus,
+        ram,
+        disks,
+        networkAdapters,
+        baseBoards,
+        system,
+        hotfixes,
+        kindCount,
+    };
+
     struct Kind
     {
         const char* function;
@@ -50,7 +63,7 @@ public:
         {"hardware_inventory_find_system", "system"},
         {"hardware_inventory_find_hotfixes", "hotfixes"},
     };
-    static constexpr std::size_t kindCount = std::size(kinds);
+    static_assert(std::size(kinds) == kindCount);
 
     explicit Product(const std::filesystem::path& path = programFolder() / "hw_inventory_interface.dll");
     Product(const Product&) = delete;
@@ -69,7 +82,6 @@ public:
 
     decltype(&release_buffer) releaseBuffer;
     decltype(&hardware_inventory_get_exception) getException;
-    decltype(&hardware_inventory_exception_string) exceptionString;
     decltype(&hardware_inventory_set_logger) setLogger;
 
 private:

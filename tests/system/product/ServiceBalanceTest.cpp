@@ -20,12 +20,7 @@ TEST(ServiceBalance, ACollectionLeavesNoMoreThanTheSystemsServiceDoes)
         const Balance before = Balance::take();
         for (int round = 0; round < 5; ++round)
             action();
-        Balance after = Balance::take();
-        after.heapBlocks -= before.heapBlocks;
-        after.heapBytes -= before.heapBytes;
-        after.handles -= before.handles;
-        after.modules -= before.modules;
-        return after;
+        return Balance::take().since(before);
     };
     for (std::size_t kind = 0; kind < Product::kindCount; ++kind)
         EXPECT_EQ(growth([&] { product.collect(kind); }), growth([&] { (client.*asks[kind])(); }))

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <random>
 #include <thread>
 
@@ -17,9 +16,7 @@ Balance leftBySymbolSession(HMODULE module)
     std::thread(traceWithBareEngine, module).join();
     const Balance before = Balance::take();
     std::thread(traceWithBareEngine, module).join();
-    const Balance after = Balance::take();
-    return {after.heapBlocks - before.heapBlocks, after.heapBytes - before.heapBytes, after.handles - before.handles,
-            after.modules - before.modules};
+    return Balance::take().since(before);
 }
 }
 
@@ -44,7 +41,7 @@ TEST(Soak, AThousandFaultsLeaveNothing)
     const auto failAlike = [&]
     {
         FakeWmi::failWhen([&](const std::string& call) { return call == "ExecQuery" && ++traces; });
-        std::thread([&] { EXPECT_EQ(product.collect(0).status, EXPORT_STATUS_WMI_QUERY); }).join();
+        std::thread([&] { EXPECT_EQ(product.collect(Product::cpus).status, EXPORT_STATUS_WMI_QUERY); }).join();
     };
     std::size_t failures = 0;
     const auto collect = [&](std::size_t collections)
