@@ -39,7 +39,8 @@ std::wstring errorText(ErrorCode code);
 class Exception : public ZelStdCore::RuntimeException
 {
 public:
-    Exception(ErrorCode code, std::wstring message, std::wstring file, std::wstring function, std::int32_t line);
+    Exception(ErrorCode code, std::wstring message, std::wstring file, std::wstring function, std::int32_t line,
+              ZelStdCore::Trace trace = ZelStdCore::Trace::capture);
 
     ErrorCode code() const { return code_; }
 

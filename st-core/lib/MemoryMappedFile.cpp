@@ -23,9 +23,9 @@ void MemoryMappedFile::open(const std::wstring& path)
     boost::system::error_code ignored;
     const auto status = boost::filesystem::status(path, ignored);
     if (!boost::filesystem::exists(status))
-        throw RuntimeException(format(L"not a file: %1%", path), kSourceFile, kFunction, __LINE__, true, 2);
+        throw RuntimeException(format(L"not a file: %1%", path), kSourceFile, kFunction, __LINE__);
     if (!boost::filesystem::is_regular_file(status))
-        throw RuntimeException(format(L"not a regular file: %1%", path), kSourceFile, kFunction, __LINE__, true, 2);
+        throw RuntimeException(format(L"not a regular file: %1%", path), kSourceFile, kFunction, __LINE__);
 
     path_ = path;
     file_ = Platform::openForReading(path);
@@ -34,8 +34,7 @@ void MemoryMappedFile::open(const std::wstring& path)
     {
         const LastError error = LastError::capture();
         close();
-        throw RuntimeException(format(L"failed to open file (%1%): %2%", path, error.text()), kSourceFile, kFunction, __LINE__,
-                               true, 2);
+        throw RuntimeException(format(L"failed to open file (%1%): %2%", path, error.text()), kSourceFile, kFunction, __LINE__);
     }
 
     mapping_ = Platform::createReadOnlyMapping(file_);
@@ -44,7 +43,7 @@ void MemoryMappedFile::open(const std::wstring& path)
         const LastError error = LastError::capture();
         close();
         throw RuntimeException(format(L"failed to create file mapping (%1%): %2%", path, error.text()), kSourceFile, kFunction,
-                               __LINE__, true, 2);
+                               __LINE__);
     }
 
     // The size query answers with a boolean, so that only what it never returns would count as a failure.
@@ -53,7 +52,7 @@ void MemoryMappedFile::open(const std::wstring& path)
         const LastError error = LastError::capture();
         close();
         throw RuntimeException(format(L"failed to get file size (%1%): %2%", path, error.text()), kSourceFile, kFunction,
-                               __LINE__, true, 2);
+                               __LINE__);
     }
 
     data_ = Platform::mapView(mapping_, size_);
@@ -62,7 +61,7 @@ void MemoryMappedFile::open(const std::wstring& path)
         const LastError error = LastError::capture();
         close();
         throw RuntimeException(format(L"failed to get map view of file (%1%): %2%", path, error.text()), kSourceFile, kFunction,
-                               __LINE__, true, 2);
+                               __LINE__);
     }
 }
 

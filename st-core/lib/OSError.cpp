@@ -31,7 +31,7 @@ std::wstring strerror(int errorNumber)
     std::string text(kErrorTextSize, '\0');
     if (const int status = Platform::errorNumberText(errorNumber, text.data(), text.size()); status != 0)
         throw RuntimeException(format(L"failed to get (%1%) errno status description: status = %2%", errorNumber, status),
-                               kSourceFile, L"ZelStdCore::strerror", __LINE__, true, 2);
+                               kSourceFile, L"ZelStdCore::strerror", __LINE__);
     return widen(text.c_str());
 }
 }

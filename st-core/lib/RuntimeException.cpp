@@ -32,10 +32,10 @@ void dropStartupFrames(std::vector<StackFrame>& frames)
 }
 
 RuntimeException::RuntimeException(std::wstring message, std::wstring file, std::wstring function, std::int32_t line,
-                                   bool captureTrace, std::uint32_t skipFrames)
+                                   Trace trace, std::uint32_t skipFrames)
     : message_(std::move(message)), file_(std::move(file)), function_(std::move(function)), line_(line)
 {
-    if (!captureTrace)
+    if (trace == Trace::none)
         return;
 
     const LastError error = LastError::capture();

@@ -30,15 +30,26 @@ std::wstring renderFrames(const std::vector<StackFrame>& frames);
 // Drops "invoke_main" and every frame behind it.
 void dropStartupFrames(std::vector<StackFrame>& frames);
 
+// Whether a failure takes the stack of its thrower along. One that is caught and only logged captures none: a trace costs a whole
+// session of the symbol handler.
+enum class Trace
+{
+    none,
+    capture
+};
+
+// The frames that every trace leaves out: the constructor's and the thrower's, or those of both constructors of a derived exception.
+constexpr std::uint32_t kThrowSiteFrames = 2;
+
 // A failure with the place where it was raised and the stack of the throwing thread. Deliberately no std::exception: the
 // boundary tells the two apart.
 class RuntimeException
 {
 public:
-    // captureTrace: walk the stack of this thread, the innermost skipFrames frames left out. A failing tracer leaves the trace
-    // empty; it never replaces the failure being told.
-    RuntimeException(std::wstring message, std::wstring file, std::wstring function, std::int32_t line, bool captureTrace,
-                     std::uint32_t skipFrames);
+    // Trace::capture walks the stack of this thread, the innermost skipFrames frames left out. A failing tracer leaves the trace
+    // empty; it never replaces the failure being reported.
+    RuntimeException(std::wstring message, std::wstring file, std::wstring function, std::int32_t line,
+                     Trace trace = Trace::capture, std::uint32_t skipFrames = kThrowSiteFrames);
 
     const std::wstring& message() const { return message_; }
     const std::wstring& file() const { return file_; }

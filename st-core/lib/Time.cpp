@@ -72,7 +72,7 @@ CalendarTime stringToTime(const std::wstring& text, const std::wstring& format)
         const int error = errno;
         throw RuntimeException(ZelStdCore::format(L"failed to convert '%1%' to time using '%2%' format: %3%", text, format,
                                                   strerror(error)),
-                               kSourceFile, L"ZelStdCore::stringToTime", __LINE__, true, 2);
+                               kSourceFile, L"ZelStdCore::stringToTime", __LINE__);
     }
     std::tm fields = to_tm(value);
     fields.tm_isdst = -1;
@@ -87,7 +87,7 @@ std::wstring timeToString(CalendarTime time, const std::wstring& format)
         const int error = errno;
         throw RuntimeException(ZelStdCore::format(L"failed to convert %1% to time (format = %2%): %3%", time, format,
                                                   strerror(error)),
-                               kSourceFile, L"ZelStdCore::timeToString", __LINE__, true, 2);
+                               kSourceFile, L"ZelStdCore::timeToString", __LINE__);
     }
     return text.data();
 }

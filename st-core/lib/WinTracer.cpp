@@ -112,7 +112,7 @@ void Tracer::beginSession()
             kEngineOptions);
     if (!session || !session->handle())
         throw RuntimeException(format(L"failed to initialize tracer: %1%", lastErrorText()), kSourceFile,
-                               L"ZelStdCore::Tracer::loadModules", __LINE__, false, 2);
+                               L"ZelStdCore::Tracer::loadModules", __LINE__, Trace::none);
     session_ = std::move(session);
 }
 
@@ -123,7 +123,7 @@ void Tracer::loadModules()
     beginSession();
     if (!loadFromSnapshot() && !getModuleListPSAPI(process_))
         throw RuntimeException(format(L"failed to initialize tracer: %1%", lastErrorText()), kSourceFile,
-                               L"ZelStdCore::Tracer::loadModules", __LINE__, false, 2);
+                               L"ZelStdCore::Tracer::loadModules", __LINE__, Trace::none);
     initialised_ = true;
 }
 
@@ -148,10 +148,10 @@ bool Tracer::getModuleListPSAPI(void* process)
     DWORD size = 0;
     if (!K32EnumProcessModules(process, nullptr, 0, &size))
         throw RuntimeException(L"failed to retrieve required memory amount for modules enumeration", kSourceFile, kFunction,
-                               __LINE__, false, 2);
+                               __LINE__, Trace::none);
     std::vector<HMODULE> modules(size / sizeof(HMODULE));
     if (!K32EnumProcessModules(process, modules.data(), size, &size))
-        throw RuntimeException(L"failed to enumerate process modules", kSourceFile, kFunction, __LINE__, false, 2);
+        throw RuntimeException(L"failed to enumerate process modules", kSourceFile, kFunction, __LINE__, Trace::none);
     // Modules may have gone in between.
     if (size / sizeof(HMODULE) < modules.size())
         modules.resize(size / sizeof(HMODULE));
@@ -162,18 +162,18 @@ bool Tracer::getModuleListPSAPI(void* process)
     {
         MODULEINFO information{};
         if (!K32GetModuleInformation(process, module, &information, sizeof(information)))
-            throw RuntimeException(L"failed to retrieve module information", kSourceFile, kFunction, __LINE__, false, 2);
+            throw RuntimeException(L"failed to retrieve module information", kSourceFile, kFunction, __LINE__, Trace::none);
         if (K32GetModuleFileNameExW(process, module, path.data(), kLongestPath) == 0)
-            throw RuntimeException(L"failed to retrieve module name", kSourceFile, kFunction, __LINE__, false, 2);
+            throw RuntimeException(L"failed to retrieve module name", kSourceFile, kFunction, __LINE__, Trace::none);
         if (K32GetModuleBaseNameW(process, module, name.data(), kLongestPath) == 0)
-            throw RuntimeException(L"failed to retrieve modile base name", kSourceFile, kFunction, __LINE__, false, 2);
+            throw RuntimeException(L"failed to retrieve modile base name", kSourceFile, kFunction, __LINE__, Trace::none);
         const std::uint32_t result = loadModule(path.c_str(), name.c_str(),
                                                 reinterpret_cast<std::uintptr_t>(information.lpBaseOfDll),
                                                 information.SizeOfImage);
         if (result != ERROR_SUCCESS)
             throw RuntimeException(format(L"failed to load module %1% (%2%): %3%", path.c_str(), name.c_str(),
                                           LastError{result}.text()),
-                                   kSourceFile, kFunction, __LINE__, false, 2);
+                                   kSourceFile, kFunction, __LINE__, Trace::none);
     }
     return !modules.empty();
 }
@@ -207,12 +207,12 @@ std::vector<StackFrame> Tracer::getTrace(void* thread, const void* given)
     else if (isCallingThread(thread))
         RtlCaptureContext(&context);
     else if (!readContext(thread, context))
-        throw RuntimeException(format(L"failed to get %p thread context", thread), kSourceFile, kFunction, __LINE__, false, 2);
+        throw RuntimeException(format(L"failed to get %p thread context", thread), kSourceFile, kFunction, __LINE__, Trace::none);
 
     const SymbolBuffer buffer = newSymbolBuffer();
     if (!buffer)
         throw RuntimeException(format(L"failed to allocate memory for symbol capture: %1%", lastErrorText()), kSourceFile,
-                               kFunction, __LINE__, false, 2);
+                               kFunction, __LINE__, Trace::none);
 
     const DbgHelp& engine = session_->engine();
     std::vector<StackFrame> frames;
@@ -222,7 +222,7 @@ std::vector<StackFrame> Tracer::getTrace(void* thread, const void* given)
         if (!engine.walkStack(IMAGE_FILE_MACHINE_AMD64, session_->handle(), thread, &walk, &context, nullptr,
                               engine.functionTable, engine.moduleBase, nullptr))
             throw RuntimeException(format(L"StackWalk64 failed at %1%", walk.AddrPC.Offset), kSourceFile, kFunction, __LINE__,
-                                   false, 2);
+                                   Trace::none);
         frames.push_back(walk.AddrPC.Offset == 0 ? StackFrame{} : describe(walk.AddrPC.Offset, buffer.get()));
     } while (walk.AddrReturn.Offset != 0);
 
@@ -261,12 +261,12 @@ void Tracer::describeSymbol(StackFrame& frame, void* symbolBuffer) const
     UndecoratedName name = shortSymbolName(engine, frame.symbolName);
     if (!name.known)
         throw RuntimeException(format(L"failed to get undecorated symbol short name: %1%", lastErrorText()), kSourceFile,
-                               kFunction, __LINE__, false, 2);
+                               kFunction, __LINE__, Trace::none);
     frame.shortName = std::move(name.text);
     name = completeSymbolName(engine, frame.symbolName);
     if (!name.known)
         throw RuntimeException(format(L"failed to get undecorated symbol complete name: %1%", lastErrorText()), kSourceFile,
-                               kFunction, __LINE__, false, 2);
+                               kFunction, __LINE__, Trace::none);
     frame.completeName = std::move(name.text);
 }
 
@@ -306,13 +306,13 @@ SymbolObject Tracer::getObject(std::uint64_t address)
     loadModules();
     const SymbolBuffer buffer = newSymbolBuffer();
     if (!buffer)
-        throw RuntimeException(L"failed to allocate memory for object image", kSourceFile, kFunction, __LINE__, false, 2);
+        throw RuntimeException(L"failed to allocate memory for object image", kSourceFile, kFunction, __LINE__, Trace::none);
 
     auto& symbol = *reinterpret_cast<SYMBOL_INFOW*>(buffer.get());
     DWORD64 displacement = 0;
     if (!session_->engine().symbolAt(session_->handle(), address, &displacement, &symbol))
         throw RuntimeException(format(L"failed to get object at %p: %s", pointer(address), lastErrorText()), kSourceFile,
-                               kFunction, __LINE__, false, 2);
+                               kFunction, __LINE__, Trace::none);
     return {symbol.Name, symbol.Address, displacement, symbol.ModBase, symbol.Size};
 }
 }

@@ -26,7 +26,7 @@ std::vector<StackFrame> Tracer::traceCurrentThread()
 {
     if (callFails("SymInitializeW"))
         throw RuntimeException(L"failed to initialize tracer", L"st-core\\lib\\WinTracer.cpp",
-                               L"ZelStdCore::Tracer::loadModules", __LINE__, false, 2);
+                               L"ZelStdCore::Tracer::loadModules", __LINE__, Trace::none);
     return machine().stack;
 }
 

@@ -47,7 +47,7 @@ std::vector<StackFrame> (*volatile const kCallerOfTracedFunction)() = &callerOfT
 
 void throwRuntimeException()
 {
-    throw RuntimeException(L"message", L"file", L"throwRuntimeException", __LINE__, true, 2);
+    throw RuntimeException(L"message", L"file", L"throwRuntimeException", __LINE__);
 }
 
 void throwInventoryException()
@@ -129,7 +129,7 @@ TEST(Tracer, ExceptionsLeaveTheirConstructorsOut)
         }
     }
     SetLastError(1234);
-    EXPECT_FALSE(RuntimeException(L"", L"", L"", 0, true, 2).trace().empty());
+    EXPECT_FALSE(RuntimeException(L"", L"", L"", 0).trace().empty());
     EXPECT_EQ(GetLastError(), 1234u);
 }
 

@@ -81,7 +81,7 @@ TEST(ExceptionRecord, FieldsTextAndLogOfEachKindOfException)
         {"an inventory failure", std::make_exception_ptr(inventoryException(3)), 1, "[" + outer + "][lib\\f][N::f]7" + bind,
          "lib\\f:N::f:7:m\xC3\xBC:failed to bind to WMI:" + outer},
         {"a core failure without a trace",
-         std::make_exception_ptr(ZelStdCore::RuntimeException(L"", L"g", L"N::g", 9, false, 2)), 8,
+         std::make_exception_ptr(ZelStdCore::RuntimeException(L"", L"g", L"N::g", 9, ZelStdCore::Trace::none)), 8,
          "[][g][N::g]9[]-", "g:N::g:9:(no meta)"},
         {"a standard exception", std::make_exception_ptr(std::runtime_error("m\xC3\xBC")), 8, "[" + whole + "]--0[m\xC3\xBC]-",
          "m\xC3\xBC:" + whole},

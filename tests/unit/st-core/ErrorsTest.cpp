@@ -88,24 +88,24 @@ TEST(RuntimeException, TraceOfEveryShapeOfStack)
     const struct
     {
         Texts stack;
-        bool captureTrace;
+        Trace trace;
         std::uint32_t skipFrames;
         Texts frames;
     } cases[] = {
-        {{L"a", L"b"}, false, 0, {}},
-        {{L"a", L"b"}, true, 0, {L"a", L"b"}},
-        {{L"a", L"b"}, true, 2, {}},
-        {{L"a"}, true, 0xFFFFFFFF, {}},
-        {{L"a", L"b", L"invoke_main", L"c"}, true, 2, {}},
-        {{L"invoke_main", L"a", L"b"}, true, 2, {L"b"}}, // the start-up code is skipped
-        {{L"a", L"invoke_main", L"b", L"invoke_main"}, true, 0, {L"a"}},
-        {{L"invoke_main2", L"Invoke_main", L"ns::invoke_main"}, true, 0, {L"invoke_main2", L"Invoke_main", L"ns::invoke_main"}},
+        {{L"a", L"b"}, Trace::none, 0, {}},
+        {{L"a", L"b"}, Trace::capture, 0, {L"a", L"b"}},
+        {{L"a", L"b"}, Trace::capture, 2, {}},
+        {{L"a"}, Trace::capture, 0xFFFFFFFF, {}},
+        {{L"a", L"b", L"invoke_main", L"c"}, Trace::capture, 2, {}},
+        {{L"invoke_main", L"a", L"b"}, Trace::capture, 2, {L"b"}}, // the start-up code is skipped
+        {{L"a", L"invoke_main", L"b", L"invoke_main"}, Trace::capture, 0, {L"a"}},
+        {{L"invoke_main2", L"Invoke_main", L"ns::invoke_main"}, Trace::capture, 0, {L"invoke_main2", L"Invoke_main", L"ns::invoke_main"}},
     };
-    for (const auto& [stack, captureTrace, skipFrames, expected] : cases)
+    for (const auto& [stack, trace, skipFrames, expected] : cases)
     {
         SCOPED_TRACE(testing::PrintToString(stack) + " without " + std::to_string(skipFrames));
         machine().stack = stackOf(stack);
-        const RuntimeException error(L"", L"", L"", 0, captureTrace, skipFrames);
+        const RuntimeException error(L"", L"", L"", 0, trace, skipFrames);
         EXPECT_EQ(namesOf(error.frames()), expected);
         EXPECT_EQ(error.trace(), renderFrames(error.frames()));
     }
@@ -123,7 +123,7 @@ TEST(RuntimeException, SurvivesItsTracer)
     {
         machine().fails = failure;
         machine().lastError = 1234;
-        const RuntimeException error(L"message", L"file", L"function", 1, true, 2);
+        const RuntimeException error(L"message", L"file", L"function", 1);
         EXPECT_EQ(error.message(), L"message");
         EXPECT_EQ(error.trace(), L"");
         EXPECT_EQ(machine().lastError, 1234u);
