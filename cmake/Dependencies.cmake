@@ -36,9 +36,10 @@ else()
     target_link_libraries(Boost::filesystem INTERFACE Boost::atomic)
     target_link_libraries(Boost::log INTERFACE Boost::thread Boost::filesystem)
     if(WIN32)
-        target_link_libraries(Boost::atomic INTERFACE synchronization)
         target_link_libraries(Boost::filesystem INTERFACE bcrypt)
-        target_link_libraries(Boost::log INTERFACE secur32 ws2_32 mswsock advapi32)
+        # Boost.Log alone waits on addresses, for which Windows 8 is needed. libsynchronization also offers, from the same library of
+        # Windows 8, what every Windows has in kernel32: whatever links it without need would not load on Windows 7.
+        target_link_libraries(Boost::log INTERFACE secur32 ws2_32 mswsock advapi32 kernel32 synchronization)
     endif()
 
     set(nlohmann_source /usr/include/nlohmann)

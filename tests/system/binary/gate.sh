@@ -38,6 +38,7 @@ check() {
         has "$protection" "$file" "IMAGE_DLL_CHARACTERISTICS_$protection" --file-headers
     done
     has "CET compatibility" "$file" IMAGE_DLL_CHARACTERISTICS_EX_CET_COMPAT --coff-debug-directory
+    has "the flags for the search of its imports" "$file" 'DependentLoadFlags: 0x1100' --coff-load-config
     has "a version" "$file" 'Type: VERSIONINFO' --coff-resources
     has "the plain name of its PDB" "$file" "PDBFileName: $(basename "${file%.dll}").pdb" --coff-debug-directory
     has "the neutral time stamp" "$file" 'TimeDateStamp: 1970-01-01' --file-headers
@@ -69,7 +70,7 @@ END
 compare "the exports" $'VmProbe_GetHostVMType\nVmProbe_IsHostVirtual' "$(exports "$2")"
 
 # Libraries that every Windows process has loaded or finds in the system folder, and our own.
-allowed='advapi32|kernel32|msvcrt|ole32|oleaut32|setupapi|api-ms-win-core-synch-l1-2-0'
+allowed='advapi32|kernel32|msvcrt|ole32|oleaut32|setupapi'
 ! imports "$1" | grep -v -x -E "($allowed|vm_detect)\.dll" || fail "$(basename "$1") imports more than it may"
 ! imports "$2" | grep -v -x -E "($allowed)\.dll" || fail "$(basename "$2") imports more than it may"
 
