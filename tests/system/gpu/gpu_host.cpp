@@ -30,8 +30,8 @@ Function* exported(HMODULE product, const char* name)
 
 int document(const char* productPath)
 {
-    const HMODULE product =
-        LoadLibraryExA(std::filesystem::absolute(productPath).string().c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+    const HMODULE product = LoadLibraryExW(std::filesystem::absolute(productPath).c_str(), nullptr,
+                                           LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32);
     if (!product)
         return 64;
     exported<decltype(hardware_inventory_set_logger)>(product, "hardware_inventory_set_logger")(print);

@@ -1,6 +1,7 @@
 #include "tests/system/product/Product.h"
 
 #include <stdexcept>
+#include <system_error>
 
 namespace
 {
@@ -46,10 +47,10 @@ std::filesystem::path OwnFolder::add(const std::filesystem::path& built, const s
 }
 
 Product::Product(const std::filesystem::path& path) :
-    module_(LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH))
+    module_(LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32))
 {
-    if (!module_)
-        throw std::runtime_error("not loaded: " + path.string());
+    if (const auto error = static_cast<int>(GetLastError()); !module_)
+        throw std::system_error(error, std::system_category(), "not loaded: " + path.string());
     for (std::size_t kind = 0; kind < kindCount; ++kind)
         findFunction(module_, kinds[kind].function, find_[kind]);
     findFunction(module_, "release_buffer", releaseBuffer);

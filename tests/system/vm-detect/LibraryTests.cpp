@@ -18,10 +18,10 @@ bool thisIsKvm()
     return features[2] < 0 && std::memcmp(&signature[1], "KVMKVMKVM\0\0", 12) == 0;
 }
 
-// The built library as a host loads it.
+// The built library, from the folder of this program.
 TEST(VmDetectLibrary, JudgesThisHost)
 {
-    const HMODULE library = LoadLibraryW(L"vm_detect.dll");
+    const HMODULE library = LoadLibraryExW(L"vm_detect.dll", nullptr, LOAD_LIBRARY_SEARCH_APPLICATION_DIR);
     const auto hostType =
         reinterpret_cast<decltype(&VmProbe_GetHostVMType)>(GetProcAddress(library, "VmProbe_GetHostVMType"));
     const auto isVirtual =
