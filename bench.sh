@@ -6,7 +6,7 @@
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
-ensure_packages "${build_packages[@]}" googletest libbenchmark-dev libpci-dev
+ensure_packages "${build_packages[@]}" googletest libbenchmark-dev libpci-dev dmidecode time
 folder="$root/build/bench"
 say "building the benchmarks"
 quietly cmake -S "$root" --preset native -B "$folder" -DHW_INVENTORY_BENCH=ON \
@@ -16,7 +16,8 @@ HW_INVENTORY_CORPUS=${HW_INVENTORY_CORPUS:-$(sed -n 's/^HW_INVENTORY_CORPUS:PATH
 export HW_INVENTORY_CORPUS
 
 report=$(mktemp)
-trap 'rm -f "$report"' EXIT
+samples=$(mktemp -d)
+trap 'rm -rf "$report" "$samples"' EXIT
 short=0
 for program in "$folder"/benchmarks/*; do
     say "running $(basename "$program")"
@@ -41,6 +42,35 @@ for program in collections traced-failure; do
     "${on_wine[@]}" "$wine_folder/bin/$program.exe" 2> /dev/null |
         tr -d '\r' | tee -a "$report" | { grep -v '^figure ' >&2 || true; } || short=1
 done
+
+# The command-line host against a bare client's process, from the start of Wine's loader to the end. Both run in turn.
+rounds=21
+# sample PROGRAM: adds the wall time in microseconds and the peak memory in KiB to the program's samples
+sample() {
+    local start=${EPOCHREALTIME/[.,]/}
+    /usr/bin/time -o "$samples/peak" -f %M "${on_wine[@]}" "$wine_folder/bin/$1.exe" > /dev/null 2>&1
+    echo $((${EPOCHREALTIME/[.,]/} - start)) >> "$samples/$1.time"
+    cat "$samples/peak" >> "$samples/$1.memory"
+}
+median() { sort -n "$samples/$1" | sed -n $((rounds / 2 + 1))p; }
+# figure NAME BAR EXPRESSION
+figure() {
+    local value verdict=ok
+    value=$(awk "BEGIN { printf \"%.3f\", $3 }")
+    awk "BEGIN { exit !($value <= $2) }" || { verdict=short; short=1; }
+    echo "figure $1: $value (bar: at most $2) $verdict" >> "$report"
+}
+say "running hw-inventory and a bare client under Wine"
+for ((round = 0; round < rounds; ++round)); do
+    sample hw-inventory
+    sample bare-client
+done
+for program in hw-inventory bare-client; do
+    say "$program: $(($(median "$program.time") / 1000)) ms, $(($(median "$program.memory") / 1024)) MiB at the peak"
+done
+figure "the whole program's wall time against a bare client process" 1.3 "$(median hw-inventory.time) / $(median bare-client.time)"
+figure "the whole program's peak memory beyond a bare client process, MiB" 16 \
+    "($(median hw-inventory.memory) - $(median bare-client.memory)) / 1024"
 
 sed -n 's/^figure //p' "$report"
 exit $short

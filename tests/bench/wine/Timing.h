@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdio>
 #include <vector>
 
 template <class Work>
@@ -22,4 +23,12 @@ inline double quantile(std::vector<double> values, double share)
     const auto place = values.begin() + static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
     std::nth_element(values.begin(), place, values.end());
     return *place;
+}
+
+// One line of the table that bench.sh ends with; returns whether the figure holds.
+inline bool printFigure(const char* name, double value, double bar)
+{
+    const bool held = value <= bar;
+    std::printf("figure %s: %.3f (bar: at most %g) %s\n", name, value, bar, held ? "ok" : "short");
+    return held;
 }
