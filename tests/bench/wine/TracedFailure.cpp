@@ -9,7 +9,7 @@
 #include <vector>
 
 // Holds the time of a failing collection, nearly all of which is its stack trace, to that of a bare session of the system's symbol
-// engine over the same kind of stack. Both work in turn within one run; the first failure of the process is told apart.
+// handler over the same kind of stack. Both work in turn within one run; the first failure of the process is told apart.
 //   traced-failure
 namespace
 {
