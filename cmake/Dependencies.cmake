@@ -37,8 +37,8 @@ else()
     target_link_libraries(Boost::log INTERFACE Boost::thread Boost::filesystem)
     if(WIN32)
         target_link_libraries(Boost::filesystem INTERFACE bcrypt)
-        # Boost.Log alone waits on addresses, for which Windows 8 is needed. libsynchronization also offers, from the same library of
-        # Windows 8, what every Windows has in kernel32: whatever links it without need would not load on Windows 7.
+        # Boost.Log alone waits on addresses, for which Windows 8 is needed. libsynchronization also offers, from that same library
+        # of Windows 8, what every Windows has in kernel32: whatever links it without need would not load on Windows 7.
         target_link_libraries(Boost::log INTERFACE secur32 ws2_32 mswsock advapi32 kernel32 synchronization)
     endif()
 
