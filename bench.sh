@@ -15,6 +15,7 @@ quietly cmake --build "$folder" --target benchmarks
 HW_INVENTORY_CORPUS=${HW_INVENTORY_CORPUS:-$(sed -n 's/^HW_INVENTORY_CORPUS:PATH=//p' "$folder/CMakeCache.txt")}
 export HW_INVENTORY_CORPUS
 
+PATH=$PATH:/usr/sbin # where dmidecode lies
 report=$(mktemp)
 samples=$(mktemp -d)
 trap 'rm -rf "$report" "$samples"' EXIT
@@ -48,7 +49,8 @@ rounds=21
 # sample PROGRAM: adds the wall time in microseconds and the peak memory in KiB to the program's samples
 sample() {
     local start=${EPOCHREALTIME/[.,]/}
-    /usr/bin/time -o "$samples/peak" -f %M "${on_wine[@]}" "$wine_folder/bin/$1.exe" > /dev/null 2>&1
+    /usr/bin/time -o "$samples/peak" -f %M "${on_wine[@]}" "$wine_folder/bin/$1.exe" > /dev/null 2>&1 ||
+        { say "$1 fails"; exit 1; }
     echo $((${EPOCHREALTIME/[.,]/} - start)) >> "$samples/$1.time"
     cat "$samples/peak" >> "$samples/$1.memory"
 }
