@@ -49,6 +49,9 @@ void GpuVendorRegistry::refreshAll()
 
 const IGPU* GpuVendorRegistry::find(const std::wstring& pciAddress) const
 {
+    // An adapter whose library gave no address has the empty one, and is none of those that Windows could not place.
+    if (pciAddress.empty())
+        return nullptr;
     const auto entry = gpus_.find(pciAddress);
     return entry == gpus_.end() ? nullptr : entry->second;
 }

@@ -32,7 +32,7 @@ public:
 
     void refreshAll();
 
-    // Null for an address that no library knows. Case counts.
+    // Null for the empty address, and for one that no library knows. Case counts.
     const IGPU* find(const std::wstring& pciAddress) const;
 
 private:
