@@ -20,7 +20,7 @@ struct CpuidRegisters
 using Cpuid = CpuidRegisters (*)(std::uint32_t leaf);
 
 // The processor's word on hypervisors. Without the hypervisor bit everything else stays empty: a bare processor answers the
-// hypervisor's leaves with leftovers of another leaf.
+// hypervisor's leaves with leftovers of another leaf. An emulated processor has no word: on Windows on ARM all stays empty.
 struct HypervisorFacts
 {
     bool present = false;

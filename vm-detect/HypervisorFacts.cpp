@@ -6,6 +6,7 @@ namespace VmDetect
 {
 namespace
 {
+constexpr std::uint32_t kVendorLeaf = 0;
 constexpr std::uint32_t kFeatureLeaf = 1;
 constexpr std::uint32_t kHypervisorBit = 1u << 31; // of ECX
 
@@ -17,16 +18,29 @@ constexpr std::uint32_t kSecondSignatureLeaf = 0x40000100;
 constexpr std::uint32_t kMicrosoftInterface = 0x31237648; // "Hv#1"
 constexpr std::uint32_t kCreatePartitions = 1u << 0;      // of EBX
 
-std::string signatureOf(const CpuidRegisters& registers)
+std::string textOf(std::uint32_t first, std::uint32_t second, std::uint32_t third)
 {
     char letters[12];
-    std::memcpy(letters, &registers.ebx, 4);
-    std::memcpy(letters + 4, &registers.ecx, 4);
-    std::memcpy(letters + 8, &registers.edx, 4);
+    std::memcpy(letters, &first, 4);
+    std::memcpy(letters + 4, &second, 4);
+    std::memcpy(letters + 8, &third, 4);
 
-    std::string signature(letters, sizeof letters);
-    signature.erase(signature.find_last_not_of('\0') + 1);
-    return signature;
+    std::string text(letters, sizeof letters);
+    text.erase(text.find_last_not_of('\0') + 1);
+    return text;
+}
+
+std::string signatureOf(const CpuidRegisters& registers)
+{
+    return textOf(registers.ebx, registers.ecx, registers.edx);
+}
+
+// Windows on ARM runs this program on a processor made of software, whose word on hypervisors is none of the machine's.
+bool isEmulated(Cpuid cpuid)
+{
+    const CpuidRegisters registers = cpuid(kVendorLeaf);
+    const std::string vendor = textOf(registers.ebx, registers.edx, registers.ecx);
+    return vendor == "Virtual CPU " || vendor == "MicrosoftXTA";
 }
 
 // The privileges mean what Microsoft says only where the hypervisor claims Microsoft's interface and has that leaf at all.
@@ -43,7 +57,7 @@ bool mayCreatePartitions(Cpuid cpuid, std::uint32_t highestLeaf)
 HypervisorFacts hypervisorFacts(Cpuid cpuid)
 {
     HypervisorFacts facts;
-    facts.present = (cpuid(kFeatureLeaf).ecx & kHypervisorBit) != 0;
+    facts.present = (cpuid(kFeatureLeaf).ecx & kHypervisorBit) != 0 && !isEmulated(cpuid);
     if (!facts.present)
         return facts;
 

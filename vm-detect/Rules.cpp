@@ -134,8 +134,8 @@ bool isMicrosoftRoot(const HostFacts& facts)
     return facts.hypervisor.rootPartition && facts.hypervisor.signature == "Microsoft Hv";
 }
 
-// Hypervisors that guard the one system of a physical machine.
-bool isGuarded(const HostFacts& facts)
+// Thin hypervisors of endpoint security, under the one system of a physical machine.
+bool isSecurityHypervisor(const HostFacts& facts)
 {
     const std::string& name = facts.hypervisor.signature;
     return name == "SRESRESRESRE" || name == "EVMMEVMMEVMM";
@@ -149,12 +149,24 @@ bool onHypervisor(const HostFacts& facts)
 // For names that physical machines carry as well: appliances of a maker whose guests are named like them, bare metal of a cloud.
 bool asGuest(const HostFacts& facts)
 {
-    return onHypervisor(facts) && !isMicrosoftRoot(facts) && !isGuarded(facts);
+    return onHypervisor(facts) && !isMicrosoftRoot(facts) && !isSecurityHypervisor(facts);
 }
 
-bool ownFirmwareSaysVirtual(const HostFacts& facts)
+// Firmware that a manufacturer filled in, be it with placeholders, which boards are sold with. Hypervisors' own firmware names
+// itself at most; the public one for guests has these names.
+bool namesManufacturer(const FirmwareFacts& firmware)
 {
-    return facts.firmware.virtualMachine;
+    for (const std::string_view guestFirmware : {"EFI Development Kit", "SeaBIOS"})
+        if (begins(firmware.maker, guestFirmware) || begins(firmware.biosVendor, guestFirmware))
+            return false;
+    return !firmware.maker.empty() || !firmware.boardMaker.empty();
+}
+
+// One fact alone is met on physical machines: a thin security hypervisor that has no row here, a mark set by mistake, a table
+// without names. Physical is the lesser error: it withholds nothing of a real machine.
+bool twoFactsSayVirtual(const HostFacts& facts)
+{
+    return facts.hypervisor.present + facts.firmware.virtualMachine + !namesManufacturer(facts.firmware) >= 2;
 }
 
 struct Clue
@@ -209,6 +221,7 @@ constexpr Rule kRules[] = {
     {Type::parallels, always, {{anyName, contains, "Parallels"}}},
     {Type::parallels, always, {{signature, is, " lrpepyh  vr"}}},
     {Type::parallels, always, {{signature, is, " prl hyperv "}}},
+    {Type::parallels, always, {{signature, is, "prl hyperv  "}}},
 
     {Type::virtualBox, always, {{makerOrBios, is, "innotek GmbH"}}},
     {Type::virtualBox, always, {{product, is, "VirtualBox"}}},
@@ -250,9 +263,13 @@ constexpr Rule kRules[] = {
     {Type::physical, isMicrosoftRoot},
     {Type::hyperV, always, {{signature, is, "Microsoft Hv"}}},
 
-    {Type::physical, isGuarded},
-    {Type::unknown, onHypervisor},
-    {Type::unknown, ownFirmwareSaysVirtual},
+    // Hypervisors of guests only, that have no type of their own.
+    {Type::unknown, always, {{signature, is, "bhyve bhyve "}}},
+    {Type::unknown, always, {{signature, is, "ACRNACRNACRN"}}},
+    {Type::unknown, always, {{signature, contains, "QNXQVMBSQG"}}}, // written with and without spaces around it
+
+    {Type::physical, isSecurityHypervisor},
+    {Type::unknown, twoFactsSayVirtual},
 };
 
 bool isFound(const Clue& clue, const HostFacts& facts)

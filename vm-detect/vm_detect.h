@@ -21,6 +21,7 @@ extern "C" {
  *   17 KVM                      18 RHEV                    19 Oracle Virtual Machine  20 Parallels Cloud Server
  *   21 Amazon Cloud             22 Microsoft Azure         23 HCI                     24 KVM Server
  *   25 Scale HC3
+ * vm_detect.dll itself returns 0, 5 to 10, 13 and 15 to 25. The others are for a library in its place.
  */
 int32_t VmProbe_GetHostVMType(void);
 

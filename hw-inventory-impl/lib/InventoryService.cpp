@@ -47,7 +47,7 @@ namespace
 
 InventoryService& InventoryService::instance()
 {
-    static auto& service = *new InventoryService;
+    static constinit InventoryService service;
     return service;
 }
 

@@ -14,7 +14,7 @@ class VendorRegistry;
 class InventoryService
 {
 public:
-    // Created on first use, never destroyed.
+    // The same object for the life of the process.
     static InventoryService& instance();
 
     std::vector<CpuInfo> findCpus();

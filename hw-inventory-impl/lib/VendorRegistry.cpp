@@ -1,5 +1,6 @@
 #include "hw-inventory-impl/lib/VendorRegistry.h"
 
+#include "hw-inventory-impl/lib/BuiltOnce.h"
 #include "hw-inventory-impl/lib/PCI/PciIdDatabase.h"
 #include "st-core/lib/HostLogger.h"
 
@@ -65,19 +66,19 @@ namespace
         return row.back();
     }
 
-    VendorRegistry readDatabase()
+    std::unique_ptr<const VendorRegistry> readDatabase()
     {
-        VendorRegistry registry;
+        auto registry = std::make_unique<VendorRegistry>();
         for (const std::wstring& name : PciIdDatabase::instance().vendorNames())
-            registry.registerVendor(name);
+            registry->registerVendor(name);
         return registry;
     }
 }
 
 const VendorRegistry& VendorRegistry::instance()
 {
-    static const VendorRegistry registry = readDatabase();
-    return registry;
+    static constinit BuiltOnce<const VendorRegistry> registry;
+    return registry.get(readDatabase);
 }
 
 void VendorRegistry::registerVendor(const std::wstring& name)

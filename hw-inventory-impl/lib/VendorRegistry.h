@@ -18,7 +18,8 @@ public:
         std::wstring rest;   // the text behind its first word, the separator included; the whole text without a match
     };
 
-    // Filled with every vendor name of the PCI ID database, in ascending vendor order. Built on first use, guarded.
+    // Filled with every vendor name of the PCI ID database, in ascending vendor order. Built on first use, destroyed
+    // when the process ends.
     static const VendorRegistry& instance();
 
     VendorRegistry() = default;

@@ -18,15 +18,17 @@ const wchar_t* severityName(Severity severity)
 
 HostLogger& HostLogger::instance()
 {
-    static auto& logger = *new HostLogger;
+    static constinit HostLogger logger;
     return logger;
 }
 
 void HostLogger::log(Severity severity, std::wstring_view message) const
 {
-    if (!callback_)
+    // Read once: the host may clear the slot while the message is converted.
+    const Callback callback = callback_;
+    if (!callback)
         return;
     const std::string bytes = toUtf8(message);
-    callback_(static_cast<std::uint32_t>(severity), bytes.c_str());
+    callback(static_cast<std::uint32_t>(severity), bytes.c_str());
 }
 }

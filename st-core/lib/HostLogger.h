@@ -26,7 +26,7 @@ class HostLogger
 public:
     using Callback = void (*)(std::uint32_t level, const char* message);
 
-    // Created on first use, never destroyed.
+    // The same object for the life of the process.
     static HostLogger& instance();
 
     // Replaces the callback; null switches host logging off.

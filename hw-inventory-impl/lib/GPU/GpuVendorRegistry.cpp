@@ -1,9 +1,10 @@
 #include "hw-inventory-impl/lib/GPU/GpuVendorRegistry.h"
 
 #include "hw-inventory-impl/lib/GPU/AMDGroup.h"
-#include "hw-inventory-impl/lib/GPU/GPUException.h"
 #include "hw-inventory-impl/lib/GPU/NvidiaGroup.h"
 #include "st-core/lib/HostLogger.h"
+
+#include <utility>
 
 namespace HardwareInventory
 {
@@ -20,7 +21,7 @@ GpuVendorRegistry::GpuVendorRegistry()
     }
     catch (const AMDException& error)
     {
-        logWarning(L"error retrieving AMD information: %1%", error.what());
+        amdFailure_ = error;
     }
 
     try
@@ -31,14 +32,24 @@ GpuVendorRegistry::GpuVendorRegistry()
     }
     catch (const NvidiaException& error)
     {
-        logWarning(L"error retrieving Nvidia information: %1%", error.what());
+        nvidiaFailure_ = error;
     }
 }
 
 GpuVendorRegistry& GpuVendorRegistry::instance()
 {
+    // Nothing is logged while the registry is built: the host's callback may collect again, and would wait for ever for it.
     static GpuVendorRegistry registry;
+    registry.logFailures();
     return registry;
+}
+
+void GpuVendorRegistry::logFailures()
+{
+    if (const auto failure = std::exchange(amdFailure_, std::nullopt))
+        logWarning(L"error retrieving AMD information: %1%", failure->what());
+    if (const auto failure = std::exchange(nvidiaFailure_, std::nullopt))
+        logWarning(L"error retrieving Nvidia information: %1%", failure->what());
 }
 
 void GpuVendorRegistry::refreshAll()
@@ -49,6 +60,9 @@ void GpuVendorRegistry::refreshAll()
 
 const IGPU* GpuVendorRegistry::find(const std::wstring& pciAddress) const
 {
+    // An adapter whose library gave no address has the empty one, and is none of those that Windows could not place.
+    if (pciAddress.empty())
+        return nullptr;
     const auto entry = gpus_.find(pciAddress);
     return entry == gpus_.end() ? nullptr : entry->second;
 }

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "hw-inventory-impl/lib/GPU/GPUException.h"
 #include "hw-inventory-impl/lib/GPU/IGPU.h"
 #include "hw-inventory-impl/lib/Records.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -17,8 +19,7 @@ class NvidiaGroup;
 // number. An adapter is known by the exact text of its PCI address. A missing library is a warning, once per process.
 void completeFromVendorLibraries(std::vector<GpuInfo>& gpus);
 
-// The adapters of both vendors' libraries by PCI address. A vendor whose library cannot be used is a warning and contributes
-// none.
+// The adapters of both vendors' libraries by PCI address. A vendor whose library cannot be used contributes none.
 class GpuVendorRegistry
 {
 public:
@@ -30,9 +31,12 @@ public:
     // never changes.
     static GpuVendorRegistry& instance();
 
+    // One warning for each vendor that failed, on the first call.
+    void logFailures();
+
     void refreshAll();
 
-    // Null for an address that no library knows. Case counts.
+    // Null for the empty address, and for one that no library knows. Case counts.
     const IGPU* find(const std::wstring& pciAddress) const;
 
 private:
@@ -42,5 +46,7 @@ private:
     std::shared_ptr<AMDGroup> amd_;
     std::shared_ptr<NvidiaGroup> nvidia_;
     std::unordered_map<std::wstring, IGPU*> gpus_;
+    std::optional<AMDException> amdFailure_;
+    std::optional<NvidiaException> nvidiaFailure_;
 };
 }

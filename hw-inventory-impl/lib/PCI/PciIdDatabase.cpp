@@ -5,6 +5,7 @@
 #include "st-core/lib/MemoryMappedFile.h"
 
 #include <memory>
+#include <utility>
 
 using ZelStdCore::logWarning;
 
@@ -33,8 +34,12 @@ namespace
 
 PciIdDatabase& PciIdDatabase::instance()
 {
-    static auto& database = *readBuiltInList().release();
-    return database;
+    // Set when the list is read, not while it is read: reading can log, and the host's callback can come here in its turn. What
+    // that call has read goes, as no one uses it any more.
+    static constinit PciIdDatabase* database = nullptr;
+    if (!database)
+        delete std::exchange(database, readBuiltInList().release());
+    return *database;
 }
 
 PciIdDatabase::PciIdDatabase(const std::wstring& path)

@@ -115,6 +115,9 @@ void fillFromPnpDeviceId(DeviceInfo& device, const std::wstring& pnpDeviceId)
 
 void fillPciAddress(DeviceInfo& device, const std::wstring& pnpDeviceId)
 {
+    // The empty identifier names no device; SetupAPI is not asked, which may take it for any.
+    if (pnpDeviceId.empty())
+        return warnOfDeviceSetup({DeviceSetupStep::deviceSet, 0}, pnpDeviceId);
     const auto answer = Platform::deviceLocation(pnpDeviceId);
     if (const auto* failure = std::get_if<DeviceSetupFailure>(&answer))
         return warnOfDeviceSetup(*failure, pnpDeviceId);

@@ -23,13 +23,12 @@ namespace
         std::string_view anchor;
         std::size_t lengthOffset;  // of the byte that tells how many bytes are summed
         std::size_t versionOffset; // major, then minor
-        std::size_t shortest;      // the end of the last field that is read
         void (AbstractParser::*handle)(std::span<const std::uint8_t> entryPoint);
     };
 
     constexpr EntryPointForm kEntryPointForms[] = {
-        {"_SM3_", 0x06, 0x07, 0x18, &AbstractParser::handleEntryPoint64},
-        {"_SM_", 0x05, 0x06, 0x1C, &AbstractParser::handleEntryPoint32},
+        {"_SM3_", 0x06, 0x07, &AbstractParser::handleEntryPoint64},
+        {"_SM_", 0x05, 0x06, &AbstractParser::handleEntryPoint32},
     };
 
     const EntryPointForm* formOf(std::span<const std::uint8_t> entryPoint)
@@ -43,15 +42,14 @@ namespace
         return form != std::end(kEntryPointForms) ? form : nullptr;
     }
 
-    // The bytes that the entry point's checksum covers; none where the sum or the length is wrong.
-    std::span<const std::uint8_t> soundBytes(std::span<const std::uint8_t> entryPoint, const EntryPointForm& form)
+    // A sum over more bytes than there are is wrong.
+    bool sumIsRight(std::span<const std::uint8_t> entryPoint, const EntryPointForm& form)
     {
-        const std::size_t length = numberAt<std::uint8_t>(entryPoint, form.lengthOffset).value_or(0);
-        if (length < form.shortest || length > entryPoint.size())
-            return {};
-        const auto summed = entryPoint.first(length);
-        const unsigned sum = std::accumulate(summed.begin(), summed.end(), 0u);
-        return sum % 256 == 0 ? summed : std::span<const std::uint8_t>();
+        const auto length = numberAt<std::uint8_t>(entryPoint, form.lengthOffset);
+        if (!length || *length > entryPoint.size())
+            return false;
+        const auto summed = entryPoint.first(*length);
+        return std::accumulate(summed.begin(), summed.end(), 0u) % 256 == 0;
     }
 
     std::wstring convert(std::string_view text)
@@ -81,13 +79,13 @@ void AbstractParser::parse(std::span<const std::uint8_t> entryPoint)
     if (!form)
         throw Exception(ErrorCode::smbiosMagic, errorText(ErrorCode::smbiosMagic), kSourceFile,
                         L"HardwareInventory::SMBIOS::AbstractParser::parse", __LINE__);
-    const auto sound = soundBytes(entryPoint, *form);
-    if (sound.empty())
+    if (!sumIsRight(entryPoint, *form))
         throw Exception(ErrorCode::smbiosChecksum, errorText(ErrorCode::smbiosChecksum), kSourceFile,
                         L"HardwareInventory::SMBIOS::AbstractParser::parse", __LINE__);
 
-    version_ = {sound[form->versionOffset], sound[form->versionOffset + 1]};
-    (this->*form->handle)(sound);
+    version_ = {numberAt<std::uint8_t>(entryPoint, form->versionOffset).value_or(0),
+                numberAt<std::uint8_t>(entryPoint, form->versionOffset + 1).value_or(0)};
+    (this->*form->handle)(entryPoint);
     ZelStdCore::logInfo(L"SMBIOS Version: %d.%d", version_.major, version_.minor);
 }
 

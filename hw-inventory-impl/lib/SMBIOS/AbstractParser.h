@@ -23,15 +23,16 @@ public:
     // Takes the table from the parser's own source and walks it.
     virtual void read() = 0;
 
-    // Locates the structure table that a sound entry point names, and walks it.
+    // Locates the structure table that an entry point names, and walks it. The entry point has its anchor and a right sum, but
+    // may be too short for what it should hold.
     virtual void handleEntryPoint32(std::span<const std::uint8_t> entryPoint) = 0;
     virtual void handleEntryPoint64(std::span<const std::uint8_t> entryPoint) = 0;
 
     // Replaces an earlier handler of the type, with a warning.
     void registerHandler(std::uint8_t type, StructureHandler handler);
 
-    // Takes an entry point: validates it, sets the version and hands it on by its form. Throws ErrorHandling::Exception with
-    // smbiosMagic for bytes that are no entry point, and with smbiosChecksum for one that is damaged or cut off.
+    // Takes an entry point: checks its sum, sets the version and hands it on by its form. Throws ErrorHandling::Exception with
+    // smbiosMagic for bytes that are no entry point, and with smbiosChecksum for one that is damaged or shorter than it says.
     void parse(std::span<const std::uint8_t> entryPoint);
 
     // Dispatches every structure from the first one to the end-of-table structure, which alone ends the walk. The table must be

@@ -1,5 +1,6 @@
 #include "hw-inventory-impl/lib/SMBIOS/SmbiosInventory.h"
 
+#include "hw-inventory-impl/lib/BuiltOnce.h"
 #include "hw-inventory-impl/lib/SMBIOS/StructureDecoders.h"
 #include "hw-inventory-impl/lib/SMBIOS/Win32Parser.h"
 
@@ -33,8 +34,8 @@ namespace
 
 const SmbiosInventory& SmbiosInventory::instance()
 {
-    static const auto& inventory = *new SmbiosInventory;
-    return inventory;
+    static constinit BuiltOnce<const SmbiosInventory> inventory;
+    return inventory.get([] { return std::make_unique<const SmbiosInventory>(); });
 }
 
 SmbiosInventory::SmbiosInventory()

@@ -16,7 +16,7 @@ class SmbiosInventory
 {
 public:
     // The process-wide inventory, read on the first call. A table that cannot be read or decoded throws std::runtime_error (or
-    // what a handler threw), and the next call tries again. Unsynchronised; never destroyed.
+    // what a handler threw), and the next call tries again. Destroyed when the process ends.
     static const SmbiosInventory& instance();
 
     SmbiosInventory();

@@ -38,14 +38,12 @@ void Win32Parser::read()
 
 void Win32Parser::handleEntryPoint32(std::span<const std::uint8_t> entryPoint)
 {
-    walkPhysicalMemory(numberAt<std::uint32_t>(entryPoint, 0x18).value_or(0),
-                       numberAt<std::uint16_t>(entryPoint, 0x16).value_or(0));
+    walkPhysicalMemory(numberAt<std::uint32_t>(entryPoint, 0x18), numberAt<std::uint16_t>(entryPoint, 0x16));
 }
 
 void Win32Parser::handleEntryPoint64(std::span<const std::uint8_t> entryPoint)
 {
-    walkPhysicalMemory(numberAt<std::uint64_t>(entryPoint, 0x10).value_or(0),
-                       numberAt<std::uint32_t>(entryPoint, 0x0C).value_or(0));
+    walkPhysicalMemory(numberAt<std::uint64_t>(entryPoint, 0x10), numberAt<std::uint32_t>(entryPoint, 0x0C));
 }
 
 // Leaves the table in the buffer, with room for the tail.
@@ -62,16 +60,18 @@ void Win32Parser::fill(std::uint32_t provider, std::uint32_t table)
     buffer_.resize(copied);
 }
 
-void Win32Parser::walkPhysicalMemory(std::uint64_t address, std::uint32_t length)
+void Win32Parser::walkPhysicalMemory(std::optional<std::uint64_t> address, std::optional<std::uint32_t> length)
 {
-    const std::uint64_t range = address - address % kMemoryRangeSize;
+    if (!address || !length)
+        throw std::runtime_error("failed to read SMBIOS table");
+    const std::uint64_t range = *address - *address % kMemoryRangeSize;
     if (range > std::numeric_limits<std::uint32_t>::max())
         throw std::runtime_error("failed to read SMBIOS table");
     fill(kRawFirmwareProvider, static_cast<std::uint32_t>(range));
-    const auto begin = static_cast<std::size_t>(address - range);
+    const auto begin = static_cast<std::size_t>(*address - range);
     if (begin >= buffer_.size())
         throw std::runtime_error("failed to read SMBIOS table");
-    walkBuffer(begin, std::min<std::size_t>(begin + length, buffer_.size()));
+    walkBuffer(begin, std::min<std::size_t>(begin + *length, buffer_.size()));
 }
 
 void Win32Parser::walkBuffer(std::size_t begin, std::size_t end)

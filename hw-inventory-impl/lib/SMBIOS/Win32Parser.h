@@ -2,6 +2,8 @@
 
 #include "hw-inventory-impl/lib/SMBIOS/AbstractParser.h"
 
+#include <optional>
+
 namespace HardwareInventory::SMBIOS
 {
 // Takes the table from the operating system's firmware-table interface.
@@ -15,13 +17,14 @@ public:
     void read() override;
 
     // The system shows a process the physical memory from 0xC0000 to 0xFFFFF alone, where firmware without UEFI keeps the table.
-    // Throws std::runtime_error for a table elsewhere.
+    // Throws std::runtime_error for a table elsewhere, and for an entry point too short to say where.
     void handleEntryPoint32(std::span<const std::uint8_t> entryPoint) override;
     void handleEntryPoint64(std::span<const std::uint8_t> entryPoint) override;
 
 private:
     void fill(std::uint32_t provider, std::uint32_t table);
-    void walkPhysicalMemory(std::uint64_t address, std::uint32_t length);
+    // Unset: the entry point ends before the field does.
+    void walkPhysicalMemory(std::optional<std::uint64_t> address, std::optional<std::uint32_t> length);
     void walkBuffer(std::size_t begin, std::size_t end);
 
     std::vector<std::uint8_t> buffer_; // what handlers see lies in it

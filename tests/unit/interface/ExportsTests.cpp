@@ -1,9 +1,11 @@
 #include "tests/unit/interface/Collectors.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 using fakes::machine;
@@ -26,6 +28,18 @@ void failQueriesWith(std::function<void()> failure)
     management().cimv2.otherwise = [failure](const std::wstring&) { return failure(), fakes::FakeObjects(); };
     management().standardCimv2.otherwise = management().cimv2.otherwise;
 }
+
+std::string documentsOfAllKinds()
+{
+    std::string documents;
+    for (const Collector& collector : kCollectors)
+        documents += collect(collector).document;
+    return documents;
+}
+
+class NestedCollection : public testing::TestWithParam<std::size_t>
+{
+};
 }
 
 TEST(Exports, DocumentsOfAWholeMachine)
@@ -156,3 +170,37 @@ TEST(Exports, LoggerCanBeReplacedAndSwitchedOff)
     EXPECT_EQ(first, (std::vector<std::string>{"2null buffer_size provided to write exception info to"}));
     EXPECT_EQ(second.size(), 1u);
 }
+
+// The callback can collect every kind in its turn: while the first call builds what the process has once, and later.
+TEST_P(NestedCollection, IsWholeAndLeavesTheOuterOneWhole)
+{
+    static bool nested = false;
+    static std::vector<std::string> inner;
+    std::size_t nestings = 0;
+    setUpWholeMachine();
+    management().cimv2.answers.erase(L"SELECT * FROM Win32_VideoController"); // a warning before the vendor libraries'
+    for (const char* call : {"the first", "a later one"})
+    {
+        hardware_inventory_set_logger([](uint32_t level, const char*)
+        {
+            if (level != 1 || std::exchange(nested, true))
+                return;
+            inner.push_back(documentsOfAllKinds());
+            nested = false;
+        });
+        const std::string outer = collect(kCollectors[GetParam()]).document;
+        hardware_inventory_set_logger(nullptr);
+        nestings += inner.size();
+        EXPECT_EQ(outer, collect(kCollectors[GetParam()]).document) << call;
+        EXPECT_THAT(std::exchange(inner, {}), testing::Each(documentsOfAllKinds())) << call;
+
+        // Every property is a warning from now on.
+        management().cimv2.answers.clear();
+        management().standardCimv2.answers.clear();
+        management().cimv2.otherwise = [](const std::wstring&) { return fakes::FakeObjects(1); };
+        management().standardCimv2.otherwise = management().cimv2.otherwise;
+    }
+    EXPECT_GT(nestings, 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Exports, NestedCollection, testing::Range<std::size_t>(0, std::size(kCollectors)));

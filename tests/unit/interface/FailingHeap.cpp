@@ -27,7 +27,9 @@ bool failsNow()
         return false;
     heap.armed = false;
     heap.failed = true;
-    return true;
+    if (heap.instead)
+        heap.instead();
+    return !heap.instead;
 }
 
 void* allocate(std::size_t size)

@@ -2,13 +2,15 @@
 
 #include <cstddef>
 
-// The heap of a program that links FailingHeap.cpp: every operator new of it, on any thread. Lets a single allocation fail.
+// The heap of a program that links FailingHeap.cpp: every operator new of it, on any thread. Lets a single allocation fail, or
+// something else happen in it.
 struct FailingHeap
 {
     bool armed = false;
     bool failed = false;     // since it was armed
     std::size_t left = 0;    // allocations before the one that fails
     std::ptrdiff_t live = 0; // blocks taken and not given back
+    void (*instead)() = nullptr; // called in place of the failure
 
     void arm(std::size_t index)
     {

@@ -201,6 +201,19 @@ TEST_F(MemoryFailures, FunctionsThatCollectNothing)
     }
 }
 
+TEST_F(MemoryFailures, ACallbackClearedWhileItsLineIsWritten)
+{
+    heap.instead = [] { hardware_inventory_set_logger(nullptr); };
+    heap.failed = true;
+    for (std::size_t index = 0; heap.failed; ++index)
+    {
+        hardware_inventory_set_logger(ignoreLine);
+        heap.arm(index);
+        EXPECT_EQ(hardware_inventory_exception_string(nullptr, nullptr), EXPORT_STATUS_NO_SIZE) << index;
+    }
+    heap = {};
+}
+
 #ifdef HW_INVENTORY_WRAPS_MALLOC
 TEST_F(MemoryFailures, NoMemoryForTheDocument)
 {

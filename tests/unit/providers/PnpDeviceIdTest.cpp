@@ -111,5 +111,11 @@ TEST_F(PnpDeviceIdTest, PciAddress)
         EXPECT_EQ(gpu.pciAddress, each.address);
         EXPECT_EQ(takeLog(), each.log);
     }
+
+    machine().calls.clear();
+    GpuInfo gpu;
+    fillPciAddress(gpu, L"");
+    EXPECT_EQ(takeLog(), Lines{"failed to get handle to a device information set from device PNP id ''"});
+    EXPECT_EQ(machine().calls, std::vector<std::string>());
 }
 }

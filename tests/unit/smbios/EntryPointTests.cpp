@@ -123,8 +123,11 @@ TEST(EntryPoint, LeadsToItsTableOrToAClearFailure)
         {entryPoint32(0x1C), walked32},
         {with(entryPoint64(), 5, 1), checksum},
         {cut(entryPoint64(), 0x17), checksum},
-        {with(cut(entryPoint64(), 0x18), 6, 0), checksum}, // a sum of nothing
-        {entryPoint32(0x1B), checksum},
+        {cut(entryPoint64(), 6), checksum},
+        {with(entryPoint64(), 6, 0), walked64}, // the sum of nothing is right
+        {with(cut(entryPoint64(), 0x17), 6, 0), unreadable},
+        {with(cut(entryPoint64(), 7), 6, 0), unreadable},
+        {entryPoint32(0x1B), unreadable},
         {entryPoint64(0, 0, "_SM3X"), magic},
         {cut(entryPoint32(), 3), magic},
         {{}, magic},

@@ -135,6 +135,13 @@ TEST(VmFirmwareFacts, RealMachinesByTheirFirmwareAlone)
         // With Hyper-V or memory integrity on, a physical machine stays one and a virtual one too.
         facts.hypervisor = {true, "Microsoft Hv", "", true};
         EXPECT_EQ(hypervisorType(facts), type) << name;
+
+        // Under a thin hypervisor that no rule names, or marked as virtual by mistake.
+        facts.hypervisor = {true, "ThinThinThin", "", false};
+        EXPECT_EQ(hypervisorType(facts), type) << name;
+        facts.hypervisor = {};
+        facts.firmware.virtualMachine = true;
+        EXPECT_EQ(hypervisorType(facts), type) << name;
     }
     EXPECT_GT(virtualMachines, 0);
     EXPECT_GT(physicalMachines, virtualMachines);

@@ -82,6 +82,20 @@ TEST(VmFunctions, FromTheProcessorsLeaves)
     }
 }
 
+// Only the firmware is left to judge by. Leaf 0 has its letters in EBX, EDX and ECX.
+TEST(VmFunctions, AnEmulatedProcessorSaysNothingOfHypervisors)
+{
+    const VmDetect::CpuidRegisters virtualCpu{1, 0x74726956, 0x20555043, 0x206C6175};   // "Virtual CPU "
+    const VmDetect::CpuidRegisters microsoftXta{1, 0x7263694D, 0x41545874, 0x666F736F}; // "MicrosoftXTA"
+    for (const VmDetect::CpuidRegisters& vendor : {virtualCpu, microsoftXta})
+    {
+        leaves = {{0, vendor}, {1, kBit}, {0x40000000, kKvm}};
+        const VmDetect::HypervisorFacts facts = VmDetect::hypervisorFacts(&VmDetect::Platform::cpuid);
+        EXPECT_EQ(facts.present, false);
+        EXPECT_EQ(facts.signature, "");
+    }
+}
+
 TEST(VmFunctions, FromFirmwareAndRegistry)
 {
     table = RawTable().add(1, {1, 2}, {"Microsoft Corporation", "Virtual Machine"}).bytes();

@@ -66,6 +66,12 @@ const Machine kMachines[] = {
     // The board counts only where the system has no name.
     {.type = 0, .maker = "ASUSTeK", .product = "PRIME", .boardMaker = "Microsoft Corporation", .boardProduct = "Virtual Machine"},
     {.type = 0, .maker = "Contoso", .registryBiosVersion = "ACME - 9000816"},
+    // A single odd fact: a security hypervisor that is not listed, the firmware's mark, a table without names.
+    {.type = 0, .maker = "LENOVO", .product = "20L8S07A14", .processor = guest, .signature = "ThinThinThin"},
+    {.type = 0, .maker = "Dell Inc.", .product = "OptiPlex 7080", .virtualMachineBit = true},
+    {.type = 0, .maker = "To Be Filled By O.E.M.", .processor = guest, .boardMaker = "ASRock"},
+    {.type = 0, .product = "Barebone", .boardMaker = "ASRock", .virtualMachineBit = true},
+    {.type = 0, .biosVendor = "SeaBIOS"},
     {.type = 0, .biosVersion = "1.31", .registryBiosVersion = "VMW71.00V.1"},
     // Guests, by their firmware.
     {.type = 5, .maker = "Contoso", .product = "VMware7,1"},
@@ -112,10 +118,14 @@ const Machine kMachines[] = {
     {.type = 6, .maker = "Microsoft Corporation", .product = "Virtual Machine", .registryBiosVersion = "A M I  - 9000520"},
     {.type = 5, .registryBiosVersion = "VMW71.00V.1"},
     {.type = 10, .maker = "EFI Development Kit", .virtualMachineBit = true},
+    {.type = 10, .maker = "Contoso", .biosVendor = "EFI Development Kit II / OVMF", .virtualMachineBit = true},
+    {.type = 10, .maker = "Contoso", .biosVendor = "SeaBIOS", .processor = guest},
+    {.type = 10, .maker = "Contoso", .processor = guest, .virtualMachineBit = true},
     // Guests whose firmware is silent, by the processor. Several wear the mask of Hyper-V.
     {.type = 5, .processor = guest, .signature = "VMwareVMware"},
     {.type = 9, .processor = guest, .signature = " lrpepyh  vr"},
     {.type = 9, .processor = guest, .signature = " prl hyperv "},
+    {.type = 9, .maker = "Contoso", .processor = guest, .signature = "prl hyperv  "},
     {.type = 15, .processor = guest, .signature = "VBoxVBoxVBox"},
     {.type = 13, .processor = guest, .signature = "XenVMMXenVMM"},
     {.type = 13, .processor = guest, .signature = kMicrosoft, .secondSignature = "XenVMMXenVMM"},
@@ -126,6 +136,10 @@ const Machine kMachines[] = {
     {.type = 17, .processor = guest, .signature = "Linux KVM Hv"},
     {.type = 8, .maker = "Dell Inc.", .processor = guest, .signature = kMicrosoft},
     {.type = 10, .processor = microsoftRoot, .signature = "bhyve bhyve "}, // the right means nothing under another hypervisor
+    {.type = 10, .maker = "Contoso", .processor = guest, .signature = "bhyve bhyve "},
+    {.type = 10, .maker = "Contoso", .processor = guest, .signature = "ACRNACRNACRN"},
+    {.type = 10, .maker = "Contoso", .processor = guest, .signature = " QNXQVMBSQG "},
+    {.type = 10, .maker = "Contoso", .processor = guest, .signature = "QNXQVMBSQG"},
     {.type = 10, .processor = guest}, // a hypervisor that hides its name
     {.type = 10, .processor = guest, .signature = "xKVMKVMKVM"},
 };
