@@ -114,6 +114,7 @@ TEST(Connection, TheMissingOptionalNamespaceIsToldWithItsOwnError)
     keepLog();
     fakes::com().answers["ConnectServer ROOT\\StandardCIMV2"] = E_ACCESSDENIED;
     const WMIConnections connections;
+    EXPECT_EQ(GetModuleHandleW(L"dbghelp.dll"), nullptr) << "a trace that nobody reads";
     EXPECT_EQ(logLines, Trace{"1 failed to bind to ROOT\\StandardCIMV2 WMI namespace: " + ZelStdCore::toUtf8(failureText())});
 }
 

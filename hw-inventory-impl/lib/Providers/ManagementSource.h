@@ -1,5 +1,7 @@
 #pragma once
 
+#include "st-core/lib/RuntimeException.h"
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -71,6 +73,8 @@ public:
     virtual void query(const std::wstring& wql, const ObjectCallback& callback) = 0;
 };
 
-// Connects the calling thread to a namespace. Throws ErrorHandling::Exception with one of the connection's codes.
-std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath);
+// Connects the calling thread to a namespace. Throws ErrorHandling::Exception with one of the connection's codes. The trace of the
+// code ErrorCode::wmiBind is as asked for: that of an optional namespace is caught and only logged.
+std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath,
+                                                          ZelStdCore::Trace bindTrace = ZelStdCore::Trace::capture);
 }

@@ -15,7 +15,7 @@ namespace
     {
         try
         {
-            return connectManagementSource(L"ROOT\\StandardCIMV2");
+            return connectManagementSource(L"ROOT\\StandardCIMV2", ZelStdCore::Trace::none);
         }
         catch (const ErrorHandling::Exception& failure)
         {

@@ -54,7 +54,7 @@ HRESULT ApartmentMembership::join()
     return result;
 }
 
-WMIConnection::WMIConnection(const std::wstring& namespacePath)
+WMIConnection::WMIConnection(const std::wstring& namespacePath, ZelStdCore::Trace bindTrace)
 {
     HRESULT result = apartment_.join();
     if (FAILED(result) && result != RPC_E_CHANGED_MODE)
@@ -76,7 +76,7 @@ WMIConnection::WMIConnection(const std::wstring& namespacePath)
     if (FAILED(result))
     {
         const LastError error = LastError::capture();
-        throw Exception(ErrorCode::wmiBind, format(kFailure, error.text(), error.code), kSource, kConnect, __LINE__);
+        throw Exception(ErrorCode::wmiBind, format(kFailure, error.text(), error.code), kSource, kConnect, __LINE__, bindTrace);
     }
 
     result = ComApi::setProxyBlanket(services_.get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, RPC_C_AUTHN_LEVEL_CALL,
@@ -130,8 +130,8 @@ void WMIConnection::query(const std::wstring& wql, const ObjectCallback& callbac
     }
 }
 
-std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath)
+std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath, ZelStdCore::Trace bindTrace)
 {
-    return std::make_unique<WMIConnection>(namespacePath);
+    return std::make_unique<WMIConnection>(namespacePath, bindTrace);
 }
 }

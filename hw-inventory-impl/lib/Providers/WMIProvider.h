@@ -31,7 +31,7 @@ private:
 class WMIConnection final : public ManagementSource
 {
 public:
-    explicit WMIConnection(const std::wstring& namespacePath);
+    WMIConnection(const std::wstring& namespacePath, ZelStdCore::Trace bindTrace);
     ~WMIConnection() override;
 
     void query(const std::wstring& wql, const ObjectCallback& callback) override;
