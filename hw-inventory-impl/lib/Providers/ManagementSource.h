@@ -31,7 +31,7 @@ struct OtherType
 
 using PropertyValue = std::variant<Unreadable, Null, std::wstring, std::int32_t, bool, OtherType>;
 
-// A result object. Every operation asks the object once for the named property; none of them logs.
+// A result object. Every operation asks the object once for the named property; none of them warns.
 class ManagementObject
 {
 public:
@@ -44,7 +44,7 @@ public:
     virtual PropertyValue get(const wchar_t* property) const = 0;
 
     // The value converted to a boolean; nothing when the property cannot be read. A value that does not convert raises the
-    // platform's COM error, which is no std::exception.
+    // platform's COM error, which is no std::exception, behind a trace line that has its result.
     virtual std::optional<bool> getBool(const wchar_t* property) const = 0;
 
     enum class ArrayFailure
@@ -54,7 +54,7 @@ public:
     };
 
     // The texts of an array, in index order; none for a null value. Anything else than an array of texts raises the platform's
-    // COM error.
+    // COM error, again behind a trace line.
     virtual std::variant<std::vector<std::wstring>, ArrayFailure> getStringArray(const wchar_t* property) const = 0;
 };
 

@@ -26,6 +26,12 @@ namespace
     // Static objects are initialised by the thread that loads the library.
     const DWORD loaderThreadId = GetCurrentThreadId();
 
+    // The messages of the failures have the last OS error alone, which many of COM's refusals leave at 0.
+    void logResult(const std::wstring& call, HRESULT result)
+    {
+        ZelStdCore::logTrace(L"%s failed: 0x%08X", call, static_cast<std::uint32_t>(result));
+    }
+
     struct FreeBstr
     {
         void operator()(BSTR text) const { SysFreeString(text); }
@@ -60,6 +66,7 @@ WMIConnection::WMIConnection(const std::wstring& namespacePath, ZelStdCore::Trac
     if (FAILED(result) && result != RPC_E_CHANGED_MODE)
     {
         const LastError error = LastError::capture();
+        logResult(L"CoInitializeEx", result);
         throw Exception(ErrorCode::comInitialization, format(kFailure, error.text(), error.code), kSource, kConnect, __LINE__);
     }
 
@@ -68,6 +75,7 @@ WMIConnection::WMIConnection(const std::wstring& namespacePath, ZelStdCore::Trac
     if (FAILED(result))
     {
         const LastError error = LastError::capture();
+        logResult(L"CoCreateInstance", result);
         throw Exception(ErrorCode::wmiLocator, format(kFailure, error.text(), error.code), kSource, kConnect, __LINE__);
     }
 
@@ -76,6 +84,7 @@ WMIConnection::WMIConnection(const std::wstring& namespacePath, ZelStdCore::Trac
     if (FAILED(result))
     {
         const LastError error = LastError::capture();
+        logResult(L"IWbemLocator::ConnectServer '" + namespacePath + L"'", result);
         throw Exception(ErrorCode::wmiBind, format(kFailure, error.text(), error.code), kSource, kConnect, __LINE__, bindTrace);
     }
 
@@ -84,6 +93,7 @@ WMIConnection::WMIConnection(const std::wstring& namespacePath, ZelStdCore::Trac
     if (FAILED(result))
     {
         const LastError error = LastError::capture();
+        logResult(L"CoSetProxyBlanket", result);
         throw Exception(ErrorCode::wmiSecurityBlanket, format(kFailure, error.text(), error.code), kSource, kConnect, __LINE__);
     }
 
@@ -108,6 +118,7 @@ void WMIConnection::query(const std::wstring& wql, const ObjectCallback& callbac
     if (FAILED(result))
     {
         const LastError error = LastError::capture();
+        logResult(L"IWbemServices::ExecQuery '" + wql + L"'", result);
         throw Exception(ErrorCode::wmiQuery, format(L"'%1%': %2% (GetLastError() = %3%)", wql, error.text(), error.code), kSource,
                         L"HardwareInventory::Providers::WMIProvider::WMIConnection::query", __LINE__);
     }
