@@ -20,6 +20,7 @@ using Trace = std::vector<std::string>;
 const std::string kJoin = "CoInitializeEx 0";
 const std::string kCreate = "CoCreateInstance locator 1";
 const std::string kBind = "ConnectServer ROOT\\CIMV2";
+const std::string kBindStandard = "ConnectServer ROOT\\StandardCIMV2";
 const std::string kBlanket = "CoSetProxyBlanket 10 0 3 3 0";
 const std::string kQuery = "ExecQuery WQL SELECT * FROM Win32_Fan 48";
 const std::string kLeave = "CoUninitialize";
@@ -120,6 +121,48 @@ TEST(Connection, LeavesComOnceWhateverApartmentItFound)
         EXPECT_EQ(takeTrace(),
                   (Trace{kJoin, kCreate, kBind, kBlanket, kQuery, "~enumerator", "~services", "~locator", kLeave}));
     }
+}
+
+// What both connections of a thread do on the way, and what is left of it in the end.
+const Trace kBothConnect{kJoin, kCreate, kBind, kBlanket, kJoin, kCreate, kBindStandard, kBlanket};
+const Trace kReleased{"~services", "~locator", "~services", "~locator"};
+
+Trace operator+(Trace left, const Trace& right)
+{
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
+
+TEST(Connection, AThreadReleasesBeforeItLeavesComAndNothingIntoAClosedApartment)
+{
+    fakes::com().answers["CoInitializeEx"] = RPC_E_CHANGED_MODE;
+    const std::optional<APTTYPE> none;
+    for (const auto& atItsEnd : {std::optional(APTTYPE_STA), std::optional(APTTYPE_MTA), none})
+    {
+        fakes::com().apartment = APTTYPE_STA;
+        std::thread(
+            [&]
+            {
+                WMIConnections::forThisThread();
+                fakes::com().apartment = atItsEnd;
+            })
+            .join();
+        const bool stands = atItsEnd == APTTYPE_STA;
+        EXPECT_EQ(takeTrace(), kBothConnect + (stands ? kReleased : Trace()) + Trace(2, kLeave));
+    }
+}
+
+// The loading thread, too: it goes on, and its next call connects anew.
+TEST(Connection, AThreadThatCannotKeepItsConnectionsGivesThemBack)
+{
+    while (FlsAlloc(nullptr) != FLS_OUT_OF_INDEXES)
+        continue;
+    EXPECT_THROW(WMIConnections::forThisThread(), std::runtime_error);
+    EXPECT_EQ(takeTrace(), (kBothConnect + Trace{"~services", "~locator", kLeave, "~services", "~locator", kLeave}));
+
+    fakes::com().answers["CoInitializeEx"] = RPC_E_CHANGED_MODE;
+    EXPECT_THROW(WMIConnections::forThisThread(), std::runtime_error);
+    EXPECT_EQ(takeTrace(), kBothConnect + kReleased);
 }
 
 // The half-made connection is given back before the warning is written.

@@ -118,6 +118,9 @@ namespace
             deliver(wql, callback);
         }
 
+        void release() override {}
+        void disconnect() override {}
+
     private:
         FakeObjects objectsOf(const std::wstring& wql) const
         {

@@ -71,6 +71,14 @@ public:
     // Calls back once per result object, in order, on this thread. Throws ErrorHandling::Exception with the code
     // ErrorCode::wmiQuery when the query cannot be run; an iteration that breaks off is a warning, and what was delivered stays.
     virtual void query(const std::wstring& wql, const ObjectCallback& callback) = 0;
+
+    // Before the destruction of a connection that ends with its thread: gives back what can be given back by then. Only the
+    // destructor leaves COM, since of a thread's connections the first to leave can close the apartment of all.
+    virtual void release() = 0;
+
+    // Before the destruction of a connection whose thread goes on: gives back whatever it took, and leaves the host's apartment
+    // open.
+    virtual void disconnect() = 0;
 };
 
 // Connects the calling thread to a namespace. Throws ErrorHandling::Exception with one of the connection's codes. The trace of the

@@ -9,6 +9,7 @@
 #include <comdef.h>
 
 #include <memory>
+#include <utility>
 
 namespace HardwareInventory::Providers::WMIProvider
 {
@@ -45,19 +46,43 @@ namespace
             throw _com_error(E_OUTOFMEMORY);
         return copy;
     }
+
+    std::optional<APTTYPE> currentApartment()
+    {
+        APTTYPE type = APTTYPE_CURRENT;
+        return SUCCEEDED(ComApi::getApartmentType(type)) ? std::optional(type) : std::nullopt;
+    }
 }
 
 ApartmentMembership::~ApartmentMembership()
 {
-    if (leaves_)
+    if (joined_ || leavesAlways_)
         ComApi::uninitialize();
 }
 
 HRESULT ApartmentMembership::join()
 {
     const HRESULT result = ComApi::initializeEx(COINIT_MULTITHREADED);
-    leaves_ = SUCCEEDED(result);
+    joined_ = SUCCEEDED(result);
     return result;
+}
+
+void ApartmentMembership::stay()
+{
+    leavesAlways_ = true;
+    type_ = currentApartment();
+}
+
+void ApartmentMembership::leave()
+{
+    leavesAlways_ = false;
+    if (std::exchange(joined_, false))
+        ComApi::uninitialize();
+}
+
+bool ApartmentMembership::isGone() const
+{
+    return currentApartment() != type_;
 }
 
 WMIConnection::WMIConnection(const std::wstring& namespacePath, ZelStdCore::Trace bindTrace)
@@ -98,14 +123,39 @@ WMIConnection::WMIConnection(const std::wstring& namespacePath, ZelStdCore::Trac
     }
 
     // A connection that stands leaves COM once in any case; one that failed must not close the apartment of its host.
-    apartment_.leaveAlways();
+    apartment_.stay();
 }
 
 WMIConnection::~WMIConnection()
 {
+    release();
+}
+
+void WMIConnection::release()
+{
     // The loading thread can end while the process tears COM down; a call into the proxy could then wait for ever.
     if (GetCurrentThreadId() == loaderThreadId)
         services_.detach();
+    releaseInterfaces();
+}
+
+void WMIConnection::disconnect()
+{
+    releaseInterfaces();
+    apartment_.leave();
+}
+
+void WMIConnection::releaseInterfaces()
+{
+    // CoUninitialize has closed the thread's RPC connections, freed what the proxies rest on, and may have unloaded the modules
+    // that have their code. What is lost is memory of this process alone.
+    if (apartment_.isGone())
+    {
+        services_.detach();
+        locator_.detach();
+    }
+    services_.reset();
+    locator_.reset();
 }
 
 void WMIConnection::query(const std::wstring& wql, const ObjectCallback& callback)
