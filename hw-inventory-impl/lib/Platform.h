@@ -111,6 +111,8 @@ bool processIsTerminating();
 
 // One pointer per thread. The destroy function is called with it when the thread ends, without the loader lock, and not at all
 // when the process is terminating. Keeping a first value pins the library in the process. False when no slot can be had.
+// A value that a fiber keeps is destroyed when the fiber is deleted on the same thread; a fiber that is deleted on another thread
+// leaves it to its thread, which uses it until it ends and does not destroy it.
 void* threadValue();
 bool keepForThread(void* value, void (*destroy)(void*));
 std::uint32_t currentThreadId();

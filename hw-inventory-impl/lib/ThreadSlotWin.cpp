@@ -4,9 +4,13 @@
 
 #include <memory>
 #include <new>
+#include <utility>
 
 // Fiber-local storage, because its callback runs before the loader takes its lock. A thread_local object would be destroyed under
 // that lock, where releasing COM interfaces can wait for ever on a thread that wants it too.
+//
+// The callback runs on the thread that deletes the fiber, which need not be the value's. The value itself is therefore kept by
+// thread, and the fiber's slot only reports an end.
 namespace HardwareInventory::Platform
 {
 namespace
@@ -20,12 +24,18 @@ namespace
     // Allocated with the first value that is kept and never given back.
     DWORD slot = FLS_OUT_OF_INDEXES;
 
+    thread_local KeptValue* keptByThread = nullptr;
+
     void WINAPI destroyKept(void* data)
     {
-        // The other threads are gone by then, with whatever locks they held.
-        if (!data || processIsTerminating())
+        // The thread of a fiber that is deleted elsewhere goes on with its value. Identifiers would not do to compare: the system
+        // uses those of threads that ended again.
+        if (!data || data != keptByThread)
             return;
-        const std::unique_ptr<KeptValue> kept(static_cast<KeptValue*>(data));
+        // The other threads are gone by then, with whatever locks they held.
+        if (processIsTerminating())
+            return;
+        const std::unique_ptr<KeptValue> kept(std::exchange(keptByThread, nullptr));
         kept->destroy(kept->value);
     }
 
@@ -43,32 +53,26 @@ namespace
             slot = FlsAlloc(destroyKept);
         return slot != FLS_OUT_OF_INDEXES;
     }
-
-    KeptValue* keptValue()
-    {
-        return slot == FLS_OUT_OF_INDEXES ? nullptr : static_cast<KeptValue*>(FlsGetValue(slot));
-    }
 }
 
 void* threadValue()
 {
-    const KeptValue* kept = keptValue();
-    return kept ? kept->value : nullptr;
+    return keptByThread ? keptByThread->value : nullptr;
 }
 
 bool keepForThread(void* value, void (*destroy)(void*))
 {
     if (!haveSlot())
         return false;
-    if (KeptValue* kept = keptValue())
+    if (keptByThread)
     {
-        *kept = {value, destroy};
+        *keptByThread = {value, destroy};
         return true;
     }
     std::unique_ptr<KeptValue> kept(new (std::nothrow) KeptValue{value, destroy});
     if (!kept || !FlsSetValue(slot, kept.get()))
         return false;
-    kept.release();
+    keptByThread = kept.release();
     return true;
 }
 

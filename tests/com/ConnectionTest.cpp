@@ -20,9 +20,11 @@ using Trace = std::vector<std::string>;
 const std::string kJoin = "CoInitializeEx 0";
 const std::string kCreate = "CoCreateInstance locator 1";
 const std::string kBind = "ConnectServer ROOT\\CIMV2";
+const std::string kBindStandard = "ConnectServer ROOT\\StandardCIMV2";
 const std::string kBlanket = "CoSetProxyBlanket 10 0 3 3 0";
 const std::string kQuery = "ExecQuery WQL SELECT * FROM Win32_Fan 48";
 const std::string kLeave = "CoUninitialize";
+const std::string kBindRefused = "IWbemLocator::ConnectServer 'ROOT\\CIMV2' failed: 0x80070005";
 
 Trace logLines;
 
@@ -44,6 +46,16 @@ void queryOnWorker(const ObjectCallback& callback)
     std::thread([&] { connectManagementSource(L"ROOT\\CIMV2")->query(L"SELECT * FROM Win32_Fan", callback); }).join();
 }
 
+void keepLog()
+{
+    ZelStdCore::HostLogger::instance().set(
+        [](std::uint32_t level, const char* text)
+        {
+            logLines.push_back(std::to_string(level) + " " + text);
+            SetLastError(fakes::kErrorOfCleanup);
+        });
+}
+
 TEST(Connection, AFailingStepTellsItsCodeAndLeavesNothingBehind)
 {
     const wchar_t* const connect = L"HardwareInventory::Providers::WMIProvider::WMIConnection::WMIConnection";
@@ -57,19 +69,26 @@ TEST(Connection, AFailingStepTellsItsCodeAndLeavesNothingBehind)
         Trace trace;
         std::wstring function;
         std::wstring prefix;
+        std::string logged;
     } cases[] = {
-        {"CoInitializeEx", E_OUTOFMEMORY, E_OUTOFMEMORY, ErrorCode::comInitialization, {kJoin}, connect, L""},
-        {"CoCreateInstance", REGDB_E_CLASSNOTREG, S_OK, ErrorCode::wmiLocator, {kJoin, kCreate, kLeave}, connect, L""},
-        {"ConnectServer", E_ACCESSDENIED, S_FALSE, ErrorCode::wmiBind, {kJoin, kCreate, kBind, "~locator", kLeave}, connect, L""},
+        {"CoInitializeEx", E_OUTOFMEMORY, E_OUTOFMEMORY, ErrorCode::comInitialization, {kJoin}, connect, L"",
+         "CoInitializeEx failed: 0x8007000E"},
+        {"CoCreateInstance", REGDB_E_CLASSNOTREG, S_OK, ErrorCode::wmiLocator, {kJoin, kCreate, kLeave}, connect, L"",
+         "CoCreateInstance failed: 0x80040154"},
+        {"ConnectServer", E_ACCESSDENIED, S_FALSE, ErrorCode::wmiBind, {kJoin, kCreate, kBind, "~locator", kLeave}, connect, L"",
+         kBindRefused},
         {"CoSetProxyBlanket", E_NOINTERFACE, S_OK, ErrorCode::wmiSecurityBlanket,
-         {kJoin, kCreate, kBind, kBlanket, "~services", "~locator", kLeave}, connect, L""},
+         {kJoin, kCreate, kBind, kBlanket, "~services", "~locator", kLeave}, connect, L"",
+         "CoSetProxyBlanket failed: 0x80004002"},
         // The apartment of the host is not closed for a connection that never stood.
         {"ConnectServer", E_ACCESSDENIED, RPC_E_CHANGED_MODE, ErrorCode::wmiBind,
-         {kJoin, kCreate, kBind, "~locator"}, connect, L""},
+         {kJoin, kCreate, kBind, "~locator"}, connect, L"", kBindRefused},
         // The loading thread keeps its proxy.
-        {"ExecQuery", E_ACCESSDENIED, S_OK, ErrorCode::wmiQuery,
-         {kJoin, kCreate, kBind, kBlanket, kQuery, "~locator", kLeave}, query, L"'SELECT * FROM Win32_Fan': "},
+        {"ExecQuery", HRESULT(WBEM_E_ACCESS_DENIED), S_OK, ErrorCode::wmiQuery,
+         {kJoin, kCreate, kBind, kBlanket, kQuery, "~locator", kLeave}, query, L"'SELECT * FROM Win32_Fan': ",
+         "IWbemServices::ExecQuery 'SELECT * FROM Win32_Fan' failed: 0x80041003"},
     };
+    keepLog();
     for (const auto& test : cases)
     {
         SCOPED_TRACE(test.failing);
@@ -87,6 +106,8 @@ TEST(Connection, AFailingStepTellsItsCodeAndLeavesNothingBehind)
             EXPECT_EQ(exception.file(), L"hw-inventory-impl\\lib\\Providers\\WMIProvider.cpp");
         }
         EXPECT_EQ(takeTrace(), test.trace);
+        ASSERT_FALSE(logLines.empty());
+        EXPECT_EQ(std::exchange(logLines, {}).front(), "3 " + test.logged) << "before the lines of the stack trace";
     }
 }
 
@@ -102,10 +123,46 @@ TEST(Connection, LeavesComOnceWhateverApartmentItFound)
     }
 }
 
-void keepLog()
+// What both connections of a thread do on the way, and what is left of it in the end.
+const Trace kBothConnect{kJoin, kCreate, kBind, kBlanket, kJoin, kCreate, kBindStandard, kBlanket};
+const Trace kReleased{"~services", "~locator", "~services", "~locator"};
+
+Trace operator+(Trace left, const Trace& right)
 {
-    ZelStdCore::HostLogger::instance().set([](std::uint32_t level, const char* text)
-                                           { logLines.push_back(std::to_string(level) + " " + text); });
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
+
+TEST(Connection, AThreadReleasesBeforeItLeavesComAndNothingIntoAClosedApartment)
+{
+    fakes::com().answers["CoInitializeEx"] = RPC_E_CHANGED_MODE;
+    const std::optional<APTTYPE> none;
+    for (const auto& atItsEnd : {std::optional(APTTYPE_STA), std::optional(APTTYPE_MTA), none})
+    {
+        fakes::com().apartment = APTTYPE_STA;
+        std::thread(
+            [&]
+            {
+                WMIConnections::forThisThread();
+                fakes::com().apartment = atItsEnd;
+            })
+            .join();
+        const bool stands = atItsEnd == APTTYPE_STA;
+        EXPECT_EQ(takeTrace(), kBothConnect + (stands ? kReleased : Trace()) + Trace(2, kLeave));
+    }
+}
+
+// The loading thread, too: it goes on, and its next call connects anew.
+TEST(Connection, AThreadThatCannotKeepItsConnectionsGivesThemBack)
+{
+    while (FlsAlloc(nullptr) != FLS_OUT_OF_INDEXES)
+        continue;
+    EXPECT_THROW(WMIConnections::forThisThread(), std::runtime_error);
+    EXPECT_EQ(takeTrace(), (kBothConnect + Trace{"~services", "~locator", kLeave, "~services", "~locator", kLeave}));
+
+    fakes::com().answers["CoInitializeEx"] = RPC_E_CHANGED_MODE;
+    EXPECT_THROW(WMIConnections::forThisThread(), std::runtime_error);
+    EXPECT_EQ(takeTrace(), kBothConnect + kReleased);
 }
 
 // The half-made connection is given back before the warning is written.
@@ -114,7 +171,10 @@ TEST(Connection, TheMissingOptionalNamespaceIsToldWithItsOwnError)
     keepLog();
     fakes::com().answers["ConnectServer ROOT\\StandardCIMV2"] = E_ACCESSDENIED;
     const WMIConnections connections;
-    EXPECT_EQ(logLines, Trace{"1 failed to bind to ROOT\\StandardCIMV2 WMI namespace: " + ZelStdCore::toUtf8(failureText())});
+    EXPECT_EQ(GetModuleHandleW(L"dbghelp.dll"), nullptr) << "a trace that nobody reads";
+    EXPECT_EQ(logLines, (Trace{"3 IWbemLocator::ConnectServer 'ROOT\\StandardCIMV2' failed: 0x80070005",
+                               "1 failed to bind to ROOT\\StandardCIMV2 WMI namespace: " +
+                                   ZelStdCore::toUtf8(failureText())}));
 }
 
 TEST(Connection, AQueryDeliversWhatCameBeforeItsEnd)

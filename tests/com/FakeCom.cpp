@@ -113,6 +113,13 @@ void uninitialize()
     SetLastError(fakes::kErrorOfCleanup);
 }
 
+HRESULT getApartmentType(APTTYPE& type)
+{
+    SetLastError(fakes::kErrorOfCleanup);
+    type = fakes::com().apartment.value_or(APTTYPE_CURRENT);
+    return fakes::com().apartment ? S_OK : CO_E_NOTINITIALIZED;
+}
+
 HRESULT createInstance(REFCLSID classId, DWORD context, REFIID interfaceId, void** object)
 {
     const bool locator = IsEqualGUID(classId, CLSID_WbemLocator) && IsEqualGUID(interfaceId, IID_IWbemLocator);

@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,7 @@ using ObjectPointer = HardwareInventory::Providers::ComPointer<IWbemClassObject>
 struct FakeCom
 {
     std::map<std::string, HRESULT> answers; // by the call with its arguments or by its name; others succeed
+    std::optional<APTTYPE> apartment = APTTYPE_MTA; // of every thread
 
     std::vector<ObjectPointer> results; // what a query yields
     HRESULT end = WBEM_S_FALSE;                                    // what the enumerator answers behind the last result

@@ -1,6 +1,6 @@
 #include "hw-inventory-impl/lib/Providers/WMIValues.h"
 
-#include "st-core/lib/Text.h"
+#include "st-core/lib/HostLogger.h"
 #include "tests/com/FakeCom.h"
 
 #include <comdef.h>
@@ -116,17 +116,27 @@ std::string described(const std::variant<Texts, ArrayFailure>& answer)
     return list;
 }
 
-// What a getter answers for the property "P" of an object, which has none where there is no value.
+std::string lines;
+
+// What a getter answers for the property "P" of an object, which has none where there is no value. The reason of an error is
+// logged before it is raised, and nothing else.
 template <class Getter>
-std::string answerOf(Getter getter, const Make& value)
+std::string answerOf(Getter getter, const Make& value, const wchar_t* reason = L"")
 {
+    ZelStdCore::HostLogger::instance().set([](std::uint32_t level, const char* text)
+                                           { lines += std::to_string(level) + " " + text; });
+    lines.clear();
     const WMIObject object(fakes::makeObject("object", value));
     try
     {
-        return described((object.*getter)(L"P"));
+        std::string answer = described((object.*getter)(L"P"));
+        EXPECT_EQ(lines, "");
+        return answer;
     }
     catch (const _com_error& error)
     {
+        EXPECT_EQ(lines, ZelStdCore::toUtf8(ZelStdCore::format(L"3 'P' property of %p %s: 0x%08X", object.address(), reason,
+                                                                  static_cast<std::uint32_t>(error.Error()))));
         return error.Error() == DISP_E_TYPEMISMATCH ? "mismatch"
                : error.Error() == E_INVALIDARG      ? "invalid"
                                                     : "error " + std::to_string(error.Error());
@@ -185,8 +195,8 @@ TEST(Values, EachGetterTakesWhatItCan)
     {
         SCOPED_TRACE(test.name);
         EXPECT_EQ(answerOf(&WMIObject::get, test.make), test.value);
-        EXPECT_EQ(answerOf(&WMIObject::getBool, test.make), test.flag);
-        EXPECT_EQ(answerOf(&WMIObject::getStringArray, test.make), test.list);
+        EXPECT_EQ(answerOf(&WMIObject::getBool, test.make, L"does not convert to a boolean"), test.flag);
+        EXPECT_EQ(answerOf(&WMIObject::getStringArray, test.make, L"cannot be read as an array of BSTR"), test.list);
     }
     // A value is cleared once; each object goes once.
     EXPECT_EQ(std::ranges::count(fakes::com().trace, "~value"), 3);

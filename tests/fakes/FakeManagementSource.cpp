@@ -118,6 +118,9 @@ namespace
             deliver(wql, callback);
         }
 
+        void release() override {}
+        void disconnect() override {}
+
     private:
         FakeObjects objectsOf(const std::wstring& wql) const
         {
@@ -149,7 +152,7 @@ namespace
     };
 
     // The steps of a connection in their order, and what each throws when it fails.
-    void runConnectionSteps(const std::optional<ErrorCode>& failure)
+    void runConnectionSteps(const std::optional<ErrorCode>& failure, ZelStdCore::Trace bindTrace)
     {
         constexpr std::pair<const char*, ErrorCode> steps[] = {
             {"CoInitializeEx", ErrorCode::comInitialization},
@@ -162,7 +165,8 @@ namespace
             {
                 const auto error = ZelStdCore::LastError::capture();
                 throw Exception(code, ZelStdCore::format(L"%1% (GetLastError() = %2%)", error.text(), error.code), kSource,
-                                L"fakes::FakeManagementSource::FakeManagementSource", __LINE__);
+                                L"fakes::FakeManagementSource::FakeManagementSource", __LINE__,
+                                code == ErrorCode::wmiBind ? bindTrace : ZelStdCore::Trace::capture);
             }
         }
     }
@@ -265,13 +269,13 @@ void setUpOneOfEverything()
 
 namespace HardwareInventory::Providers::WMIProvider
 {
-std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath)
+std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath, ZelStdCore::Trace bindTrace)
 {
     const bool standard = namespacePath == L"ROOT\\StandardCIMV2";
     if (!standard && namespacePath != L"ROOT\\CIMV2")
         throw std::logic_error("no namespace of this name is expected");
     const fakes::FakeNamespace& space = standard ? fakes::management().standardCimv2 : fakes::management().cimv2;
-    fakes::runConnectionSteps(space.failure);
+    fakes::runConnectionSteps(space.failure, bindTrace);
     return std::make_unique<fakes::FakeManagementSource>(namespacePath, space);
 }
 }

@@ -10,6 +10,9 @@ namespace HardwareInventory::Providers::ComApi
 {
 HRESULT initializeEx(DWORD apartment);
 void uninitialize();
+
+// Fails on a thread that is in no apartment. Without the qualifier.
+HRESULT getApartmentType(APTTYPE& type);
 HRESULT createInstance(REFCLSID classId, DWORD context, REFIID interfaceId, void** object);
 
 // Without principal name and identity.

@@ -12,6 +12,12 @@ void uninitialize()
     CoUninitialize();
 }
 
+HRESULT getApartmentType(APTTYPE& type)
+{
+    APTTYPEQUALIFIER qualifier = APTTYPEQUALIFIER_NONE;
+    return CoGetApartmentType(&type, &qualifier);
+}
+
 HRESULT createInstance(REFCLSID classId, DWORD context, REFIID interfaceId, void** object)
 {
     return CoCreateInstance(classId, nullptr, context, interfaceId, object);

@@ -13,17 +13,19 @@ public:
     explicit ComPointer(Interface* owned) : interface_(owned) {}
     ComPointer(ComPointer&& other) noexcept : interface_(other.detach()) {}
     ComPointer& operator=(ComPointer&&) = delete;
-    ~ComPointer()
-    {
-        if (interface_)
-            interface_->Release();
-    }
+    ~ComPointer() { reset(); }
 
     Interface* get() const { return interface_; }
     Interface* operator->() const { return interface_; }
 
     // Where a call stores the reference that it gives; only for an empty object.
     Interface** put() { return &interface_; }
+
+    void reset()
+    {
+        if (Interface* const owned = detach())
+            owned->Release();
+    }
 
     // Gives the reference up without releasing it.
     Interface* detach() { return std::exchange(interface_, nullptr); }

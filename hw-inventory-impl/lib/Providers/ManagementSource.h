@@ -1,5 +1,7 @@
 #pragma once
 
+#include "st-core/lib/RuntimeException.h"
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -29,7 +31,7 @@ struct OtherType
 
 using PropertyValue = std::variant<Unreadable, Null, std::wstring, std::int32_t, bool, OtherType>;
 
-// A result object. Every operation asks the object once for the named property; none of them logs.
+// A result object. Every operation asks the object once for the named property; none of them warns.
 class ManagementObject
 {
 public:
@@ -42,7 +44,7 @@ public:
     virtual PropertyValue get(const wchar_t* property) const = 0;
 
     // The value converted to a boolean; nothing when the property cannot be read. A value that does not convert raises the
-    // platform's COM error, which is no std::exception.
+    // platform's COM error, which is no std::exception, behind a trace line that has its result.
     virtual std::optional<bool> getBool(const wchar_t* property) const = 0;
 
     enum class ArrayFailure
@@ -52,7 +54,7 @@ public:
     };
 
     // The texts of an array, in index order; none for a null value. Anything else than an array of texts raises the platform's
-    // COM error.
+    // COM error, again behind a trace line.
     virtual std::variant<std::vector<std::wstring>, ArrayFailure> getStringArray(const wchar_t* property) const = 0;
 };
 
@@ -69,8 +71,18 @@ public:
     // Calls back once per result object, in order, on this thread. Throws ErrorHandling::Exception with the code
     // ErrorCode::wmiQuery when the query cannot be run; an iteration that breaks off is a warning, and what was delivered stays.
     virtual void query(const std::wstring& wql, const ObjectCallback& callback) = 0;
+
+    // Before the destruction of a connection that ends with its thread: gives back what can be given back by then. Only the
+    // destructor leaves COM, since of a thread's connections the first to leave can close the apartment of all.
+    virtual void release() = 0;
+
+    // Before the destruction of a connection whose thread goes on: gives back whatever it took, and leaves the host's apartment
+    // open.
+    virtual void disconnect() = 0;
 };
 
-// Connects the calling thread to a namespace. Throws ErrorHandling::Exception with one of the connection's codes.
-std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath);
+// Connects the calling thread to a namespace. Throws ErrorHandling::Exception with one of the connection's codes. The trace of the
+// code ErrorCode::wmiBind is as asked for: that of an optional namespace is caught and only logged.
+std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath,
+                                                          ZelStdCore::Trace bindTrace = ZelStdCore::Trace::capture);
 }

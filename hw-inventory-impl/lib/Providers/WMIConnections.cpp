@@ -5,6 +5,7 @@
 #include "st-core/lib/HostLogger.h"
 
 #include <stdexcept>
+#include <utility>
 
 namespace HardwareInventory::Providers::WMIProvider
 {
@@ -15,7 +16,7 @@ namespace
     {
         try
         {
-            return connectManagementSource(L"ROOT\\StandardCIMV2");
+            return connectManagementSource(L"ROOT\\StandardCIMV2", ZelStdCore::Trace::none);
         }
         catch (const ErrorHandling::Exception& failure)
         {
@@ -28,10 +29,25 @@ namespace
     }
 }
 
-WMIConnections::WMIConnections() :
-    cimv2_(connectManagementSource(L"ROOT\\CIMV2")),
-    standardCimv2_(connectStandardCimv2())
+// Delegates, so that a failure of the second connection runs the destructor for the first.
+WMIConnections::WMIConnections() : WMIConnections(connectManagementSource(L"ROOT\\CIMV2"))
 {
+    standardCimv2_ = connectStandardCimv2();
+}
+
+WMIConnections::WMIConnections(std::unique_ptr<ManagementSource> cimv2) : cimv2_(std::move(cimv2)) {}
+
+WMIConnections::~WMIConnections()
+{
+    for (ManagementSource* source : {standardCimv2_.get(), cimv2_.get()})
+    {
+        if (!source)
+            continue;
+        if (kept_)
+            source->release();
+        else
+            source->disconnect();
+    }
 }
 
 WMIConnections& WMIConnections::forThisThread()
@@ -40,8 +56,12 @@ WMIConnections& WMIConnections::forThisThread()
         return *static_cast<WMIConnections*>(kept);
 
     auto connections = std::make_unique<WMIConnections>();
+    // A line logged meanwhile can have made the host collect.
+    if (void* kept = Platform::threadValue())
+        return *static_cast<WMIConnections*>(kept);
     if (!Platform::keepForThread(connections.get(), [](void* value) { delete static_cast<WMIConnections*>(value); }))
         throw std::runtime_error("failed to keep the WMI connections of the thread");
+    connections->kept_ = true;
     return *connections.release();
 }
 }

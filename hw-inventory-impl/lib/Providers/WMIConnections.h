@@ -16,9 +16,10 @@ class WMIConnections
 public:
     // Connects to ROOT\CIMV2, which is required, and to ROOT\StandardCIMV2, which is not.
     WMIConnections();
+    ~WMIConnections();
 
     // The calling thread's connections, made on its first call and destroyed when the thread ends. After a failure the next call
-    // tries again.
+    // tries again. A call from within the first one, out of the host's logging callback, makes them for both.
     static WMIConnections& forThisThread();
 
     std::vector<CpuInfo> getProcessors();
@@ -31,6 +32,9 @@ public:
     std::vector<HotfixInfo> getHotfixes();
 
 private:
+    explicit WMIConnections(std::unique_ptr<ManagementSource> cimv2);
+
+    bool kept_ = false; // until the thread ends
     std::unique_ptr<ManagementSource> cimv2_;
     std::unique_ptr<ManagementSource> standardCimv2_; // empty where the namespace could not be bound; destroyed first
 };

@@ -9,6 +9,7 @@
 #include <comdef.h>
 
 #include <memory>
+#include <utility>
 
 namespace HardwareInventory::Providers::WMIProvider
 {
@@ -26,6 +27,12 @@ namespace
     // Static objects are initialised by the thread that loads the library.
     const DWORD loaderThreadId = GetCurrentThreadId();
 
+    // The messages of the failures have the last OS error alone, which many of COM's refusals leave at 0.
+    void logResult(const std::wstring& call, HRESULT result)
+    {
+        ZelStdCore::logTrace(L"%s failed: 0x%08X", call, static_cast<std::uint32_t>(result));
+    }
+
     struct FreeBstr
     {
         void operator()(BSTR text) const { SysFreeString(text); }
@@ -39,27 +46,52 @@ namespace
             throw _com_error(E_OUTOFMEMORY);
         return copy;
     }
+
+    std::optional<APTTYPE> currentApartment()
+    {
+        APTTYPE type = APTTYPE_CURRENT;
+        return SUCCEEDED(ComApi::getApartmentType(type)) ? std::optional(type) : std::nullopt;
+    }
 }
 
 ApartmentMembership::~ApartmentMembership()
 {
-    if (leaves_)
+    if (joined_ || leavesAlways_)
         ComApi::uninitialize();
 }
 
 HRESULT ApartmentMembership::join()
 {
     const HRESULT result = ComApi::initializeEx(COINIT_MULTITHREADED);
-    leaves_ = SUCCEEDED(result);
+    joined_ = SUCCEEDED(result);
     return result;
 }
 
-WMIConnection::WMIConnection(const std::wstring& namespacePath)
+void ApartmentMembership::stay()
+{
+    leavesAlways_ = true;
+    type_ = currentApartment();
+}
+
+void ApartmentMembership::leave()
+{
+    leavesAlways_ = false;
+    if (std::exchange(joined_, false))
+        ComApi::uninitialize();
+}
+
+bool ApartmentMembership::isGone() const
+{
+    return currentApartment() != type_;
+}
+
+WMIConnection::WMIConnection(const std::wstring& namespacePath, ZelStdCore::Trace bindTrace)
 {
     HRESULT result = apartment_.join();
     if (FAILED(result) && result != RPC_E_CHANGED_MODE)
     {
         const LastError error = LastError::capture();
+        logResult(L"CoInitializeEx", result);
         throw Exception(ErrorCode::comInitialization, format(kFailure, error.text(), error.code), kSource, kConnect, __LINE__);
     }
 
@@ -68,6 +100,7 @@ WMIConnection::WMIConnection(const std::wstring& namespacePath)
     if (FAILED(result))
     {
         const LastError error = LastError::capture();
+        logResult(L"CoCreateInstance", result);
         throw Exception(ErrorCode::wmiLocator, format(kFailure, error.text(), error.code), kSource, kConnect, __LINE__);
     }
 
@@ -76,7 +109,8 @@ WMIConnection::WMIConnection(const std::wstring& namespacePath)
     if (FAILED(result))
     {
         const LastError error = LastError::capture();
-        throw Exception(ErrorCode::wmiBind, format(kFailure, error.text(), error.code), kSource, kConnect, __LINE__);
+        logResult(L"IWbemLocator::ConnectServer '" + namespacePath + L"'", result);
+        throw Exception(ErrorCode::wmiBind, format(kFailure, error.text(), error.code), kSource, kConnect, __LINE__, bindTrace);
     }
 
     result = ComApi::setProxyBlanket(services_.get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, RPC_C_AUTHN_LEVEL_CALL,
@@ -84,18 +118,44 @@ WMIConnection::WMIConnection(const std::wstring& namespacePath)
     if (FAILED(result))
     {
         const LastError error = LastError::capture();
+        logResult(L"CoSetProxyBlanket", result);
         throw Exception(ErrorCode::wmiSecurityBlanket, format(kFailure, error.text(), error.code), kSource, kConnect, __LINE__);
     }
 
     // A connection that stands leaves COM once in any case; one that failed must not close the apartment of its host.
-    apartment_.leaveAlways();
+    apartment_.stay();
 }
 
 WMIConnection::~WMIConnection()
 {
+    release();
+}
+
+void WMIConnection::release()
+{
     // The loading thread can end while the process tears COM down; a call into the proxy could then wait for ever.
     if (GetCurrentThreadId() == loaderThreadId)
         services_.detach();
+    releaseInterfaces();
+}
+
+void WMIConnection::disconnect()
+{
+    releaseInterfaces();
+    apartment_.leave();
+}
+
+void WMIConnection::releaseInterfaces()
+{
+    // CoUninitialize has closed the thread's RPC connections, freed what the proxies rest on, and may have unloaded the modules
+    // that have their code. What is lost is memory of this process alone.
+    if (apartment_.isGone())
+    {
+        services_.detach();
+        locator_.detach();
+    }
+    services_.reset();
+    locator_.reset();
 }
 
 void WMIConnection::query(const std::wstring& wql, const ObjectCallback& callback)
@@ -108,6 +168,7 @@ void WMIConnection::query(const std::wstring& wql, const ObjectCallback& callbac
     if (FAILED(result))
     {
         const LastError error = LastError::capture();
+        logResult(L"IWbemServices::ExecQuery '" + wql + L"'", result);
         throw Exception(ErrorCode::wmiQuery, format(L"'%1%': %2% (GetLastError() = %3%)", wql, error.text(), error.code), kSource,
                         L"HardwareInventory::Providers::WMIProvider::WMIConnection::query", __LINE__);
     }
@@ -130,8 +191,8 @@ void WMIConnection::query(const std::wstring& wql, const ObjectCallback& callbac
     }
 }
 
-std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath)
+std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath, ZelStdCore::Trace bindTrace)
 {
-    return std::make_unique<WMIConnection>(namespacePath);
+    return std::make_unique<WMIConnection>(namespacePath, bindTrace);
 }
 }

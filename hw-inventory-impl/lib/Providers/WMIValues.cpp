@@ -1,8 +1,11 @@
 #include "hw-inventory-impl/lib/Providers/WMIValues.h"
 
+#include "st-core/lib/HostLogger.h"
+
 #include <comdef.h>
 
 #include <cstddef>
+#include <cstdint>
 
 namespace HardwareInventory::Providers::WMIProvider
 {
@@ -125,7 +128,13 @@ std::optional<bool> WMIObject::getBool(const wchar_t* property) const
 
     // A null value does not convert either: it is no default.
     Variant converted;
-    raiseIfFailed(VariantChangeType(converted.put(), value.put(), 0, VT_BOOL));
+    const HRESULT result = VariantChangeType(converted.put(), value.put(), 0, VT_BOOL);
+    if (FAILED(result))
+    {
+        ZelStdCore::logTrace(L"'%s' property of %p does not convert to a boolean: 0x%08X", property, address(),
+                             static_cast<std::uint32_t>(result));
+        throw _com_error(result);
+    }
     return converted.get().boolVal == VARIANT_TRUE;
 }
 
@@ -139,6 +148,15 @@ std::variant<std::vector<std::wstring>, ManagementObject::ArrayFailure> WMIObjec
         return ArrayFailure::notAttached;
     if (owned.type() == VT_NULL)
         return std::vector<std::wstring>{};
-    return textsOf(textArrayOf(owned.get()));
+    try
+    {
+        return textsOf(textArrayOf(owned.get()));
+    }
+    catch (const _com_error& error)
+    {
+        ZelStdCore::logTrace(L"'%s' property of %p cannot be read as an array of BSTR: 0x%08X", property, address(),
+                             static_cast<std::uint32_t>(error.Error()));
+        throw;
+    }
 }
 }

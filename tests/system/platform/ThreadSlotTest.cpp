@@ -36,4 +36,28 @@ TEST(ThreadSlot, EachThreadDestroysItsOwnValue)
     EXPECT_EQ(destroyed, (std::vector<std::pair<void*, std::uint32_t>>{{&values[1], threadId}}));
     EXPECT_EQ(threadValue(), &values[0]);
 }
+
+TEST(ThreadSlot, AFiberTakesTheValueAlongOnItsOwnThreadAlone)
+{
+    static int value = 0;
+    const auto keep = [](void* caller)
+    {
+        EXPECT_TRUE(keepForThread(&value, destroy));
+        SwitchToFiber(caller);
+    };
+    const auto keepOnFiber = [&](bool deletedElsewhere)
+    {
+        destroyed.clear();
+        void* const fiber = CreateFiber(0, keep, ConvertThreadToFiber(nullptr));
+        SwitchToFiber(fiber);
+        if (deletedElsewhere)
+            std::thread(DeleteFiber, fiber).join();
+        else
+            DeleteFiber(fiber);
+        EXPECT_EQ(threadValue(), deletedElsewhere ? &value : nullptr);
+        EXPECT_EQ(destroyed.size(), deletedElsewhere ? 0u : 1u);
+    };
+    std::thread(keepOnFiber, true).join();
+    std::thread(keepOnFiber, false).join();
+}
 }

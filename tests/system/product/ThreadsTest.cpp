@@ -7,6 +7,7 @@
 #include <barrier>
 #include <mutex>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace
@@ -47,6 +48,63 @@ TEST_F(Threads, OneAfterAnotherTakeTheirConnectionsWithThem)
     }
     EXPECT_EQ(counts.underLoaderLock, 0u);
     EXPECT_EQ(Balance::take(), before);
+}
+
+auto secondCallOf(const std::string& name)
+{
+    return [name, calls = 0](const std::string& call) mutable { return call == name && ++calls == 2; };
+}
+
+// The first connection stands when the second fails, and its thread goes on: here the one that loaded the library.
+TEST_F(Threads, AFirstCollectionThatFailsHalfWayLeavesNothing)
+{
+    FakeWmi::failWhen(secondCallOf("SetBlanket"));
+    EXPECT_EQ(product.collect(Product::cpus).status, EXPORT_STATUS_WMI_CONNECTION);
+    EXPECT_EQ(counts.living, 0u);
+}
+
+// As a runtime's own worker does that ends its thread's apartment before the thread.
+TEST_F(Threads, ReleaseNothingIntoAnApartmentThatIsClosed)
+{
+    const auto work = [&]
+    {
+        const Apartment apartment(COINIT_APARTMENTTHREADED);
+        const FakeWmi own;
+        collect(Product::cpus);
+    };
+    std::thread(work).join();
+    EXPECT_EQ(counts.living, 2 * kConnections) << "a locator and a proxy each";
+}
+
+TEST_F(Threads, ACollectionOutOfTheCallbackMakesTheConnectionsForBoth)
+{
+    static const Product* nested = nullptr;
+    product.setLogger(
+        [](std::uint32_t, const char*)
+        {
+            if (const Product* const once = std::exchange(nested, nullptr))
+                EXPECT_EQ(once->collect(Product::hotfixes).status, 0u);
+        });
+    const auto work = [&]
+    {
+        nested = &product;
+        FakeWmi::failWhen(secondCallOf("ConnectServer"));
+        collect(Product::cpus);
+        EXPECT_EQ(nested, nullptr);
+    };
+    const auto inApartmentOfItsOwn = [&]
+    {
+        ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+        const FakeWmi own;
+        work();
+        EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_FALSE) << "the host's apartment is closed";
+        CoUninitialize();
+    };
+    work(); // on the thread that loaded the library
+    EXPECT_EQ(counts.connections, kConnections + 1);
+    EXPECT_EQ(counts.living, 2 * kConnections);
+    std::thread(inApartmentOfItsOwn).join();
+    EXPECT_EQ(counts.living, 2 * kConnections) << "only the loading thread's";
 }
 
 TEST_F(Threads, AHundredAtOnceKeepTheirOwnConnections)

@@ -1,3 +1,4 @@
+#include "tests/system/product/FakeWmi.h"
 #include "tests/system/product/Product.h"
 
 #include <cstdio>
@@ -5,7 +6,8 @@
 #include <system_error>
 
 // Loads the product and the named libraries, with "careless" as a program does that leaves the search to the system, with "collect"
-// as the product's header advises and by whatever its collections need; then prints where those that are loaded come from.
+// as the product's header advises and by whatever its collections need, one of them that fails; then prints where those that are
+// loaded come from.
 // Exits with the system's error where the product does not load.
 //   planting-host careless|collect PRODUCT NAME...
 int main(int argc, char** argv)
@@ -17,6 +19,12 @@ try
     else
     {
         static const Product product(argv[2]);
+        {
+            const FakeWmiHost host;
+            FakeWmi::failWhen([](const std::string&) { return true; });
+            if (product.collect(Product::cpus).status != EXPORT_STATUS_WMI_CONNECTION)
+                return 1;
+        }
         for (std::size_t kind = 0; kind < Product::kindCount; ++kind)
             if (product.collect(kind).status != EXPORT_STATUS_SUCCESS)
                 return 1;

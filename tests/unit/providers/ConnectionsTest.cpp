@@ -1,5 +1,6 @@
 #include "tests/unit/providers/Support.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <thread>
 
@@ -25,20 +26,22 @@ TEST_F(ConnectionsTest, EveryStepThatFails)
         const char* operation;
         int nth;
         std::optional<ErrorCode> code;
+        int traces;
         Texts events;
         Lines log;
     } cases[] = {
-        {"none", 1, {}, kBoth, {}},
-        {"ConnectServer", 1, ErrorCode::wmiBind, {}, {}},
-        {"CoInitializeEx", 2, ErrorCode::comInitialization, kOne, {}},
-        {"CoCreateInstance", 2, ErrorCode::wmiLocator, kOne, {}},
-        {"ConnectServer", 2, {}, kOne, absent},
-        {"CoSetProxyBlanket", 2, ErrorCode::wmiSecurityBlanket, kOne, {}},
+        {"none", 1, {}, 0, kBoth, {}},
+        {"ConnectServer", 1, ErrorCode::wmiBind, 1, {}, {}},
+        {"CoInitializeEx", 2, ErrorCode::comInitialization, 1, kOne, {}},
+        {"CoCreateInstance", 2, ErrorCode::wmiLocator, 1, kOne, {}},
+        {"ConnectServer", 2, {}, 0, kOne, absent},
+        {"CoSetProxyBlanket", 2, ErrorCode::wmiSecurityBlanket, 1, kOne, {}},
     };
     for (const auto& each : cases)
     {
         SCOPED_TRACE(testing::Message() << each.operation << " " << each.nth);
         management().events.clear();
+        machine().calls.clear();
         failCall(each.operation, each.nth);
         std::optional<ErrorCode> code;
         try
@@ -50,6 +53,7 @@ TEST_F(ConnectionsTest, EveryStepThatFails)
             code = failure.code();
         }
         EXPECT_EQ(code, each.code);
+        EXPECT_EQ(std::ranges::count(machine().calls, "SymInitializeW"), each.traces);
         EXPECT_EQ(management().events, each.events);
         EXPECT_EQ(takeLog(), each.log);
     }
