@@ -84,6 +84,7 @@ catch (const std::exception& failure)
     return TimeFailure{widen(failure.what()), std::current_exception()};
 }
 
+ST_CORE_OWN_FRAME
 CalendarTime stringToTime(const std::wstring& text, const std::wstring& format)
 {
     const auto reading = readTime(text, format);
@@ -95,6 +96,7 @@ CalendarTime stringToTime(const std::wstring& text, const std::wstring& format)
     throw RuntimeException(failure.message, kSourceFile, L"ZelStdCore::stringToTime", __LINE__);
 }
 
+ST_CORE_OWN_FRAME
 std::wstring timeToString(CalendarTime time, const std::wstring& format)
 {
     std::array<wchar_t, kTimeTextSize> text{};

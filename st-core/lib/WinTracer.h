@@ -60,7 +60,7 @@ public:
 
     // The stack of this thread, beginning with the function that calls this one: options 15 and an empty search path on the
     // current process, as every exception uses it.
-    static std::vector<StackFrame> traceCurrentThread();
+    ST_CORE_OWN_FRAME static std::vector<StackFrame> traceCurrentThread();
 
     // Receives the tracer's own lines: the modules loaded, and what could not be resolved. There is no receiver unless someone
     // who looks into the tracer installs one; a line for each module at each failure is nothing for the host's log.

@@ -1,4 +1,7 @@
-#include "hw-inventory-interface/ErrorHandling/Exception.h"
+// Before its throwers, as a link-time optimiser sees it, and compiled to inline all that may be.
+#include "hw-inventory-interface/ErrorHandling/Exception.cpp"
+#include "st-core/lib/RuntimeException.cpp"
+
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/OSError.h"
 #include "st-core/lib/Text.h"
