@@ -54,8 +54,8 @@ constexpr std::uint32_t kThrowSiteFrames = 2;
 class RuntimeException
 {
 public:
-    // Trace::capture walks the stack of this thread, the innermost skipFrames frames left out. A failing tracer leaves the trace
-    // empty; it never replaces the failure being reported.
+    // Trace::capture walks the stack of this thread, the innermost skipFrames frames left out. A failing tracer cuts the trace
+    // short; it never replaces the failure being reported.
     ST_CORE_OWN_FRAME
     RuntimeException(std::wstring message, std::wstring file, std::wstring function, std::int32_t line,
                      Trace trace = Trace::capture, std::uint32_t skipFrames = kThrowSiteFrames);

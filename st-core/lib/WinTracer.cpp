@@ -91,8 +91,16 @@ std::vector<StackFrame> Tracer::traceCurrentThread()
 {
     CONTEXT context{};
     RtlCaptureContext(&context);
-    Tracer tracer(kExceptionOptions, {}, GetCurrentProcessId(), GetCurrentProcess());
-    auto frames = tracer.getTrace(GetCurrentThread(), &context);
+    std::vector<StackFrame> frames;
+    try
+    {
+        Tracer tracer(kExceptionOptions, {}, GetCurrentProcessId(), GetCurrentProcess());
+        tracer.walk(GetCurrentThread(), &context, frames);
+    }
+    catch (...)
+    {
+        // Part of a trace is better than none.
+    }
     // The first frame is this function.
     if (!frames.empty())
         frames.erase(frames.begin());
@@ -196,7 +204,15 @@ void Tracer::logModule(const wchar_t* image, const wchar_t* name, std::uint64_t 
         size, result, symbolTypeName(known ? module.SymType : SymNone), module.LoadedPdbName, moduleVersion(image));
 }
 
-std::vector<StackFrame> Tracer::getTrace(void* thread, const void* given)
+std::vector<StackFrame> Tracer::getTrace(void* thread, const void* context)
+{
+    std::vector<StackFrame> frames;
+    walk(thread, context, frames);
+    return frames;
+}
+
+// Adds to the frames of its caller, who has them when a step fails.
+void Tracer::walk(void* thread, const void* given, std::vector<StackFrame>& frames)
 {
     constexpr const wchar_t* kFunction = L"ZelStdCore::Tracer::getTrace";
     loadModules();
@@ -215,31 +231,29 @@ std::vector<StackFrame> Tracer::getTrace(void* thread, const void* given)
                                kFunction, __LINE__, Trace::none);
 
     const DbgHelp& engine = session_->engine();
-    std::vector<StackFrame> frames;
-    STACKFRAME64 walk = firstFrame(context);
+    STACKFRAME64 step = firstFrame(context);
     do
     {
-        if (!engine.walkStack(IMAGE_FILE_MACHINE_AMD64, session_->handle(), thread, &walk, &context, nullptr,
+        if (!engine.walkStack(IMAGE_FILE_MACHINE_AMD64, session_->handle(), thread, &step, &context, nullptr,
                               engine.functionTable, engine.moduleBase, nullptr))
-            throw RuntimeException(format(L"StackWalk64 failed at %1%", walk.AddrPC.Offset), kSourceFile, kFunction, __LINE__,
+            throw RuntimeException(format(L"StackWalk64 failed at %1%", step.AddrPC.Offset), kSourceFile, kFunction, __LINE__,
                                    Trace::none);
-        frames.push_back(walk.AddrPC.Offset == 0 ? StackFrame{} : describe(walk.AddrPC.Offset, buffer.get()));
-    } while (walk.AddrReturn.Offset != 0);
+        StackFrame& frame = frames.emplace_back();
+        frame.address = step.AddrPC.Offset;
+        if (frame.address != 0)
+            describe(frame, buffer.get());
+    } while (step.AddrReturn.Offset != 0 && frames.size() < kMostFrames);
 
     SetLastError(ERROR_SUCCESS);
-    return frames;
 }
 
-StackFrame Tracer::describe(std::uint64_t address, void* symbolBuffer) const
+void Tracer::describe(StackFrame& frame, void* symbolBuffer) const
 {
-    StackFrame frame;
-    frame.address = address;
     describeSymbol(frame, symbolBuffer);
     if (options_ & sourceLines)
         describeLine(frame);
     if (options_ & moduleInformation)
         describeModule(frame);
-    return frame;
 }
 
 void Tracer::describeSymbol(StackFrame& frame, void* symbolBuffer) const
