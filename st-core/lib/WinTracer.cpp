@@ -8,6 +8,8 @@
 #include "st-core/lib/Text.h"
 #include "st-core/lib/ThreadContext.h"
 
+#include <boost/filesystem/operations.hpp>
+
 #include <cstddef>
 #include <new>
 #include <type_traits>
@@ -63,6 +65,17 @@ namespace
         symbol.SizeOfStruct = sizeof(SYMBOL_INFOW);
         symbol.MaxNameLen = kLongestSymbolName;
         return buffer;
+    }
+
+    // Whether the symbols were read from the PDB in the folder of the module. Wine reports the name that is in the module instead of
+    // the file that was read, and takes a relative one from the current folder first.
+    bool hasItsOwnPdb(const IMAGEHLP_MODULEW64& module)
+    {
+        namespace files = boost::filesystem;
+        boost::system::error_code ignored;
+        const files::path loaded = module.LoadedPdbName;
+        const files::path own = files::path(module.LoadedImageName).parent_path() / loaded.filename();
+        return files::exists(loaded, ignored) ? files::equivalent(loaded, own, ignored) : files::exists(own, ignored);
     }
 
     STACKFRAME64 firstFrame(const CONTEXT& context)
@@ -254,6 +267,8 @@ void Tracer::describe(StackFrame& frame, void* symbolBuffer) const
         describeLine(frame);
     if (options_ & moduleInformation)
         describeModule(frame);
+    if (!(options_ & composeSearchPath))
+        dropForeignSymbols(frame);
 }
 
 void Tracer::describeSymbol(StackFrame& frame, void* symbolBuffer) const
@@ -312,6 +327,23 @@ void Tracer::describeModule(StackFrame& frame) const
     frame.symbolType = symbolTypeName(module.SymType);
     frame.moduleName = module.ModuleName;
     frame.imageName = module.LoadedImageName;
+}
+
+// Without a search path only the PDB beside a module counts. dbghelp opens one in the current folder too, where anybody may have
+// put it.
+void Tracer::dropForeignSymbols(StackFrame& frame) const
+{
+    IMAGEHLP_MODULEW64 module{};
+    module.SizeOfStruct = sizeof(module);
+    if (!session_->engine().moduleInformation(session_->handle(), frame.address, &module) || module.LoadedPdbName[0] == 0
+        || hasItsOwnPdb(module))
+        return;
+    StackFrame bare;
+    bare.address = frame.address;
+    bare.moduleBase = frame.moduleBase;
+    bare.moduleName = std::move(frame.moduleName);
+    bare.imageName = std::move(frame.imageName);
+    frame = std::move(bare);
 }
 
 SymbolObject Tracer::getObject(std::uint64_t address)

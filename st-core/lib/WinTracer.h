@@ -80,6 +80,7 @@ private:
     void describeSymbol(StackFrame& frame, void* symbolBuffer) const;
     void describeLine(StackFrame& frame) const;
     void describeModule(StackFrame& frame) const;
+    void dropForeignSymbols(StackFrame& frame) const;
 
     std::uint32_t options_;
     std::wstring searchPath_;

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 
 using namespace ZelStdCore;
 using HardwareInventory::ErrorHandling::ErrorCode;
@@ -97,7 +98,7 @@ Tracer tracerOfThisProcess(std::uint32_t options)
 // A library with few symbols, which are quick to load.
 struct HostModule
 {
-    explicit HostModule(const wchar_t* path) : module(LoadLibraryW(path)) {}
+    explicit HostModule(const std::filesystem::path& path) : module(LoadLibraryW(path.c_str())) {}
     HostModule(const HostModule&) = delete;
     ~HostModule() { FreeLibrary(module); }
 
@@ -194,6 +195,27 @@ TEST(Tracer, AFailureLeavesTheFramesBeforeIt)
 TEST(Tracer, AWalkHasABound)
 {
     EXPECT_EQ(framesAtDepth(2 * Tracer::kMostFrames), Tracer::kMostFrames - 1);
+}
+
+TEST(Tracer, BelievesThePdbBesideAModuleAlone)
+{
+    wchar_t program[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, program, MAX_PATH);
+    namespace files = std::filesystem;
+    const files::path built = files::path(program).parent_path();
+    const files::path folder = files::temp_directory_path() / "st-core-pdb";
+    files::create_directories(folder);
+    files::copy_file(built / "host-module.dll", folder / "host-module.dll");
+    files::current_path(built); // where its PDB is
+    {
+        const HostModule module(folder / "host-module.dll");
+        EXPECT_EQ(module.trace(kEverything).completeName, L"");
+        files::copy_file(built / "host-module.pdb", folder / "host-module.pdb");
+        files::current_path(folder);
+        EXPECT_EQ(module.trace(kEverything).completeName, L"hostAnswer");
+    }
+    files::current_path(built);
+    files::remove_all(folder);
 }
 
 TEST(Tracer, OptionsDecideWhatIsResolved)
