@@ -39,6 +39,7 @@ std::wstring errorText(ErrorCode code);
 class Exception : public ZelStdCore::RuntimeException
 {
 public:
+    ST_CORE_OWN_FRAME
     Exception(ErrorCode code, std::wstring message, std::wstring file, std::wstring function, std::int32_t line,
               ZelStdCore::Trace trace = ZelStdCore::Trace::capture);
 

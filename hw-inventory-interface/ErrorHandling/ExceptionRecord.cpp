@@ -48,6 +48,7 @@ namespace
     }
 
     // The stack of the catcher, since a standard exception brings none of its thrower.
+    ST_CORE_OWN_FRAME
     std::wstring traceHere()
     {
         try

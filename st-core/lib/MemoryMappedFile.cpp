@@ -16,6 +16,7 @@ namespace
     constexpr const wchar_t* kFunction = L"ZelStdCore::MemoryMappedFile::open";
 }
 
+ST_CORE_OWN_FRAME
 void MemoryMappedFile::open(const std::wstring& path)
 {
     close();

@@ -26,6 +26,7 @@ std::wstring lastErrorText()
     return LastError::capture().text();
 }
 
+ST_CORE_OWN_FRAME
 std::wstring strerror(int errorNumber)
 {
     std::string text(kErrorTextSize, '\0');

@@ -41,13 +41,22 @@ enum class Trace
 // The frames that every trace leaves out: the constructor's and the thrower's, or those of both constructors of a derived exception.
 constexpr std::uint32_t kThrowSiteFrames = 2;
 
+// For the functions whose frames are left out by count. Inlined, by a link-time optimiser too, such a function has no frame, and
+// one that matters would go instead.
+#if defined(_MSC_VER)
+#define ST_CORE_OWN_FRAME __declspec(noinline)
+#else
+#define ST_CORE_OWN_FRAME __attribute__((noinline))
+#endif
+
 // A failure with the place where it was raised and the stack of the throwing thread. Deliberately no std::exception: the
 // boundary tells the two apart.
 class RuntimeException
 {
 public:
-    // Trace::capture walks the stack of this thread, the innermost skipFrames frames left out. A failing tracer leaves the trace
-    // empty; it never replaces the failure being reported.
+    // Trace::capture walks the stack of this thread, the innermost skipFrames frames left out. A failing tracer cuts the trace
+    // short; it never replaces the failure being reported.
+    ST_CORE_OWN_FRAME
     RuntimeException(std::wstring message, std::wstring file, std::wstring function, std::int32_t line,
                      Trace trace = Trace::capture, std::uint32_t skipFrames = kThrowSiteFrames);
 

@@ -60,7 +60,8 @@ namespace
     }
 }
 
-CalendarTime stringToTime(const std::wstring& text, const std::wstring& format)
+std::variant<CalendarTime, TimeFailure> readTime(const std::wstring& text, const std::wstring& format)
+try
 {
     // With a reference of its own, so that no locale deletes it: a locale that cannot be made would not either.
     const std::unique_ptr<Facet> facet = makeFacet(format);
@@ -70,15 +71,32 @@ CalendarTime stringToTime(const std::wstring& text, const std::wstring& format)
     if (!(stream >> value))
     {
         const int error = errno;
-        throw RuntimeException(ZelStdCore::format(L"failed to convert '%1%' to time using '%2%' format: %3%", text, format,
-                                                  strerror(error)),
-                               kSourceFile, L"ZelStdCore::stringToTime", __LINE__);
+        return TimeFailure{ZelStdCore::format(L"failed to convert '%1%' to time using '%2%' format: %3%", text, format,
+                                              strerror(error)),
+                           nullptr};
     }
     std::tm fields = to_tm(value);
     fields.tm_isdst = -1;
     return std::mktime(&fields);
 }
+catch (const std::exception& failure)
+{
+    return TimeFailure{widen(failure.what()), std::current_exception()};
+}
 
+ST_CORE_OWN_FRAME
+CalendarTime stringToTime(const std::wstring& text, const std::wstring& format)
+{
+    const auto reading = readTime(text, format);
+    if (const auto* const time = std::get_if<CalendarTime>(&reading))
+        return *time;
+    const auto& failure = std::get<TimeFailure>(reading);
+    if (failure.cause)
+        std::rethrow_exception(failure.cause);
+    throw RuntimeException(failure.message, kSourceFile, L"ZelStdCore::stringToTime", __LINE__);
+}
+
+ST_CORE_OWN_FRAME
 std::wstring timeToString(CalendarTime time, const std::wstring& format)
 {
     std::array<wchar_t, kTimeTextSize> text{};

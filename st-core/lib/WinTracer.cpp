@@ -8,6 +8,8 @@
 #include "st-core/lib/Text.h"
 #include "st-core/lib/ThreadContext.h"
 
+#include <boost/filesystem/operations.hpp>
+
 #include <cstddef>
 #include <new>
 #include <type_traits>
@@ -65,6 +67,17 @@ namespace
         return buffer;
     }
 
+    // Whether the symbols were read from the PDB in the folder of the module. Wine reports the name that is in the module instead of
+    // the file that was read, and takes a relative one from the current folder first.
+    bool hasItsOwnPdb(const IMAGEHLP_MODULEW64& module)
+    {
+        namespace files = boost::filesystem;
+        boost::system::error_code ignored;
+        const files::path loaded = module.LoadedPdbName;
+        const files::path own = files::path(module.LoadedImageName).parent_path() / loaded.filename();
+        return files::exists(loaded, ignored) ? files::equivalent(loaded, own, ignored) : files::exists(own, ignored);
+    }
+
     STACKFRAME64 firstFrame(const CONTEXT& context)
     {
         STACKFRAME64 frame{};
@@ -91,8 +104,16 @@ std::vector<StackFrame> Tracer::traceCurrentThread()
 {
     CONTEXT context{};
     RtlCaptureContext(&context);
-    Tracer tracer(kExceptionOptions, {}, GetCurrentProcessId(), GetCurrentProcess());
-    auto frames = tracer.getTrace(GetCurrentThread(), &context);
+    std::vector<StackFrame> frames;
+    try
+    {
+        Tracer tracer(kExceptionOptions, {}, GetCurrentProcessId(), GetCurrentProcess());
+        tracer.walk(GetCurrentThread(), &context, frames);
+    }
+    catch (...)
+    {
+        // Part of a trace is better than none.
+    }
     // The first frame is this function.
     if (!frames.empty())
         frames.erase(frames.begin());
@@ -196,7 +217,15 @@ void Tracer::logModule(const wchar_t* image, const wchar_t* name, std::uint64_t 
         size, result, symbolTypeName(known ? module.SymType : SymNone), module.LoadedPdbName, moduleVersion(image));
 }
 
-std::vector<StackFrame> Tracer::getTrace(void* thread, const void* given)
+std::vector<StackFrame> Tracer::getTrace(void* thread, const void* context)
+{
+    std::vector<StackFrame> frames;
+    walk(thread, context, frames);
+    return frames;
+}
+
+// Adds to the frames of its caller, who has them when a step fails.
+void Tracer::walk(void* thread, const void* given, std::vector<StackFrame>& frames)
 {
     constexpr const wchar_t* kFunction = L"ZelStdCore::Tracer::getTrace";
     loadModules();
@@ -215,31 +244,31 @@ std::vector<StackFrame> Tracer::getTrace(void* thread, const void* given)
                                kFunction, __LINE__, Trace::none);
 
     const DbgHelp& engine = session_->engine();
-    std::vector<StackFrame> frames;
-    STACKFRAME64 walk = firstFrame(context);
+    STACKFRAME64 step = firstFrame(context);
     do
     {
-        if (!engine.walkStack(IMAGE_FILE_MACHINE_AMD64, session_->handle(), thread, &walk, &context, nullptr,
+        if (!engine.walkStack(IMAGE_FILE_MACHINE_AMD64, session_->handle(), thread, &step, &context, nullptr,
                               engine.functionTable, engine.moduleBase, nullptr))
-            throw RuntimeException(format(L"StackWalk64 failed at %1%", walk.AddrPC.Offset), kSourceFile, kFunction, __LINE__,
+            throw RuntimeException(format(L"StackWalk64 failed at %1%", step.AddrPC.Offset), kSourceFile, kFunction, __LINE__,
                                    Trace::none);
-        frames.push_back(walk.AddrPC.Offset == 0 ? StackFrame{} : describe(walk.AddrPC.Offset, buffer.get()));
-    } while (walk.AddrReturn.Offset != 0);
+        StackFrame& frame = frames.emplace_back();
+        frame.address = step.AddrPC.Offset;
+        if (frame.address != 0)
+            describe(frame, buffer.get());
+    } while (step.AddrReturn.Offset != 0 && frames.size() < kMostFrames);
 
     SetLastError(ERROR_SUCCESS);
-    return frames;
 }
 
-StackFrame Tracer::describe(std::uint64_t address, void* symbolBuffer) const
+void Tracer::describe(StackFrame& frame, void* symbolBuffer) const
 {
-    StackFrame frame;
-    frame.address = address;
     describeSymbol(frame, symbolBuffer);
     if (options_ & sourceLines)
         describeLine(frame);
     if (options_ & moduleInformation)
         describeModule(frame);
-    return frame;
+    if (!(options_ & composeSearchPath))
+        dropForeignSymbols(frame);
 }
 
 void Tracer::describeSymbol(StackFrame& frame, void* symbolBuffer) const
@@ -298,6 +327,23 @@ void Tracer::describeModule(StackFrame& frame) const
     frame.symbolType = symbolTypeName(module.SymType);
     frame.moduleName = module.ModuleName;
     frame.imageName = module.LoadedImageName;
+}
+
+// Without a search path only the PDB beside a module counts. dbghelp opens one in the current folder too, where anybody may have
+// put it.
+void Tracer::dropForeignSymbols(StackFrame& frame) const
+{
+    IMAGEHLP_MODULEW64 module{};
+    module.SizeOfStruct = sizeof(module);
+    if (!session_->engine().moduleInformation(session_->handle(), frame.address, &module) || module.LoadedPdbName[0] == 0
+        || hasItsOwnPdb(module))
+        return;
+    StackFrame bare;
+    bare.address = frame.address;
+    bare.moduleBase = frame.moduleBase;
+    bare.moduleName = std::move(frame.moduleName);
+    bare.imageName = std::move(frame.imageName);
+    frame = std::move(bare);
 }
 
 SymbolObject Tracer::getObject(std::uint64_t address)

@@ -27,10 +27,13 @@ struct SymbolObject
 // The engine keeps one session per handle value and one set of options per process, and the host may use it as well: a tracer
 // has a session on a handle of its own, and the engine's options are as before when it is dropped.
 //
-// Every failure is a RuntimeException without a trace. Frames that cannot be named are no failure.
+// Every failure is a RuntimeException without a trace. Frames without a symbol are no failure.
 class Tracer
 {
 public:
+    // The frames that a walk takes at most, from the innermost: each one costs time, and a damaged stack may have no end.
+    static constexpr std::size_t kMostFrames = 256;
+
     enum Option : std::uint32_t
     {
         symbolNames = 1,      // resolve and undecorate symbol names
@@ -59,8 +62,8 @@ public:
     SymbolObject getObject(std::uint64_t address);
 
     // The stack of this thread, beginning with the function that calls this one: options 15 and an empty search path on the
-    // current process, as every exception uses it.
-    static std::vector<StackFrame> traceCurrentThread();
+    // current process, as every exception uses it. A failure ends the walk; the frames that it had are returned.
+    ST_CORE_OWN_FRAME static std::vector<StackFrame> traceCurrentThread();
 
     // Receives the tracer's own lines: the modules loaded, and what could not be resolved. There is no receiver unless someone
     // who looks into the tracer installs one; a line for each module at each failure is nothing for the host's log.
@@ -72,10 +75,12 @@ private:
     bool loadFromSnapshot();
     std::uint32_t loadModule(const wchar_t* image, const wchar_t* name, std::uint64_t base, std::uint32_t size);
     void logModule(const wchar_t* image, const wchar_t* name, std::uint64_t base, std::uint32_t size, std::uint32_t result) const;
-    StackFrame describe(std::uint64_t address, void* symbolBuffer) const;
+    void walk(void* thread, const void* context, std::vector<StackFrame>& frames);
+    void describe(StackFrame& frame, void* symbolBuffer) const;
     void describeSymbol(StackFrame& frame, void* symbolBuffer) const;
     void describeLine(StackFrame& frame) const;
     void describeModule(StackFrame& frame) const;
+    void dropForeignSymbols(StackFrame& frame) const;
 
     std::uint32_t options_;
     std::wstring searchPath_;

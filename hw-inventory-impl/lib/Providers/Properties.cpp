@@ -2,11 +2,10 @@
 
 #include "hw-inventory-impl/lib/DeviceStatus.h"
 #include "st-core/lib/HostLogger.h"
-#include "st-core/lib/RuntimeException.h"
 
-#include <exception>
 #include <locale>
 #include <sstream>
+#include <variant>
 
 namespace HardwareInventory::Providers::WMIProvider
 {
@@ -81,22 +80,19 @@ ZelStdCore::CalendarTime getDateTime(const ManagementObject& object, const wchar
         return 0;
 
     // Firmware dates may hold asterisks for what is not known: one odd date is not to end an inventory.
-    try
+    const auto reading = ZelStdCore::readTime(std::wstring(pieces.front()), L"%Y%m%d%H%M%S");
+    if (const auto* const failure = std::get_if<ZelStdCore::TimeFailure>(&reading))
     {
-        const auto time = ZelStdCore::stringToTime(std::wstring(pieces.front()), L"%Y%m%d%H%M%S");
-        if (time != kNotRepresentable)
-            return time;
+        ZelStdCore::logWarning(L"%1%", failure->message);
+        return 0;
+    }
+    const auto time = std::get<ZelStdCore::CalendarTime>(reading);
+    if (time == kNotRepresentable)
+    {
         ZelStdCore::logWarning(L"'%s' property of %p is not a representable date as expected", property, object.address());
+        return 0;
     }
-    catch (const ZelStdCore::RuntimeException& failure)
-    {
-        ZelStdCore::logWarning(L"%1%", failure.message());
-    }
-    catch (const std::exception& failure)
-    {
-        ZelStdCore::logWarning(L"%1%", failure.what());
-    }
-    return 0;
+    return time;
 }
 
 std::uint64_t toUInt64(const std::wstring& text)

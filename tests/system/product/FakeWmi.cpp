@@ -46,12 +46,12 @@ private:
 class Object final : public Counted<fakes::StubObject>
 {
 public:
-    STDMETHODIMP Get(const wchar_t*, LONG, VARIANT* value, CIMTYPE*, LONG*) override
+    STDMETHODIMP Get(const wchar_t* property, LONG, VARIANT* value, CIMTYPE*, LONG*) override
     {
         if (fails("Get"))
             return WBEM_E_FAILED;
         value->vt = VT_BSTR;
-        value->bstrVal = SysAllocString(L"42");
+        value->bstrVal = SysAllocString(property == std::wstring(L"ReleaseDate") ? L"2006****.******+***" : L"42");
         return S_OK;
     }
 };

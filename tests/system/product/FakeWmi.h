@@ -10,7 +10,8 @@
 #include <string>
 
 // A management service in this process, found by the built library through COM as it finds the system's own: by class, in the
-// apartment that a provider is registered in. Every query yields one object, and every property of it is the text "42".
+// apartment that a provider is registered in. Every query yields one object, and every property of it is the text "42", but for an
+// odd release date of the firmware.
 //
 // The class is looked up in the thread's apartment: the thread that registers it joins one first.
 class FakeWmi

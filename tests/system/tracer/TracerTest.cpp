@@ -1,4 +1,8 @@
-#include "hw-inventory-interface/ErrorHandling/Exception.h"
+// Before its throwers, as a link-time optimiser sees it, and compiled to inline all that may be.
+#include "hw-inventory-interface/ErrorHandling/Exception.cpp"
+#include "st-core/lib/RuntimeException.cpp"
+
+#include "st-core/lib/DbgHelp.h"
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/OSError.h"
 #include "st-core/lib/Text.h"
@@ -7,10 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-
-#include <windows.h>
-
-#include <dbghelp.h>
+#include <filesystem>
 
 using namespace ZelStdCore;
 using HardwareInventory::ErrorHandling::ErrorCode;
@@ -44,6 +45,16 @@ std::vector<StackFrame> callerOfTracedFunction()
 }
 
 std::vector<StackFrame> (*volatile const kCallerOfTracedFunction)() = &callerOfTracedFunction;
+
+std::size_t framesAtDepth(int depth);
+std::size_t (*volatile const kFramesAtDepth)(int) = &framesAtDepth;
+
+std::size_t framesAtDepth(int depth)
+{
+    const std::size_t count = depth == 0 ? Tracer::traceCurrentThread().size() : kFramesAtDepth(depth - 1);
+    returned = 1;
+    return count;
+}
 
 void throwRuntimeException()
 {
@@ -83,6 +94,29 @@ Tracer tracerOfThisProcess(std::uint32_t options)
 {
     return Tracer(options, L"", GetCurrentProcessId(), GetCurrentProcess());
 }
+
+// A library with few symbols, which are quick to load.
+struct HostModule
+{
+    explicit HostModule(const std::filesystem::path& path) : module(LoadLibraryW(path.c_str())) {}
+    HostModule(const HostModule&) = delete;
+    ~HostModule() { FreeLibrary(module); }
+
+    // The one frame of a stack that holds nothing but a function of the library.
+    StackFrame trace(std::uint32_t options) const
+    {
+        const std::uint64_t end[16] = {};
+        CONTEXT context{};
+        context.Rip = reinterpret_cast<std::uintptr_t>(GetProcAddress(module, "hostAnswer"));
+        context.Rsp = reinterpret_cast<std::uintptr_t>(end);
+        const auto frames = tracerOfThisProcess(options).getTrace(GetCurrentThread(), &context);
+        EXPECT_EQ(frames.size(), 1u);
+        EXPECT_EQ(frames[0].address, context.Rip);
+        return frames[0];
+    }
+
+    HMODULE module;
+};
 
 const auto kThisModule = reinterpret_cast<std::uintptr_t>(GetModuleHandleW(nullptr));
 const auto kTracedAddress = reinterpret_cast<std::uintptr_t>(&tracedFunction);
@@ -133,22 +167,69 @@ TEST(Tracer, ExceptionsLeaveTheirConstructorsOut)
     EXPECT_EQ(GetLastError(), 1234u);
 }
 
+TEST(Tracer, AFailureLeavesTheFramesBeforeIt)
+{
+    static const DbgHelp whole = *DbgHelp::instance();
+    static int left = 0; // of the calls that succeed
+    DbgHelp unwalkable = whole, undecorated = whole;
+    unwalkable.walkStack = [](auto... arguments) -> BOOL { return left-- > 0 && whole.walkStack(arguments...); };
+    undecorated.undecorate = [](auto... arguments) -> DWORD { return left-- > 0 ? whole.undecorate(arguments...) : 0; };
+    const struct
+    {
+        DbgHelp engine;
+        std::wstring message;
+        std::size_t frames; // traceCurrentThread is one more
+    } cases[] = {{unwalkable, L"StackWalk64 failed at ", 4}, {undecorated, L"failed to get undecorated symbol short name: ", 2}};
+    const HostModule module(L"host-module.dll");
+    for (const auto& [engine, message, frames] : cases)
+    {
+        const_cast<DbgHelp&>(*DbgHelp::instance()) = engine;
+        left = 0;
+        EXPECT_TRUE(messageOf([&] { module.trace(kEverything); }).starts_with(message));
+        left = 5;
+        EXPECT_EQ(kTracedFunction().size(), frames);
+    }
+    const_cast<DbgHelp&>(*DbgHelp::instance()) = whole;
+}
+
+TEST(Tracer, AWalkHasABound)
+{
+    EXPECT_EQ(framesAtDepth(2 * Tracer::kMostFrames), Tracer::kMostFrames - 1);
+}
+
+TEST(Tracer, BelievesThePdbBesideAModuleAlone)
+{
+    wchar_t program[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, program, MAX_PATH);
+    namespace files = std::filesystem;
+    const files::path built = files::path(program).parent_path();
+    const files::path folder = files::temp_directory_path() / "st-core-pdb";
+    files::create_directories(folder);
+    files::copy_file(built / "host-module.dll", folder / "host-module.dll");
+    files::current_path(built); // where its PDB is
+    {
+        const HostModule module(folder / "host-module.dll");
+        EXPECT_EQ(module.trace(kEverything).completeName, L"");
+        files::copy_file(built / "host-module.pdb", folder / "host-module.pdb");
+        files::current_path(folder);
+        EXPECT_EQ(module.trace(kEverything).completeName, L"hostAnswer");
+    }
+    files::current_path(built);
+    files::remove_all(folder);
+}
+
 TEST(Tracer, OptionsDecideWhatIsResolved)
 {
-    CONTEXT here{};
-    RtlCaptureContext(&here);
+    const HostModule module(L"host-module.dll");
     for (std::uint32_t options = 0; options <= kEverything; ++options)
     {
         SCOPED_TRACE(options);
         SetLastError(5);
-        const auto frames = tracerOfThisProcess(options).getTrace(GetCurrentThread(), &here);
+        const StackFrame frame = module.trace(options);
         EXPECT_EQ(GetLastError(), 0u);
-        ASSERT_FALSE(frames.empty());
-        EXPECT_EQ(frames[0].address, here.Rip);
-        EXPECT_NE(frames[0].symbolDisplacement, 0u);
-        EXPECT_EQ(frames[0].completeName.empty(), !(options & Tracer::symbolNames));
-        EXPECT_EQ(frames[0].lineNumber == 0, !(options & Tracer::sourceLines));
-        EXPECT_EQ(frames[0].symbolType.empty(), !(options & Tracer::moduleInformation));
+        EXPECT_EQ(frame.completeName.empty(), !(options & Tracer::symbolNames));
+        EXPECT_EQ(frame.lineNumber == 0, !(options & Tracer::sourceLines));
+        EXPECT_EQ(frame.symbolType.empty(), !(options & Tracer::moduleInformation));
     }
 }
 
@@ -215,7 +296,7 @@ TEST(Tracer, ItsLinesReachItsOwnReceiverAlone)
     const auto hasLine = [](const std::wstring& begin, const std::wstring& rest)
     {
         return std::ranges::any_of(lines, [&](const std::wstring& line)
-                                   { return line.starts_with(begin) && line.find(rest, begin.size() + 1) != line.npos; });
+                                   { return line.starts_with(begin) && line.find(rest, begin.size()) != line.npos; });
     };
     EXPECT_TRUE(hasLine(L"Loaded ", L"tracer-tests.exe:tracer-tests.exe (0x"));
     EXPECT_TRUE(hasLine(L"Loaded ", L" (result: 0), symbol type: '-deferred-', PDB: '', version: 0\n"));
