@@ -1,5 +1,5 @@
-# A dynamic library that is handed to hosts: its exports from TARGET.def beside the listed sources, its version as a resource, and
-# nothing in the file that tells where it was built.
+# A dynamic library that is handed to hosts: its exports from TARGET.def beside the listed sources, its version as a resource, what
+# every such library needs of the C++ runtime, and nothing in the file that tells where it was built.
 #   shipped_library(TARGET DESCRIPTION SOURCE...)
 function(shipped_library target description)
     set(resource "${CMAKE_CURRENT_BINARY_DIR}/${target}.rc")
@@ -10,6 +10,7 @@ function(shipped_library target description)
 
     add_library(${target} SHARED ${ARGN} "${exports}" "${resource}")
     set_target_properties(${target} PROPERTIES PREFIX "" LINKER_LANGUAGE CXX)
+    target_link_libraries(${target} PRIVATE shipped-runtime)
     if(MINGW)
         # The other debugging format, which mingw's own libraries bring along: no use to Windows, and full of paths.
         add_custom_command(TARGET ${target} POST_BUILD COMMAND ${CMAKE_OBJCOPY} --strip-debug "$<TARGET_FILE:${target}>" VERBATIM)

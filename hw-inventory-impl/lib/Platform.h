@@ -110,7 +110,7 @@ void freeModule(ModuleHandle module);                       // ignores null
 bool processIsTerminating();
 
 // One pointer per thread. The destroy function is called with it when the thread ends, without the loader lock, and not at all
-// when the process is terminating. Keeping a first value pins the library in the process. False when no slot can be had.
+// when the process is terminating. It must still be there: the library is pinned. False when no slot can be had.
 void* threadValue();
 bool keepForThread(void* value, void (*destroy)(void*));
 std::uint32_t currentThreadId();

@@ -19,8 +19,7 @@
  * - Do not use dbghelp in another thread during a call: a failure's stack trace is taken with it, and it serves one thread at a
  *   time.
  * - Do not throw from the logging callback, and do not leave it by longjmp.
- * - After its first collection the module stays loaded until the process ends; freeing it has no effect then. Load it once: each
- *   time that it is freed before any collection, its C++ run time leaves some memory and handles behind.
+ * - Once loaded the module stays until the process ends; freeing it has no effect.
  * - Reading some facts takes administrative rights (a disk's "mediaType"). Without them the keys are left out.
  *
  * All text is UTF-8, all strings end with NUL. The calling convention is C's default one on 64-bit Windows.
