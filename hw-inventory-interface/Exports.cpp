@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <string>
 #include <utility>
 
@@ -17,6 +18,11 @@ namespace
 {
 constexpr auto kNoSize = L"null buffer_size provided to write JSON data to";
 constexpr auto kNoSizeForRam = L"null buffer size provided to write JSON data to";
+
+// An exception of another language or C++ runtime, of which this one has no pointer.
+struct ForeignException
+{
+};
 
 // Both outputs are stored before the allocation is judged: the host sees the size that could not be had.
 ExportStatus handOver(const std::string& document, char** buffer, size_t* bufferSize)
@@ -31,10 +37,12 @@ ExportStatus handOver(const std::string& document, char** buffer, size_t* buffer
 }
 
 // The body of the collecting functions. The machine is read before the size argument is judged; the document is written after
-// it, since writing it can log.
+// it, since writing it can log. A failure is recorded after its handler: that logs too, and a foreign exception out of the callback
+// would end the process while another one is handled.
 template <class Collect, class Write>
 ExportStatus answer(char** buffer, size_t* bufferSize, const wchar_t* noSize, Collect collect, Write write) noexcept
 {
+    std::exception_ptr failure;
     try
     {
         const auto records = collect(InventoryService::instance());
@@ -47,8 +55,9 @@ ExportStatus answer(char** buffer, size_t* bufferSize, const wchar_t* noSize, Co
     }
     catch (...)
     {
-        return recordFailure(std::current_exception());
+        failure = std::current_exception();
     }
+    return recordFailure(failure ? failure : std::make_exception_ptr(ForeignException()));
 }
 
 template <class Records>
