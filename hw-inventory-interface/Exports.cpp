@@ -5,9 +5,9 @@
 #include "hw-inventory-interface/ErrorHandling/ExceptionRecord.h"
 #include "st-core/lib/HostLogger.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -29,7 +29,7 @@ ExportStatus handOver(const std::string& document, char** buffer, size_t* buffer
 {
     const size_t size = document.size() + 1;
     *bufferSize = size;
-    *buffer = static_cast<char*>(std::malloc(size));
+    *buffer = new (std::nothrow) char[size];
     if (!*buffer)
         return EXPORT_STATUS_OTHER;
     std::memcpy(*buffer, document.c_str(), size);
@@ -112,7 +112,7 @@ ExportStatus hardware_inventory_find_hotfixes(char** buffer, size_t* buffer_size
 
 void release_buffer(void* buffer)
 {
-    std::free(buffer);
+    delete[] static_cast<char*>(buffer);
 }
 
 const ExceptionRecord* hardware_inventory_get_exception(void)
