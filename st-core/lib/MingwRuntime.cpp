@@ -4,9 +4,9 @@
 #include <cstring>
 #include <cxxabi.h>
 
-// What mingw's C++ runtime takes from the heap on first use (its locks, its once-objects, its exceptions) it cannot do without: where
-// malloc fails it crashes, aborts or recurses without end. A library with this file has memory of its own for that case. The linker
-// sends every call of malloc and its kin here, and the C runtime's own functions are reached by the names below (CMakeLists.txt).
+// What mingw's C++ runtime takes from the heap on first use (locks, once-objects, exceptions) it cannot do without: where malloc
+// fails it crashes, aborts or recurses without end. A library with this file has memory of its own for that case. The linker sends
+// every call of malloc and its kin here, and the C runtime's own functions are reached by the names below (CMakeLists.txt).
 extern "C"
 {
 extern void* (*__imp_crt_malloc)(std::size_t size);
