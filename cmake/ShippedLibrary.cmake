@@ -1,5 +1,6 @@
 # A dynamic library that is handed to hosts: its exports from TARGET.def beside the listed sources, its version as a resource, the
-# folders where its imports are searched, and nothing in the file that tells where it was built.
+# folders where its imports are searched, what every such library needs of the C++ runtime, and nothing in the file that tells where
+# it was built.
 #   shipped_library(TARGET DESCRIPTION SOURCE...)
 function(shipped_library target description)
     set(resource "${CMAKE_CURRENT_BINARY_DIR}/${target}.rc")
@@ -15,6 +16,7 @@ function(shipped_library target description)
     else()
         target_sources(${target} PRIVATE "${CMAKE_SOURCE_DIR}/cmake/DependentLoadFlags.c")
     endif()
+    target_link_libraries(${target} PRIVATE shipped-runtime)
     if(MINGW)
         # The other debugging format, which mingw's own libraries bring along: no use to Windows, and full of paths.
         add_custom_command(TARGET ${target} POST_BUILD COMMAND ${CMAKE_OBJCOPY} --strip-debug "$<TARGET_FILE:${target}>" VERBATIM)

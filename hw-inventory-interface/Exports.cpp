@@ -5,8 +5,9 @@
 #include "hw-inventory-interface/ErrorHandling/ExceptionRecord.h"
 #include "st-core/lib/HostLogger.h"
 
-#include <cstdlib>
 #include <cstring>
+#include <exception>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -18,12 +19,17 @@ namespace
 constexpr auto kNoSize = L"null buffer_size provided to write JSON data to";
 constexpr auto kNoSizeForRam = L"null buffer size provided to write JSON data to";
 
+// An exception of another language or C++ runtime, of which this one has no pointer.
+struct ForeignException
+{
+};
+
 // Both outputs are stored before the allocation is judged: the host sees the size that could not be had.
 ExportStatus handOver(const std::string& document, char** buffer, size_t* bufferSize)
 {
     const size_t size = document.size() + 1;
     *bufferSize = size;
-    *buffer = static_cast<char*>(std::malloc(size));
+    *buffer = new (std::nothrow) char[size];
     if (!*buffer)
         return EXPORT_STATUS_OTHER;
     std::memcpy(*buffer, document.c_str(), size);
@@ -31,10 +37,12 @@ ExportStatus handOver(const std::string& document, char** buffer, size_t* buffer
 }
 
 // The body of the collecting functions. The machine is read before the size argument is judged; the document is written after
-// it, since writing it can log.
+// it, since writing it can log. A failure is recorded after its handler: that logs too, and a foreign exception out of the callback
+// would end the process while another one is handled.
 template <class Collect, class Write>
 ExportStatus answer(char** buffer, size_t* bufferSize, const wchar_t* noSize, Collect collect, Write write) noexcept
 {
+    std::exception_ptr failure;
     try
     {
         const auto records = collect(InventoryService::instance());
@@ -47,8 +55,9 @@ ExportStatus answer(char** buffer, size_t* bufferSize, const wchar_t* noSize, Co
     }
     catch (...)
     {
-        return recordFailure(std::current_exception());
+        failure = std::current_exception();
     }
+    return recordFailure(failure ? failure : std::make_exception_ptr(ForeignException()));
 }
 
 template <class Records>
@@ -103,7 +112,7 @@ ExportStatus hardware_inventory_find_hotfixes(char** buffer, size_t* buffer_size
 
 void release_buffer(void* buffer)
 {
-    std::free(buffer);
+    delete[] static_cast<char*>(buffer);
 }
 
 const ExceptionRecord* hardware_inventory_get_exception(void)

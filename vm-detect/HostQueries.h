@@ -2,14 +2,17 @@
 
 #include "vm-detect/HostFacts.h"
 
-// The questions to the platform. The library links the Windows answers, the tests their own.
+#include <optional>
+
+// The questions to the platform. The library links the Windows answers, the tests their own. An answer is absent where the source
+// cannot be read at the moment.
 namespace VmDetect::Platform
 {
 CpuidRegisters cpuid(std::uint32_t leaf);
 
-// The raw SMBIOS table with its head of eight bytes; empty when there is none.
-std::vector<std::uint8_t> firmwareTable();
+// The raw SMBIOS table with its head of eight bytes.
+std::optional<std::vector<std::uint8_t>> firmwareTable();
 
 // HKEY_LOCAL_MACHINE\HARDWARE\DESCRIPTION\System, "SystemBiosVersion": zero-terminated texts; empty when there are none.
-std::string systemBiosVersion();
+std::optional<std::string> systemBiosVersion();
 }

@@ -15,29 +15,35 @@ CpuidRegisters cpuid(std::uint32_t leaf)
             static_cast<std::uint32_t>(registers[2]), static_cast<std::uint32_t>(registers[3])};
 }
 
-std::vector<std::uint8_t> firmwareTable()
+// Every PC has the table: a size of 0 is a failure.
+std::optional<std::vector<std::uint8_t>> firmwareTable()
 {
     constexpr DWORD kRawSmbios = 0x52534D42; // 'RSMB'
     std::vector<std::uint8_t> table(GetSystemFirmwareTable(kRawSmbios, 0, nullptr, 0));
     if (table.empty())
-        return table;
+        return std::nullopt;
     // The answer is a size even where the buffer proved too small for it; nothing was copied then.
     const UINT copied = GetSystemFirmwareTable(kRawSmbios, 0, table.data(), static_cast<DWORD>(table.size()));
-    table.resize(copied <= table.size() ? copied : 0);
+    if (copied == 0 || copied > table.size())
+        return std::nullopt;
+    table.resize(copied);
     return table;
 }
 
-std::string systemBiosVersion()
+std::optional<std::string> systemBiosVersion()
 {
     constexpr char kKey[] = "HARDWARE\\DESCRIPTION\\System";
     constexpr char kValue[] = "SystemBiosVersion";
     constexpr DWORD kTextsOnly = RRF_RT_REG_MULTI_SZ | RRF_RT_REG_SZ;
     DWORD size = 0;
-    if (RegGetValueA(HKEY_LOCAL_MACHINE, kKey, kValue, kTextsOnly, nullptr, nullptr, &size) != ERROR_SUCCESS)
-        return {};
+    const LSTATUS status = RegGetValueA(HKEY_LOCAL_MACHINE, kKey, kValue, kTextsOnly, nullptr, nullptr, &size);
+    if (status == ERROR_FILE_NOT_FOUND || status == ERROR_UNSUPPORTED_TYPE)
+        return std::string();
+    if (status != ERROR_SUCCESS)
+        return std::nullopt;
     std::string texts(size, '\0');
     if (RegGetValueA(HKEY_LOCAL_MACHINE, kKey, kValue, kTextsOnly, nullptr, texts.data(), &size) != ERROR_SUCCESS)
-        return {};
+        return std::nullopt;
     texts.resize(std::min<std::size_t>(size, texts.size()));
     return texts;
 }

@@ -3,18 +3,34 @@
 #include "vm-detect/HostQueries.h"
 #include "vm-detect/Rules.h"
 
+#include <atomic>
+
 namespace
 {
 constexpr std::int32_t kFirstVirtualType = 1;
 constexpr std::int32_t kLastVirtualType = 25;
 
-VmDetect::HostFacts factsOfThisHost()
+// Kept from the first time that every source could be read: a host does not change while a process runs. No lock is needed, since
+// threads that judge at the same time come to the same answer.
+constexpr std::int32_t kNotJudged = -1;
+std::atomic<std::int32_t> judgedType{kNotJudged};
+
+std::int32_t judgeThisHost()
 {
+    const auto table = VmDetect::Platform::firmwareTable();
+    const auto biosVersions = VmDetect::Platform::systemBiosVersion();
+
     VmDetect::HostFacts facts;
     facts.hypervisor = VmDetect::hypervisorFacts(&VmDetect::Platform::cpuid);
-    facts.firmware = VmDetect::firmwareFacts(VmDetect::Platform::firmwareTable());
-    facts.registryBiosVersions = VmDetect::multiStringTexts(VmDetect::Platform::systemBiosVersion());
-    return facts;
+    if (table)
+        facts.firmware = VmDetect::firmwareFacts(*table);
+    if (biosVersions)
+        facts.registryBiosVersions = VmDetect::multiStringTexts(*biosVersions);
+
+    const auto type = static_cast<std::int32_t>(VmDetect::hypervisorType(facts));
+    if (table && biosVersions)
+        judgedType = type;
+    return type;
 }
 }
 
@@ -22,7 +38,8 @@ VmDetect::HostFacts factsOfThisHost()
 std::int32_t VmProbe_GetHostVMType(void)
 try
 {
-    return static_cast<std::int32_t>(VmDetect::hypervisorType(factsOfThisHost()));
+    const std::int32_t type = judgedType;
+    return type == kNotJudged ? judgeThisHost() : type;
 }
 catch (...)
 {

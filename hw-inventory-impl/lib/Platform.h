@@ -110,7 +110,7 @@ void freeModule(ModuleHandle module);                       // ignores null
 bool processIsTerminating();
 
 // One pointer per thread. The destroy function is called with it when the thread ends, without the loader lock, and not at all
-// when the process is terminating. Keeping a first value pins the library in the process. False when no slot can be had.
+// when the process is terminating. It must still be there: the library is pinned. False when no slot can be had.
 // A value that a fiber keeps is destroyed when the fiber is deleted on the same thread; a fiber that is deleted on another thread
 // leaves it to its thread, which uses it until it ends and does not destroy it.
 void* threadValue();

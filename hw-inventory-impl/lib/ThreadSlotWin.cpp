@@ -39,17 +39,9 @@ namespace
         kept->destroy(kept->value);
     }
 
-    // Threads outlive the host's interest in this library; the callback must still be there when they end.
-    bool pinLibrary()
-    {
-        HMODULE module = nullptr;
-        return GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
-                                  reinterpret_cast<const wchar_t*>(&destroyKept), &module) != 0;
-    }
-
     bool haveSlot()
     {
-        if (slot == FLS_OUT_OF_INDEXES && pinLibrary())
+        if (slot == FLS_OUT_OF_INDEXES)
             slot = FlsAlloc(destroyKept);
         return slot != FLS_OUT_OF_INDEXES;
     }

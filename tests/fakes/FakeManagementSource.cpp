@@ -95,14 +95,21 @@ namespace
     public:
         FakeManagementSource(std::wstring path, const FakeNamespace& space) : path_(std::move(path)), space_(space)
         {
-            ++connections;
             management().events.push_back(L"connected " + path_);
+            ++connections;
         }
 
         ~FakeManagementSource() override
         {
-            management().events.push_back(L"disconnected " + path_);
             --connections;
+            try
+            {
+                management().events.push_back(L"disconnected " + path_);
+            }
+            catch (const std::bad_alloc&)
+            {
+                // A destructor has no better place to leave it.
+            }
         }
 
         void query(const std::wstring& wql, const ObjectCallback& callback) override

@@ -1,13 +1,18 @@
 #include "tests/system/product/Balance.h"
 #include "tests/system/product/FakeWmi.h"
+#include "tests/system/product/Imports.h"
 #include "tests/system/product/Product.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csetjmp>
 #include <cstring>
+#include <functional>
+#include <iostream>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace
 {
@@ -33,16 +38,47 @@ bool isLeftAtLine(int line, const Product& product, std::size_t kind)
     EXPECT_EQ(product.collect(kind).status, EXPORT_STATUS_SUCCESS) << Product::kinds[kind].function;
     return false;
 }
+
+// How many TLS indexes the process has left.
+std::size_t freeTlsIndexes()
+{
+    std::vector<DWORD> taken;
+    for (DWORD index = TlsAlloc(); index != TLS_OUT_OF_INDEXES; index = TlsAlloc())
+        taken.push_back(index);
+    std::ranges::for_each(taken, TlsFree);
+    return taken.size();
+}
 }
 
-TEST(Lifetime, ALibraryThatCollectedNothingIsUnloaded)
+TEST(Lifetime, LoadingAndFreeingLosesNothing)
 {
-    for (int round = 0; round < 10; ++round)
+    const FakeWmiHost host;
+    FakeWmi::failWhen([](const std::string& call) { return call == "CreateInstance"; });
+    const ExceptionRecord* kept = nullptr;
+    const auto fail = [&kept](const Product& product)
     {
-        const Product product;
-        EXPECT_EQ(product.getException()->message, nullptr);
+        takeDbgHelpFrom(product.module());
+        EXPECT_EQ(product.collect(Product::cpus).status, EXPORT_STATUS_WMI_CONNECTION);
+        kept = product.getException();
+    };
+    const std::pair<const char*, std::function<void()>> actions[] = {
+        {"the VM detection alone", [] { FreeLibrary(LoadLibraryW((programFolder() / "vm_detect.dll").c_str())); }},
+        {"the library", [] { const Product product; }},
+        {"a collection that fails", [&] { fail(Product()); }},
+    };
+    for (const auto& [what, round] : actions)
+    {
+        round();
+        const std::size_t indexes = freeTlsIndexes();
+        const Balance before = Balance::take();
+        for (int count = 0; count < 1200; ++count)
+            round();
+        const Balance growth = Balance::take().since(before);
+        std::cout << what << ": " << growth << "\n";
+        EXPECT_EQ(growth, Balance{}) << what;
+        EXPECT_EQ(freeTlsIndexes(), indexes) << what;
     }
-    EXPECT_EQ(GetModuleHandleW(L"hw_inventory_interface.dll"), nullptr);
+    EXPECT_STREQ(kept->errorText, "failed to create WMI locator") << "a host may keep the record";
 }
 
 TEST(Lifetime, LoadingCollectingAndFreeingInALoopLeavesNothing)

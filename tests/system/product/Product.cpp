@@ -55,6 +55,7 @@ Product::Product(const std::filesystem::path& path) :
         findFunction(module_, kinds[kind].function, find_[kind]);
     findFunction(module_, "release_buffer", releaseBuffer);
     findFunction(module_, "hardware_inventory_get_exception", getException);
+    findFunction(module_, "hardware_inventory_exception_string", exceptionString);
     findFunction(module_, "hardware_inventory_set_logger", setLogger);
 }
 

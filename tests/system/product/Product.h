@@ -78,10 +78,14 @@ public:
     // Collects the kind of that index, and gives the buffer back.
     Answer collect(std::size_t kind) const;
 
+    // The function itself.
+    Find find(std::size_t kind) const { return find_[kind]; }
+
     HMODULE module() const { return module_; }
 
     decltype(&release_buffer) releaseBuffer;
     decltype(&hardware_inventory_get_exception) getException;
+    decltype(&hardware_inventory_exception_string) exceptionString;
     decltype(&hardware_inventory_set_logger) setLogger;
 
 private:

@@ -8,6 +8,10 @@
 #include <utility>
 #include <vector>
 
+#ifndef _MSC_VER
+#include <unwind.h>
+#endif
+
 using fakes::machine;
 using fakes::management;
 using Lines = fakes::LogCapture::Lines;
@@ -204,3 +208,34 @@ TEST_P(NestedCollection, IsWholeAndLeavesTheOuterOneWhole)
 }
 
 INSTANTIATE_TEST_SUITE_P(Exports, NestedCollection, testing::Range<std::size_t>(0, std::size(kCollectors)));
+
+#ifndef _MSC_VER
+// Two ways a panic of another language takes: out of the source that is asked, and out of the callback wherever it is called,
+// where the failure is logged too.
+TEST(Exports, AForeignExceptionIsAFailure)
+{
+    setUpWholeMachine();
+    static const auto raise = []
+    {
+        static _Unwind_Exception foreign;
+        foreign = {};
+        foreign.exception_class = 0x464F524549474E00; // "FOREIGN"
+        _Unwind_RaiseException(&foreign);
+    };
+    char untouched = 'u';
+    char* buffer = &untouched;
+    size_t size = 12345;
+    {
+        const fakes::LogCapture log;
+        management().cimv2.answers.clear();
+        failQueriesWith(raise);
+        EXPECT_EQ(hardware_inventory_find_cpus(&buffer, &size), EXPORT_STATUS_OTHER);
+        EXPECT_EQ(log.lines(), (Lines{{2, "unknown exception"}}));
+    }
+    hardware_inventory_set_logger([](uint32_t, const char*) { raise(); });
+    EXPECT_EQ(hardware_inventory_find_ram(&buffer, &size), EXPORT_STATUS_OTHER);
+    EXPECT_EQ(buffer, &untouched);
+    EXPECT_EQ(size, 12345u);
+    EXPECT_EQ(exceptionString(), "unknown exception");
+}
+#endif

@@ -5,27 +5,18 @@
 
 FailingHeap heap;
 
-#ifdef HW_INVENTORY_WRAPS_MALLOC
-bool mallocFails = false;
-
-// The linker sends every call of malloc to the one and __real_malloc to the system's.
-extern "C" void* __real_malloc(std::size_t size);
-extern "C" void* __wrap_malloc(std::size_t size)
-{
-    return mallocFails ? nullptr : __real_malloc(size);
-}
-static void* takeBlock(std::size_t size) { return __real_malloc(size); }
-#else
-static void* takeBlock(std::size_t size) { return std::malloc(size); }
-#endif
-
 namespace
 {
 bool failsNow()
 {
-    if (!heap.armed || heap.left-- != 0)
+    if (!heap.armed)
         return false;
-    heap.armed = false;
+    if (heap.left != 0)
+    {
+        --heap.left;
+        return false;
+    }
+    heap.armed = heap.forGood;
     heap.failed = true;
     if (heap.instead)
         heap.instead();
@@ -34,7 +25,7 @@ bool failsNow()
 
 void* allocate(std::size_t size)
 {
-    void* block = failsNow() ? nullptr : takeBlock(size ? size : 1);
+    void* block = failsNow() ? nullptr : std::malloc(size ? size : 1);
     if (block)
         ++heap.live;
     return block;

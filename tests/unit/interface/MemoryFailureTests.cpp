@@ -39,38 +39,56 @@ void forgetCalls()
     fakes::management().events = {};
 }
 
+// Messages are written only for a logger.
+int errorLines = 0;
+
+void countErrors(uint32_t level, const char*)
+{
+    errorLines += level == 2;
+}
+
+// What the outputs hold before a call.
+char untouched = 'u';
+constexpr size_t kUntouched = 12345;
+
 struct Attempt
 {
     ExportStatus status;
     bool failed;
     std::string document;
+    bool outputsUntouched;
+    size_t sizeNeeded; // where memory for the document alone was lacking
 };
 
 constexpr std::size_t kNever = static_cast<std::size_t>(-1);
 
 // On a thread of its own, so that the connections are made, and dropped again, in every attempt.
-Attempt attempt(const Collector& collector, std::size_t failingAllocation = kNever)
+Attempt attempt(const Collector& collector, std::size_t failingAllocation = kNever, bool forGood = false)
 {
     ExportStatus status = EXPORT_STATUS_SUCCESS;
-    char* buffer = nullptr;
-    size_t size = 0;
+    char* buffer = &untouched;
+    size_t size = kUntouched;
     std::thread([&]
     {
         // The slot of the fakes allocates where the thread first touches it.
         HardwareInventory::Platform::threadValue();
-        heap.arm(failingAllocation);
+        heap.arm(failingAllocation, forGood);
         status = collector.find(&buffer, &size);
         heap.armed = false;
     }).join();
     forgetCalls();
+    if (buffer == &untouched)
+        return {status, heap.failed, "", size == kUntouched, 0};
     const std::unique_ptr<char, void (*)(void*)> owner(buffer, release_buffer);
-    return {status, heap.failed, buffer ? buffer : ""};
+    return {status, heap.failed, buffer ? buffer : "", false, buffer ? 0 : size};
 }
 
 bool isWhole(const Attempt& attempt)
 {
     const bool success = attempt.status == EXPORT_STATUS_SUCCESS;
-    return success ? !attempt.document.empty() : attempt.status == EXPORT_STATUS_OTHER && lastFailureIsMemory();
+    if (success)
+        return !attempt.document.empty();
+    return attempt.status == EXPORT_STATUS_OTHER && lastFailureIsMemory() && attempt.outputsUntouched != (attempt.sizeNeeded > 0);
 }
 
 // Lets the allocations fail one after another, and checks each outcome.
@@ -86,15 +104,10 @@ void failEachAllocation(const Collector& collector, Check check)
         {
             const Attempt hurt = attempt(collector, index);
             failed = hurt.failed;
-            check(hurt, context);
+            check(hurt, index, context);
         }
         ASSERT_EQ(heap.live - stringsOfRecord(), before) << context << " leaks";
     }
-}
-
-// Messages are written only for a logger.
-void ignoreLine(uint32_t, const char*)
-{
 }
 
 class MemoryFailures : public testing::Test
@@ -103,21 +116,37 @@ protected:
     MemoryFailures()
     {
         setUpWholeMachine();
-        hardware_inventory_set_logger(ignoreLine);
+        hardware_inventory_set_logger(countErrors);
     }
 };
 }
 
-TEST_F(MemoryFailures, EachAllocationFailsOnce)
+// One allocation fails; and, in larger steps, that one and all that follow it.
+TEST_F(MemoryFailures, AnywhereInACollection)
 {
     for (const Collector& collector : kCollectors)
     {
         const std::string whole = attempt(collector).document;
-        failEachAllocation(collector, [&](const Attempt& hurt, const std::string& context)
+        int documentsLacking = 0;
+        const auto check = [&](const Attempt& hurt, const std::string& context)
         {
             ASSERT_TRUE(isWhole(hurt)) << context << ": " << hurt.status << " " << lastMessage();
+            if (hurt.sizeNeeded > 0)
+            {
+                ++documentsLacking;
+                EXPECT_EQ(hurt.sizeNeeded, whole.size() + 1) << context;
+                EXPECT_EQ(errorLines, 0) << context << ": no failure to record";
+            }
+            errorLines = 0;
+        };
+        failEachAllocation(collector, [&](const Attempt& hurt, std::size_t index, const std::string& context)
+        {
+            check(hurt, context);
+            if (index % 4 == 0)
+                check(attempt(collector, index, true), context + " and all that follow");
             ASSERT_EQ(attempt(collector).document, whole) << context;
         });
+        EXPECT_GE(documentsLacking, 1) << collector.name;
     }
 }
 
@@ -130,7 +159,7 @@ TEST_F(MemoryFailures, FirstCallsOfTheProcess)
         failures = 0;
         for (const Collector& collector : kCollectors)
         {
-            const Attempt hurt = attempt(collector, index);
+            const Attempt hurt = attempt(collector, index, index % 2 != 0);
             ASSERT_TRUE(isWhole(hurt)) << collector.name << ", allocation " << index << ": " << hurt.status;
             failures += hurt.failed;
         }
@@ -160,7 +189,7 @@ TEST_F(MemoryFailures, WhileAFailureIsTold)
     {
         fakes::management().cimv2.otherwise = [fail = each.fail](const std::wstring&) { return fail(), fakes::FakeObjects(); };
         std::size_t told = 0;
-        failEachAllocation(kCollectors[0], [&](const Attempt& hurt, const std::string& context)
+        failEachAllocation(kCollectors[0], [&](const Attempt& hurt, std::size_t, const std::string& context)
         {
             if (lastMessage() != each.message)
             {
@@ -181,7 +210,7 @@ TEST_F(MemoryFailures, WhileAFailureIsTold)
 TEST_F(MemoryFailures, FunctionsThatCollectNothing)
 {
     heap.arm(0);
-    hardware_inventory_set_logger(ignoreLine);
+    hardware_inventory_set_logger(countErrors);
     heap.armed = false;
 
     bool failed = true;
@@ -213,27 +242,3 @@ TEST_F(MemoryFailures, ACallbackClearedWhileItsLineIsWritten)
     }
     heap = {};
 }
-
-#ifdef HW_INVENTORY_WRAPS_MALLOC
-TEST_F(MemoryFailures, NoMemoryForTheDocument)
-{
-    for (const Collector& collector : kCollectors)
-    {
-        const std::string whole = collect(collector).document;
-        const char* const message = hardware_inventory_get_exception()->message;
-        const fakes::LogCapture log;
-        char untouched = 'u';
-        char* buffer = &untouched;
-        size_t size = 0;
-        mallocFails = true;
-        const ExportStatus status = collector.find(&buffer, &size);
-        mallocFails = false;
-        EXPECT_EQ(status, EXPORT_STATUS_OTHER) << collector.name;
-        EXPECT_EQ(buffer, nullptr) << collector.name;
-        EXPECT_EQ(size, whole.size() + 1) << collector.name;
-        for (const auto& line : log.lines())
-            EXPECT_NE(line.first, 2u) << line.second;
-        EXPECT_EQ(hardware_inventory_get_exception()->message, message) << "the record stays";
-    }
-}
-#endif

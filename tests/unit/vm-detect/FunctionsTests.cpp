@@ -12,8 +12,8 @@
 namespace
 {
 std::map<std::uint32_t, VmDetect::CpuidRegisters> leaves;
-std::vector<std::uint8_t> table;
-std::string registryTexts;
+std::optional<std::vector<std::uint8_t>> table;
+std::optional<std::string> registryTexts;
 bool firmwareFails = false;
 }
 
@@ -24,14 +24,14 @@ CpuidRegisters cpuid(std::uint32_t leaf)
     return leaves[leaf];
 }
 
-std::vector<std::uint8_t> firmwareTable()
+std::optional<std::vector<std::uint8_t>> firmwareTable()
 {
     if (firmwareFails)
         throw std::bad_alloc();
     return table;
 }
 
-std::string systemBiosVersion()
+std::optional<std::string> systemBiosVersion()
 {
     return registryTexts;
 }
@@ -96,16 +96,20 @@ TEST(VmFunctions, AnEmulatedProcessorSaysNothingOfHypervisors)
     }
 }
 
-TEST(VmFunctions, FromFirmwareAndRegistry)
+TEST(VmFunctions, FromFirmwareAndRegistryOnceBothCanBeRead)
 {
     table = RawTable().add(1, {1, 2}, {"Microsoft Corporation", "Virtual Machine"}).bytes();
-    EXPECT_EQ(VmProbe_GetHostVMType(), 8) << "firmware";
+    EXPECT_EQ(VmProbe_GetHostVMType(), 8) << "firmware alone";
 
     registryTexts = std::string("A M I  - 9000520\0BIOS Date: 05/20/09\0\0", 38);
+    firmwareFails = true;
+    EXPECT_EQ(VmProbe_GetHostVMType(), 0) << "a failure";
+
+    firmwareFails = false;
     EXPECT_EQ(VmProbe_GetHostVMType(), 6) << "both";
 
     firmwareFails = true;
-    EXPECT_EQ(VmProbe_GetHostVMType(), 0) << "a failure";
+    EXPECT_EQ(VmProbe_GetHostVMType(), 6) << "kept";
 }
 
 TEST(VmFunctions, VirtualTypes)
