@@ -236,7 +236,7 @@ TEST_F(MemoryFailures, ACallbackClearedWhileItsLineIsWritten)
     heap.failed = true;
     for (std::size_t index = 0; heap.failed; ++index)
     {
-        hardware_inventory_set_logger(ignoreLine);
+        hardware_inventory_set_logger(countErrors);
         heap.arm(index);
         EXPECT_EQ(hardware_inventory_exception_string(nullptr, nullptr), EXPORT_STATUS_NO_SIZE) << index;
     }
