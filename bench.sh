@@ -35,7 +35,7 @@ quietly cmake -S "$root" --preset mingw -B "$wine_folder" -DHW_INVENTORY_BENCH=O
 quietly cmake --build "$wine_folder" --target benchmarks
 # On one core, with the server that answers it: how the system spreads the two over cores can double either side's time.
 core=$(taskset -cp $$ | sed 's/.*: //; s/[,-].*//')
-on_wine=(taskset -c "$core" "$root/scripts/wine.sh" "$wine_folder/wine")
+on_wine=(taskset -c "$core" "$root/toolchain/wine.sh" "$wine_folder/wine")
 quietly "${on_wine[@]}" cmd /c exit
 for program in collections traced-failure; do
     say "running $program under Wine"

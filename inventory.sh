@@ -7,4 +7,4 @@ source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
 ensure_packages "${build_packages[@]}" "${windows_packages[@]}"
 build mingw --target hw-inventory
-exec "$root/scripts/wine.sh" "$root/build/mingw/wine" "$root/build/mingw/bin/hw-inventory.exe" "$@"
+exec "$root/toolchain/wine.sh" "$root/build/mingw/wine" "$root/build/mingw/bin/hw-inventory.exe" "$@"

@@ -10,7 +10,7 @@ else()
         else()
             set(boost_target native)
         endif()
-        execute_process(COMMAND "${CMAKE_SOURCE_DIR}/scripts/boost.sh" ${boost_target}
+        execute_process(COMMAND "${CMAKE_SOURCE_DIR}/toolchain/boost.sh" ${boost_target}
             OUTPUT_VARIABLE boost_prefix OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
         set(HW_INVENTORY_BOOST "${boost_prefix}" CACHE PATH "Install prefix of Boost 1.81")
     endif()

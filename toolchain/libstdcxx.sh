@@ -3,7 +3,7 @@
 # why), once, in the cache folder, and prints the folder that holds it:
 #   libstdcxx.sh FOLDER OF THE COMPILER'S LIBRARIES
 set -euo pipefail
-source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+source "$(dirname "${BASH_SOURCE[0]}")/../scripts/common.sh"
 
 original=$1/libstdc++.a
 folder="$cache/libstdcxx-mingw"
@@ -11,7 +11,7 @@ if [[ ! -f $folder/libstdc++.a || $original -nt $folder/libstdc++.a ]]; then
     work=$(mktemp -d)
     trap 'rm -rf "$work"' EXIT
     {
-        clang++-16 -std=c++20 -O1 -o "$work/restore" "$root/scripts/restore_unwind_symbols.cpp"
+        clang++-16 -std=c++20 -O1 -o "$work/restore" "$root/toolchain/restore_unwind_symbols.cpp"
         mkdir -p "$work/objects" "$folder"
         (cd "$work/objects" && llvm-ar-16 x "$original" && "$work/restore" *.o && llvm-ar-16 rcs ../libstdc++.a *.o)
         mv "$work/libstdc++.a" "$folder/libstdc++.a"

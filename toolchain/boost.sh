@@ -3,7 +3,7 @@
 #   boost.sh TARGET        TARGET is "mingw" or "native"; prints the install prefix on standard output
 # Sources and results stay in the cache folder (HW_INVENTORY_CACHE), outside every build tree.
 set -euo pipefail
-source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+source "$(dirname "${BASH_SOURCE[0]}")/../scripts/common.sh"
 
 target=$1
 version=1.81
@@ -30,7 +30,7 @@ build() {
     local work="$cache/boost-build-$target" options=()
     rm -rf "$work" "$prefix" "$prefix.partial"
     case $target in
-        mingw) options=(-DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-clang.cmake" -DBOOST_CONTEXT_IMPLEMENTATION=winfib) ;;
+        mingw) options=(-DCMAKE_TOOLCHAIN_FILE="$root/toolchain/mingw-clang.cmake" -DBOOST_CONTEXT_IMPLEMENTATION=winfib) ;;
         native) options=(-DCMAKE_C_COMPILER=clang-16 -DCMAKE_CXX_COMPILER=clang++-16) ;;
     esac
     cmake -G Ninja -S "$cache"/boost-src/boost"$version"-*/ -B "$work" \

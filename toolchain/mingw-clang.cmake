@@ -22,7 +22,7 @@ string(APPEND CMAKE_CXX_FLAGS_INIT
     " -nostdinc++ -isystem ${cxx_headers} -isystem ${cxx_headers}/${triple} -isystem ${cxx_headers}/backward")
 string(APPEND CMAKE_C_FLAGS_INIT " --sysroot=/usr/${triple}")
 string(APPEND CMAKE_CXX_FLAGS_INIT " --sysroot=/usr/${triple}")
-execute_process(COMMAND "${CMAKE_CURRENT_LIST_DIR}/../scripts/libstdcxx.sh" ${gcc_libraries}
+execute_process(COMMAND "${CMAKE_CURRENT_LIST_DIR}/libstdcxx.sh" ${gcc_libraries}
     OUTPUT_VARIABLE cxx_library OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 foreach(kind EXE SHARED MODULE)
     set(CMAKE_${kind}_LINKER_FLAGS_INIT "-fuse-ld=lld-16 -static -L${cxx_library} -L${gcc_libraries} -Wno-unused-command-line-argument")
@@ -33,4 +33,4 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
-set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/../scripts/wine.sh;${CMAKE_BINARY_DIR}/wine")
+set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/wine.sh;${CMAKE_BINARY_DIR}/wine")
