@@ -1,4 +1,4 @@
-#include "tests/bench/wine/BareClient.h"
+#include "bench/wine/BareClient.h"
 #include "tests/system/product/Balance.h"
 #include "tests/system/product/Product.h"
 

@@ -1,4 +1,4 @@
-#include "tests/bench/AllocationCounter.h"
+#include "bench/AllocationCounter.h"
 
 #include <malloc.h>
 

@@ -1,4 +1,4 @@
-#include "tests/bench/wine/Timing.h"
+#include "bench/wine/Timing.h"
 #include "tests/system/product/BareSymbolSession.h"
 #include "tests/system/product/FakeWmi.h"
 #include "tests/system/product/Product.h"

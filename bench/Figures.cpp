@@ -1,4 +1,4 @@
-#include "tests/bench/Figures.h"
+#include "bench/Figures.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "tests/bench/wine/BareClient.h"
+#include "bench/wine/BareClient.h"
 
 #include "vm_detect.h"
 

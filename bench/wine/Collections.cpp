@@ -1,6 +1,6 @@
 #include "hw_inventory_interface.h"
-#include "tests/bench/wine/BareClient.h"
-#include "tests/bench/wine/Timing.h"
+#include "bench/wine/BareClient.h"
+#include "bench/wine/Timing.h"
 
 #include <nlohmann/json.hpp>
 

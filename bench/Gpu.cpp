@@ -1,6 +1,6 @@
 #include "hw-inventory-impl/lib/GPU/GpuVendorRegistry.h"
 #include "hw-inventory-impl/lib/InventoryService.h"
-#include "tests/bench/Figures.h"
+#include "bench/Figures.h"
 #include "tests/fakes/FakeMachine.h"
 #include "tests/fakes/FakeManagementSource.h"
 

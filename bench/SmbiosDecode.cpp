@@ -1,5 +1,5 @@
 #include "hw-inventory-impl/lib/SMBIOS/SmbiosInventory.h"
-#include "tests/bench/Figures.h"
+#include "bench/Figures.h"
 #include "tests/fakes/FakeMachine.h"
 
 #include <fcntl.h>

@@ -1,7 +1,7 @@
 #include "hw-inventory-impl/lib/PCI/BuiltInList.h"
 #include "hw-inventory-impl/lib/PCI/PciIdDatabase.h"
-#include "tests/bench/AllocationCounter.h"
-#include "tests/bench/Figures.h"
+#include "bench/AllocationCounter.h"
+#include "bench/Figures.h"
 
 extern "C"
 {

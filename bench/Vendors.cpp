@@ -2,9 +2,9 @@
 #include "hw-inventory-impl/lib/VendorRegistry.h"
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/Text.h"
-#include "tests/bench/AllocationCounter.h"
-#include "tests/bench/Figures.h"
-#include "tests/bench/PlainVendorRegistry.h"
+#include "bench/AllocationCounter.h"
+#include "bench/Figures.h"
+#include "bench/PlainVendorRegistry.h"
 
 #include <fstream>
 
