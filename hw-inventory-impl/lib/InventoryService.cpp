@@ -1,7 +1,7 @@
 #include "hw-inventory-impl/lib/InventoryService.h"
 
 #include "hw-inventory-impl/lib/GPU/GpuVendorRegistry.h"
-#include "hw-inventory-impl/lib/Platform.h"
+#include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "hw-inventory-impl/lib/Providers/WMIConnections.h"
 #include "hw-inventory-impl/lib/SMBIOS/SmbiosInventory.h"
 #include "hw-inventory-impl/lib/VendorRegistry.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "hw-inventory-impl/lib/Platform.h"
+#include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "st-core/lib/RuntimeException.h"
 
 #include <cstdint>

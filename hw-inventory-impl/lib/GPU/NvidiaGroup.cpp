@@ -2,7 +2,7 @@
 
 #include "hw-inventory-impl/lib/GPU/GPUException.h"
 #include "hw-inventory-impl/lib/GPU/VendorModule.h"
-#include "hw-inventory-impl/lib/Platform.h"
+#include "hw-inventory-impl/lib/Platform/Platform.h"
 
 namespace HardwareInventory
 {

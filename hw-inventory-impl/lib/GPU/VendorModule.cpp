@@ -1,6 +1,6 @@
 #include "hw-inventory-impl/lib/GPU/VendorModule.h"
 
-#include "hw-inventory-impl/lib/Platform.h"
+#include "hw-inventory-impl/lib/Platform/Platform.h"
 
 namespace HardwareInventory::VendorModule
 {

@@ -1,6 +1,6 @@
 #include "hw-inventory-impl/lib/Providers/WMIConnections.h"
 
-#include "hw-inventory-impl/lib/Platform.h"
+#include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "hw-inventory-impl/lib/VirtualMachine.h"
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/OSError.h"

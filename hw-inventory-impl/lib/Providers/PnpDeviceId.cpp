@@ -1,7 +1,7 @@
 #include "hw-inventory-impl/lib/Providers/PnpDeviceId.h"
 
 #include "hw-inventory-impl/lib/PCI/PciIdDatabase.h"
-#include "hw-inventory-impl/lib/Platform.h"
+#include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "st-core/lib/HostLogger.h"
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 #include "hw-inventory-impl/lib/Providers/WMIConnections.h"
 
 #include "hw-inventory-impl/lib/NameTable.h"
-#include "hw-inventory-impl/lib/Platform.h"
+#include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "hw-inventory-impl/lib/Providers/Properties.h"
 #include "hw-inventory-impl/lib/VirtualMachine.h"
 #include "st-core/lib/HostLogger.h"

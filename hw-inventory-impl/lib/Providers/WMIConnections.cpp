@@ -1,6 +1,6 @@
 #include "hw-inventory-impl/lib/Providers/WMIConnections.h"
 
-#include "hw-inventory-impl/lib/Platform.h"
+#include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
 #include "st-core/lib/HostLogger.h"
 

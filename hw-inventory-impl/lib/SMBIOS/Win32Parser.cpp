@@ -1,6 +1,6 @@
 #include "hw-inventory-impl/lib/SMBIOS/Win32Parser.h"
 
-#include "hw-inventory-impl/lib/Platform.h"
+#include "hw-inventory-impl/lib/Platform/Platform.h"
 
 #include <algorithm>
 #include <limits>

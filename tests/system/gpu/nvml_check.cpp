@@ -1,6 +1,6 @@
 #include "hw-inventory-impl/lib/GPU/GPUException.h"
 #include "hw-inventory-impl/lib/GPU/NvidiaGroup.h"
-#include "hw-inventory-impl/lib/Platform.h"
+#include "hw-inventory-impl/lib/Platform/Platform.h"
 
 #include <dlfcn.h>
 

@@ -1,4 +1,4 @@
-#include "hw-inventory-impl/lib/Platform.h"
+#include "hw-inventory-impl/lib/Platform/Platform.h"
 
 #include "hw-inventory-impl/lib/UniqueHandle.h"
 
