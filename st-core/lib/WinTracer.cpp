@@ -1,12 +1,12 @@
 #include "st-core/lib/WinTracer.h"
 
-#include "st-core/lib/DbgHelp.h"
-#include "st-core/lib/ModuleVersion.h"
+#include "st-core/lib/DbgHelpWin.h"
+#include "st-core/lib/ModuleVersionWin.h"
 #include "st-core/lib/OSError.h"
-#include "st-core/lib/SymbolNames.h"
-#include "st-core/lib/SymbolSearchPath.h"
+#include "st-core/lib/SymbolNamesWin.h"
+#include "st-core/lib/SymbolSearchPathWin.h"
 #include "st-core/lib/Text.h"
-#include "st-core/lib/ThreadContext.h"
+#include "st-core/lib/ThreadContextWin.h"
 
 #include <boost/filesystem/operations.hpp>
 

@@ -1,6 +1,6 @@
 #include "tests/com/FakeCom.h"
 
-#include "hw-inventory-impl/lib/Providers/ComApi.h"
+#include "hw-inventory-impl/lib/Providers/ComApiWin.h"
 #include "st-core/lib/Text.h"
 
 using ZelStdCore::toUtf8;

@@ -1,4 +1,4 @@
-#include "hw-inventory-impl/lib/Providers/ComApi.h"
+#include "hw-inventory-impl/lib/Providers/ComApiWin.h"
 
 namespace HardwareInventory::Providers::ComApi
 {

@@ -1,7 +1,7 @@
 #include "hw-inventory-impl/lib/Providers/WMIProvider.h"
 
-#include "hw-inventory-impl/lib/Providers/ComApi.h"
-#include "hw-inventory-impl/lib/Providers/WMIValues.h"
+#include "hw-inventory-impl/lib/Providers/ComApiWin.h"
+#include "hw-inventory-impl/lib/Providers/WMIObjectWin.h"
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/OSError.h"

@@ -1,7 +1,7 @@
-#include "st-core/lib/DbgHelp.h"
-#include "st-core/lib/ModuleVersion.h"
-#include "st-core/lib/SymbolNames.h"
-#include "st-core/lib/SymbolSearchPath.h"
+#include "st-core/lib/DbgHelpWin.h"
+#include "st-core/lib/ModuleVersionWin.h"
+#include "st-core/lib/SymbolNamesWin.h"
+#include "st-core/lib/SymbolSearchPathWin.h"
 #include "st-core/lib/WinTracer.h"
 
 #include <gtest/gtest.h>

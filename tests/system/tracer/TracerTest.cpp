@@ -2,7 +2,7 @@
 #include "hw-inventory-interface/ErrorHandling/Exception.cpp"
 #include "st-core/lib/RuntimeException.cpp"
 
-#include "st-core/lib/DbgHelp.h"
+#include "st-core/lib/DbgHelpWin.h"
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/OSError.h"
 #include "st-core/lib/Text.h"

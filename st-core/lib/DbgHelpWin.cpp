@@ -1,6 +1,6 @@
-#include "st-core/lib/DbgHelp.h"
+#include "st-core/lib/DbgHelpWin.h"
 
-#include "st-core/lib/SystemLibrary.h"
+#include "st-core/lib/SystemLibraryWin.h"
 
 #include <optional>
 

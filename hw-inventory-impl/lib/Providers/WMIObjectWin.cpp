@@ -1,4 +1,4 @@
-#include "hw-inventory-impl/lib/Providers/WMIValues.h"
+#include "hw-inventory-impl/lib/Providers/WMIObjectWin.h"
 
 #include "st-core/lib/HostLogger.h"
 

@@ -1,4 +1,4 @@
-#include "st-core/lib/ThreadContext.h"
+#include "st-core/lib/ThreadContextWin.h"
 
 namespace ZelStdCore
 {

@@ -1,6 +1,6 @@
-#include "st-core/lib/SymbolNames.h"
+#include "st-core/lib/SymbolNamesWin.h"
 
-#include "st-core/lib/DbgHelp.h"
+#include "st-core/lib/DbgHelpWin.h"
 #include "st-core/lib/Text.h"
 #include "st-core/lib/WinTracer.h"
 

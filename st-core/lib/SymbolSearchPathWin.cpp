@@ -1,4 +1,4 @@
-#include "st-core/lib/SymbolSearchPath.h"
+#include "st-core/lib/SymbolSearchPathWin.h"
 
 #include <array>
 #include <optional>

@@ -1,6 +1,6 @@
-#include "st-core/lib/ModuleVersion.h"
+#include "st-core/lib/ModuleVersionWin.h"
 
-#include "st-core/lib/SystemLibrary.h"
+#include "st-core/lib/SystemLibraryWin.h"
 
 #include <optional>
 #include <vector>
