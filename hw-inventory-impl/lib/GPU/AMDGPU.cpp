@@ -2,6 +2,7 @@
 
 #include "hw-inventory-impl/lib/GPU/Adl.h"
 
+#include <array>
 #include <cstdio>
 #include <utility>
 
@@ -19,7 +20,7 @@ namespace
         double scale = 1.0;
     };
 
-    constexpr Source kSensorLog[] = {
+    constexpr auto kSensorLog = std::to_array<Source>({
         {8, &AmdReadings::edgeTemperature},
         {9, &AmdReadings::memoryTemperature},
         {10, &AmdReadings::vddcRegulatorTemperature},
@@ -38,9 +39,9 @@ namespace
         {16, &AmdReadings::socVoltage, kMilli},
         {19, &AmdReadings::graphicsActivity},
         {20, &AmdReadings::memoryActivity},
-    };
+    });
 
-    constexpr Source kOverdriveN[] = {
+    constexpr auto kOverdriveN = std::to_array<Source>({
         {1, &AmdReadings::edgeTemperature},
         {2, &AmdReadings::memoryTemperature},
         {3, &AmdReadings::vddcRegulatorTemperature},
@@ -48,14 +49,14 @@ namespace
         {5, &AmdReadings::liquidTemperature},
         {6, &AmdReadings::plxTemperature},
         {7, &AmdReadings::hotSpotTemperature},
-    };
+    });
 
-    constexpr Source kOverdrive6[] = {
+    constexpr auto kOverdrive6 = std::to_array<Source>({
         {0, &AmdReadings::asicPower},
         {3, &AmdReadings::graphicsPower},
         {1, &AmdReadings::pptPower},
         {2, &AmdReadings::socketPower},
-    };
+    });
 
     float scaled(int value, double scale)
     {

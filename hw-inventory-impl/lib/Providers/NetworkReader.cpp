@@ -15,7 +15,7 @@ namespace
     constexpr std::size_t kMacLength = 12;
 
     // By "NdisMedium"
-    constexpr std::array kNdisMedia = {
+    constexpr auto kNdisMedia = std::to_array<const wchar_t*>({
         L"802.3",
         L"802.5",
         L"FDDI",
@@ -36,7 +36,7 @@ namespace
         L"Loopback",
         L"WiMAX",
         L"IP",
-    };
+    });
     static_assert(kNdisMedia.size() == 20);
 
     bool isVirtualAdapter(const ManagementObject& adapter, bool modern)

@@ -18,7 +18,7 @@ namespace
     using Platform::RegistryStep;
 
     // By "PCSystemTypeEx"
-    constexpr std::array kSystemTypes = {
+    constexpr auto kSystemTypes = std::to_array<const wchar_t*>({
         L"Unspecified",
         L"Desktop",
         L"Mobile",
@@ -28,7 +28,7 @@ namespace
         L"Appliance PC",
         L"Performance Server",
         L"Maximum",
-    };
+    });
     static_assert(kSystemTypes.size() == 9);
 
     std::wstring composeBiosVersion(const ManagementObject& bios)
