@@ -7,7 +7,7 @@
 
 namespace
 {
-    thread_local bench::Allocations current;
+thread_local bench::Allocations current;
 }
 
 namespace bench

@@ -88,8 +88,8 @@ void printLogLine(uint32_t level, const char* message)
 std::string lastFailure()
 {
     std::string text(4096, '\0');
-    for (std::size_t size = text.size();
-         hardware_inventory_exception_string(text.data(), &size) == EXPORT_STATUS_BUFFER_TOO_SMALL; size = text.size())
+    for (std::size_t size = text.size(); hardware_inventory_exception_string(text.data(), &size) == EXPORT_STATUS_BUFFER_TOO_SMALL;
+         size = text.size())
         text.resize(text.size() * 2);
     return text.c_str();
 }

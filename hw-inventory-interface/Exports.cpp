@@ -64,7 +64,8 @@ template <class Records>
 ExportStatus answer(char** buffer, size_t* bufferSize, Records (InventoryService::*find)(),
                     std::string (*write)(const Records&)) noexcept
 {
-    return answer(buffer, bufferSize, kNoSize, [find](InventoryService& service) { return (service.*find)(); }, write);
+    return answer(
+        buffer, bufferSize, kNoSize, [find](InventoryService& service) { return (service.*find)(); }, write);
 }
 }
 

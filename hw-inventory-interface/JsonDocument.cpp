@@ -6,22 +6,22 @@ namespace HardwareInventory
 {
 namespace
 {
-    // From the leaves up: what is destroyed has no children any more.
-    void dismantle(json& value) noexcept
+// From the leaves up: what is destroyed has no children any more.
+void dismantle(json& value) noexcept
+{
+    if (auto* array = value.get_ptr<json::array_t*>())
     {
-        if (auto* array = value.get_ptr<json::array_t*>())
-        {
-            for (json& element : *array)
-                dismantle(element);
-            array->clear();
-        }
-        else if (auto* object = value.get_ptr<json::object_t*>())
-        {
-            for (auto& entry : *object)
-                dismantle(entry.second);
-            object->clear();
-        }
+        for (json& element : *array)
+            dismantle(element);
+        array->clear();
     }
+    else if (auto* object = value.get_ptr<json::object_t*>())
+    {
+        for (auto& entry : *object)
+            dismantle(entry.second);
+        object->clear();
+    }
+}
 }
 
 JsonDocument::~JsonDocument()

@@ -1,7 +1,7 @@
 // Gives every COMDAT section of a 64-bit COFF object the section symbol that it lacks:
 //   restore_unwind_symbols OBJECT...
-// Debian strips the symbols of the unwind tables (.pdata$NAME) from its libstdc++.a. lld drops a COMDAT section without a symbol, and
-// an exception that passes a function without unwind data ends the process instead of reaching its handler.
+// Debian strips the symbols of the unwind tables (.pdata$NAME) from its libstdc++.a. lld drops a COMDAT section without a symbol,
+// and an exception that passes a function without unwind data ends the process instead of reaching its handler.
 #include <cstdint>
 #include <cstring>
 #include <fstream>

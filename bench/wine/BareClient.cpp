@@ -107,8 +107,8 @@ void findOnBus(const std::wstring& instanceId)
         DWORD number = 0;
         for (const DWORD property : {SPDRP_BUSNUMBER, SPDRP_ADDRESS})
         {
-            if (!SetupDiGetDeviceRegistryPropertyW(set, &device, property, nullptr, reinterpret_cast<BYTE*>(&number),
-                                                   sizeof number, nullptr))
+            if (!SetupDiGetDeviceRegistryPropertyW(set, &device, property, nullptr, reinterpret_cast<BYTE*>(&number), sizeof number,
+                                                   nullptr))
                 break;
         }
     }
@@ -294,10 +294,9 @@ std::size_t BareClient::system()
           });
     query(cimv2_, L"SELECT * FROM Win32_ComputerSystem",
           {L"Name", L"PrimaryOwnerName", L"Manufacturer", L"Model", L"Domain", L"PCSystemTypeEx"});
-    const std::size_t systems =
-        query(cimv2_, L"SELECT * FROM Win32_OperatingSystem",
-              {L"Name", L"Version", L"Manufacturer", L"BuildType", L"LastBootUpTime", L"InstallDate", L"WindowsDirectory",
-               L"SystemDirectory", L"BootDevice", L"Organization"});
+    const std::size_t systems = query(cimv2_, L"SELECT * FROM Win32_OperatingSystem",
+                                      {L"Name", L"Version", L"Manufacturer", L"BuildType", L"LastBootUpTime", L"InstallDate",
+                                       L"WindowsDirectory", L"SystemDirectory", L"BootDevice", L"Organization"});
     if (!virtualHost_)
         query(cimv2_, L"SELECT * FROM Win32_ComputerSystemProduct", {L"Name"});
     query(cimv2_, L"SELECT * FROM Win32_Timezone", {L"Caption"});

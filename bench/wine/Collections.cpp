@@ -1,6 +1,6 @@
-#include "hw_inventory_interface.h"
 #include "bench/wine/BareClient.h"
 #include "bench/wine/Timing.h"
+#include "hw_inventory_interface.h"
 
 #include <nlohmann/json.hpp>
 

@@ -8,8 +8,8 @@ int main()
 try
 {
     BareClient client;
-    for (const auto ask : {&BareClient::cpus, &BareClient::gpus, &BareClient::ram, &BareClient::disks,
-                           &BareClient::networkAdapters, &BareClient::baseBoards, &BareClient::system, &BareClient::hotfixes})
+    for (const auto ask : {&BareClient::cpus, &BareClient::gpus, &BareClient::ram, &BareClient::disks, &BareClient::networkAdapters,
+                           &BareClient::baseBoards, &BareClient::system, &BareClient::hotfixes})
         std::printf("%zu\n", (client.*ask)());
 }
 catch (const std::exception& failure)

@@ -8,25 +8,25 @@ namespace HardwareInventory
 {
 namespace
 {
-    struct StatusOfText
-    {
-        std::wstring_view text;
-        DeviceStatus status;
-    };
+struct StatusOfText
+{
+    std::wstring_view text;
+    DeviceStatus status;
+};
 
-    constexpr StatusOfText kWmiStatuses[] = {
-        {L"OK", DeviceStatus::ok},
-        {L"Degraded", DeviceStatus::ok},
-        {L"Pred Fail", DeviceStatus::ok},
-        {L"Error", DeviceStatus::hasIssues},
-        {L"Starting", DeviceStatus::hasIssues},
-        {L"Stopping", DeviceStatus::hasIssues},
-        {L"Service", DeviceStatus::hasIssues},
-    };
+constexpr StatusOfText kWmiStatuses[] = {
+    {L"OK", DeviceStatus::ok},
+    {L"Degraded", DeviceStatus::ok},
+    {L"Pred Fail", DeviceStatus::ok},
+    {L"Error", DeviceStatus::hasIssues},
+    {L"Starting", DeviceStatus::hasIssues},
+    {L"Stopping", DeviceStatus::hasIssues},
+    {L"Service", DeviceStatus::hasIssues},
+};
 
-    // By device status; the unknown one has no text.
-    constexpr auto kStatusTexts = std::to_array<const wchar_t*>({L"ok", L"has issues", L"disabled by user"});
-    static_assert(kStatusTexts.size() == static_cast<std::size_t>(DeviceStatus::unknown));
+// By device status; the unknown one has no text.
+constexpr auto kStatusTexts = std::to_array<const wchar_t*>({L"ok", L"has issues", L"disabled by user"});
+static_assert(kStatusTexts.size() == static_cast<std::size_t>(DeviceStatus::unknown));
 }
 
 DeviceStatus statusFromWmiText(std::wstring_view text)

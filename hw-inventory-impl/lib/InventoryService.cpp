@@ -20,29 +20,29 @@ namespace HardwareInventory
 {
 namespace
 {
-    template <class Info>
-    std::vector<Info> emulated(EmulatedDevice device)
-    {
-        Info info;
-        info.name = std::move(device.name);
-        info.manufacturer = std::move(device.manufacturer);
-        info.model = std::move(device.model);
-        return {std::move(info)};
-    }
+template <class Info>
+std::vector<Info> emulated(EmulatedDevice device)
+{
+    Info info;
+    info.name = std::move(device.name);
+    info.manufacturer = std::move(device.manufacturer);
+    info.model = std::move(device.model);
+    return {std::move(info)};
+}
 
-    // The firmware's table is a source of second choice: without it the list is empty, and the collection goes on.
-    std::vector<RamInfo> modulesFromFirmware()
+// The firmware's table is a source of second choice: without it the list is empty, and the collection goes on.
+std::vector<RamInfo> modulesFromFirmware()
+{
+    try
     {
-        try
-        {
-            return SMBIOS::SmbiosInventory::instance().memoryModules();
-        }
-        catch (const std::exception& error)
-        {
-            logWarning(L"failed to resolve RAM information using SMBIOS provider: %1%", error.what());
-            return {};
-        }
+        return SMBIOS::SmbiosInventory::instance().memoryModules();
     }
+    catch (const std::exception& error)
+    {
+        logWarning(L"failed to resolve RAM information using SMBIOS provider: %1%", error.what());
+        return {};
+    }
+}
 }
 
 InventoryService& InventoryService::instance()

@@ -29,7 +29,7 @@ public:
 };
 
 // The steps of the service on plain records.
-void nameNameless(std::vector<GpuInfo>& gpus);                     // "GPU 1", "GPU 2" ... in list order
-void numberSlots(std::vector<RamInfo>& modules);                   // "Physical Memory Slot 1" ..., makers trimmed
+void nameNameless(std::vector<GpuInfo>& gpus);                    // "GPU 1", "GPU 2" ... in list order
+void numberSlots(std::vector<RamInfo>& modules);                  // "Physical Memory Slot 1" ..., makers trimmed
 void splitVendor(DiskInfo& disk, const VendorRegistry& registry); // the model text into maker and model
 }

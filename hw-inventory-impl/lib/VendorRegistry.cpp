@@ -19,60 +19,59 @@ namespace HardwareInventory
 {
 namespace
 {
-    constexpr wchar_t separator = L'~';
+constexpr wchar_t separator = L'~';
 
-    struct CharacterRange
+struct CharacterRange
+{
+    wchar_t first;
+    wchar_t last;
+};
+
+// What Windows counts as letters, by whole blocks, capital ASCII letters aside. The C library's own class depends on the
+// platform and on the locale that the host has set: elsewhere it may know ASCII alone, and an umlaut would end a word.
+constexpr CharacterRange letters[] = {{L'a', L'z'}, {0x00C0, 0x00D6}, {0x00D8, 0x00F6}, {0x00F8, 0x1FFF}, {0x3041, 0xD7FF}};
+
+// Only ASCII letters have their case lowered, as in Windows' C locale.
+wchar_t reduce(wchar_t character)
+{
+    if (character >= L'A' && character <= L'Z')
+        return static_cast<wchar_t>(character - L'A' + L'a');
+    const auto holds = [character](const CharacterRange& range) { return character >= range.first && character <= range.last; };
+    return std::ranges::any_of(letters, holds) ? character : separator;
+}
+
+std::wstring reduce(const std::wstring& text)
+{
+    std::wstring reduced(text.size(), separator);
+    std::ranges::transform(text, reduced.begin(), [](wchar_t character) { return reduce(character); });
+    return reduced;
+}
+
+// The Levenshtein distance; row is working space.
+std::size_t editDistance(std::wstring_view one, std::wstring_view other, std::vector<std::size_t>& row)
+{
+    row.resize(other.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t line = 0; line < one.size(); ++line)
     {
-        wchar_t first;
-        wchar_t last;
-    };
-
-    // What Windows counts as letters, by whole blocks, capital ASCII letters aside. The C library's own class depends on the
-    // platform and on the locale that the host has set: elsewhere it may know ASCII alone, and an umlaut would end a word.
-    constexpr CharacterRange letters[] = {{L'a', L'z'}, {0x00C0, 0x00D6}, {0x00D8, 0x00F6}, {0x00F8, 0x1FFF}, {0x3041, 0xD7FF}};
-
-    // Only ASCII letters have their case lowered, as in Windows' C locale.
-    wchar_t reduce(wchar_t character)
-    {
-        if (character >= L'A' && character <= L'Z')
-            return static_cast<wchar_t>(character - L'A' + L'a');
-        const auto holds = [character](const CharacterRange& range)
-        { return character >= range.first && character <= range.last; };
-        return std::ranges::any_of(letters, holds) ? character : separator;
-    }
-
-    std::wstring reduce(const std::wstring& text)
-    {
-        std::wstring reduced(text.size(), separator);
-        std::ranges::transform(text, reduced.begin(), [](wchar_t character) { return reduce(character); });
-        return reduced;
-    }
-
-    // The Levenshtein distance; row is working space.
-    std::size_t editDistance(std::wstring_view one, std::wstring_view other, std::vector<std::size_t>& row)
-    {
-        row.resize(other.size() + 1);
-        std::iota(row.begin(), row.end(), std::size_t{0});
-        for (std::size_t line = 0; line < one.size(); ++line)
+        std::size_t diagonal = row[0]++;
+        for (std::size_t column = 0; column < other.size(); ++column)
         {
-            std::size_t diagonal = row[0]++;
-            for (std::size_t column = 0; column < other.size(); ++column)
-            {
-                const std::size_t substituted = diagonal + (one[line] != other[column]);
-                diagonal = row[column + 1];
-                row[column + 1] = std::min({substituted, diagonal + 1, row[column] + 1});
-            }
+            const std::size_t substituted = diagonal + (one[line] != other[column]);
+            diagonal = row[column + 1];
+            row[column + 1] = std::min({substituted, diagonal + 1, row[column] + 1});
         }
-        return row.back();
     }
+    return row.back();
+}
 
-    std::unique_ptr<const VendorRegistry> readDatabase()
-    {
-        auto registry = std::make_unique<VendorRegistry>();
-        for (const std::wstring& name : PciIdDatabase::instance().vendorNames())
-            registry->registerVendor(name);
-        return registry;
-    }
+std::unique_ptr<const VendorRegistry> readDatabase()
+{
+    auto registry = std::make_unique<VendorRegistry>();
+    for (const std::wstring& name : PciIdDatabase::instance().vendorNames())
+        registry->registerVendor(name);
+    return registry;
+}
 }
 
 const VendorRegistry& VendorRegistry::instance()

@@ -9,35 +9,35 @@ namespace HardwareInventory
 {
 namespace
 {
-    constexpr auto kHypervisors = std::to_array<const wchar_t*>({
-        L"VMware Workstation",
-        L"VMware GSX",
-        L"VMware ESX",
-        L"VMware Virtual Server",
-        L"VMware",
-        L"Microsoft Virtual Server",
-        L"Microsoft Virtual PC",
-        L"Microsoft Hyper-V",
-        L"Parallels Workstation",
-        L"Unknown",
-        L"VMware Express",
-        L"Microsoft Virtual PC or Server",
-        L"Xen",
-        L"VMware VI",
-        L"VirtualBox",
-        L"Parallels Virtuozzo",
-        L"KVM",
-        L"RHEV",
-        L"Oracle Virtual Machine",
-        L"Parallels Cloud Server",
-        L"Amazon Cloud",
-        L"Miscrosoft Azure", // spelled so wherever the documents are read: part of the output
-        L"HCI",
-        L"KVM Server",
-        L"Scale HC3",
-    });
-    static_assert(kHypervisors.size() == 25);
-    constexpr long long kFirstHypervisor = 1;
+constexpr auto kHypervisors = std::to_array<const wchar_t*>({
+    L"VMware Workstation",
+    L"VMware GSX",
+    L"VMware ESX",
+    L"VMware Virtual Server",
+    L"VMware",
+    L"Microsoft Virtual Server",
+    L"Microsoft Virtual PC",
+    L"Microsoft Hyper-V",
+    L"Parallels Workstation",
+    L"Unknown",
+    L"VMware Express",
+    L"Microsoft Virtual PC or Server",
+    L"Xen",
+    L"VMware VI",
+    L"VirtualBox",
+    L"Parallels Virtuozzo",
+    L"KVM",
+    L"RHEV",
+    L"Oracle Virtual Machine",
+    L"Parallels Cloud Server",
+    L"Amazon Cloud",
+    L"Miscrosoft Azure", // spelled so wherever the documents are read: part of the output
+    L"HCI",
+    L"KVM Server",
+    L"Scale HC3",
+});
+static_assert(kHypervisors.size() == 25);
+constexpr long long kFirstHypervisor = 1;
 }
 
 bool isHostVirtual()

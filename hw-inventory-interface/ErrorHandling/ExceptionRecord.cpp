@@ -11,117 +11,117 @@ namespace HardwareInventory::ErrorHandling
 {
 namespace
 {
-    ExceptionRecord record; // never destroyed: the host may read it until the process ends
+ExceptionRecord record; // never destroyed: the host may read it until the process ends
 
-    void clear(const char*& field)
+void clear(const char*& field)
+{
+    delete[] field;
+    field = nullptr;
+}
+
+void clearRecord()
+{
+    clear(record.stackTrace);
+    clear(record.file);
+    clear(record.function);
+    record.line = 0;
+    clear(record.message);
+    clear(record.errorText);
+}
+
+void set(const char*& field, std::wstring_view text)
+{
+    const std::string utf8 = ZelStdCore::toUtf8(text);
+    char* copy = new char[utf8.size() + 1];
+    std::memcpy(copy, utf8.c_str(), utf8.size() + 1);
+    field = copy;
+}
+
+void setPlace(const ZelStdCore::RuntimeException& exception)
+{
+    clearRecord();
+    set(record.stackTrace, exception.trace());
+    set(record.file, exception.file());
+    set(record.function, exception.function());
+    record.line = exception.line();
+    set(record.message, exception.message());
+}
+
+// The stack of the catcher, since a standard exception brings none of its thrower.
+ST_CORE_OWN_FRAME
+std::wstring traceHere()
+{
+    try
     {
-        delete[] field;
-        field = nullptr;
+        return ZelStdCore::renderFrames(ZelStdCore::Tracer::traceCurrentThread());
     }
-
-    void clearRecord()
+    catch (...)
     {
-        clear(record.stackTrace);
-        clear(record.file);
-        clear(record.function);
-        record.line = 0;
-        clear(record.message);
-        clear(record.errorText);
+        return {};
     }
+}
 
-    void set(const char*& field, std::wstring_view text)
+ExportStatus statusOf(ErrorCode code)
+{
+    if (code <= ErrorCode::wmiSecurityBlanket)
+        return EXPORT_STATUS_WMI_CONNECTION;
+    if (code <= ErrorCode::wmiQuery)
+        return EXPORT_STATUS_WMI_QUERY;
+    if (code <= ErrorCode::openFile)
+        return EXPORT_STATUS_FILE;
+    if (code <= ErrorCode::noSmbiosParser)
+        return EXPORT_STATUS_SMBIOS;
+    if (code <= ErrorCode::udevDevice)
+        return EXPORT_STATUS_UDEV;
+    return EXPORT_STATUS_OTHER;
+}
+
+// The status comes before the texts, for which memory may be lacking.
+void fillRecord(const std::exception_ptr& exception, ExportStatus& status)
+{
+    try
     {
-        const std::string utf8 = ZelStdCore::toUtf8(text);
-        char* copy = new char[utf8.size() + 1];
-        std::memcpy(copy, utf8.c_str(), utf8.size() + 1);
-        field = copy;
+        std::rethrow_exception(exception);
     }
-
-    void setPlace(const ZelStdCore::RuntimeException& exception)
+    catch (const Exception& caught)
+    {
+        status = statusOf(caught.code());
+        setPlace(caught);
+        set(record.errorText, errorText(caught.code()));
+    }
+    catch (const ZelStdCore::RuntimeException& caught)
+    {
+        setPlace(caught);
+    }
+    catch (const std::exception& caught)
     {
         clearRecord();
-        set(record.stackTrace, exception.trace());
-        set(record.file, exception.file());
-        set(record.function, exception.function());
-        record.line = exception.line();
-        set(record.message, exception.message());
+        set(record.message, ZelStdCore::widen(caught.what()));
+        set(record.stackTrace, traceHere());
     }
-
-    // The stack of the catcher, since a standard exception brings none of its thrower.
-    ST_CORE_OWN_FRAME
-    std::wstring traceHere()
+    catch (...)
     {
-        try
-        {
-            return ZelStdCore::renderFrames(ZelStdCore::Tracer::traceCurrentThread());
-        }
-        catch (...)
-        {
-            return {};
-        }
+        clearRecord();
+        set(record.message, L"unknown exception");
     }
+}
 
-    ExportStatus statusOf(ErrorCode code)
+void logRecord() noexcept
+{
+    try
     {
-        if (code <= ErrorCode::wmiSecurityBlanket)
-            return EXPORT_STATUS_WMI_CONNECTION;
-        if (code <= ErrorCode::wmiQuery)
-            return EXPORT_STATUS_WMI_QUERY;
-        if (code <= ErrorCode::openFile)
-            return EXPORT_STATUS_FILE;
-        if (code <= ErrorCode::noSmbiosParser)
-            return EXPORT_STATUS_SMBIOS;
-        if (code <= ErrorCode::udevDevice)
-            return EXPORT_STATUS_UDEV;
-        return EXPORT_STATUS_OTHER;
+        ZelStdCore::logError(L"%1%", exceptionText(record));
     }
+    catch (...)
+    {
+        // The host still has the status and the record.
+    }
+}
 
-    // The status comes before the texts, for which memory may be lacking.
-    void fillRecord(const std::exception_ptr& exception, ExportStatus& status)
-    {
-        try
-        {
-            std::rethrow_exception(exception);
-        }
-        catch (const Exception& caught)
-        {
-            status = statusOf(caught.code());
-            setPlace(caught);
-            set(record.errorText, errorText(caught.code()));
-        }
-        catch (const ZelStdCore::RuntimeException& caught)
-        {
-            setPlace(caught);
-        }
-        catch (const std::exception& caught)
-        {
-            clearRecord();
-            set(record.message, ZelStdCore::widen(caught.what()));
-            set(record.stackTrace, traceHere());
-        }
-        catch (...)
-        {
-            clearRecord();
-            set(record.message, L"unknown exception");
-        }
-    }
-
-    void logRecord() noexcept
-    {
-        try
-        {
-            ZelStdCore::logError(L"%1%", exceptionText(record));
-        }
-        catch (...)
-        {
-            // The host still has the status and the record.
-        }
-    }
-
-    bool present(const char* text)
-    {
-        return text && *text;
-    }
+bool present(const char* text)
+{
+    return text && *text;
+}
 }
 
 const ExceptionRecord& lastException()

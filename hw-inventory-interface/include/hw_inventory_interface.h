@@ -38,7 +38,8 @@
 #include <stdint.h>
 
 #ifdef __cplusplus
-extern "C" {
+extern "C"
+{
 #endif
 
 /* The outcome of a call: the area that failed. The cause is in the exception record. */
@@ -68,9 +69,9 @@ typedef struct ExceptionRecord
     const char* stackTrace; /* one line a frame: "[displacement] file:function:line" */
     const char* file;       /* the source file of the library that raised it */
     const char* function;
-    int64_t line;           /* 0 when unknown */
+    int64_t line; /* 0 when unknown */
     const char* message;
-    const char* errorText;  /* what failed, in fixed words; only failures that the library itself classifies have one */
+    const char* errorText; /* what failed, in fixed words; only failures that the library itself classifies have one */
 } ExceptionRecord;
 
 /* Called on the thread of the call that logs. The message is valid only during the call, and may contain line breaks.

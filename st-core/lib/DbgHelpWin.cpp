@@ -8,24 +8,22 @@ namespace ZelStdCore
 {
 namespace
 {
-    std::optional<DbgHelp> load()
-    {
-        const HMODULE library = loadSystemLibrary(L"dbghelp.dll");
-        DbgHelp engine{};
-        const bool complete = library && findFunction(library, "SymGetOptions", engine.getOptions)
-                              && findFunction(library, "SymSetOptions", engine.setOptions)
-                              && findFunction(library, "SymInitializeW", engine.initialize)
-                              && findFunction(library, "SymCleanup", engine.cleanUp)
-                              && findFunction(library, "SymLoadModuleExW", engine.loadModule)
-                              && findFunction(library, "SymGetModuleInfoW64", engine.moduleInformation)
-                              && findFunction(library, "SymFromAddrW", engine.symbolAt)
-                              && findFunction(library, "SymGetLineFromAddrW64", engine.lineAt)
-                              && findFunction(library, "UnDecorateSymbolNameW", engine.undecorate)
-                              && findFunction(library, "StackWalk64", engine.walkStack)
-                              && findFunction(library, "SymFunctionTableAccess64", engine.functionTable)
-                              && findFunction(library, "SymGetModuleBase64", engine.moduleBase);
-        return complete ? std::optional(engine) : std::nullopt;
-    }
+std::optional<DbgHelp> load()
+{
+    const HMODULE library = loadSystemLibrary(L"dbghelp.dll");
+    DbgHelp engine{};
+    const bool complete =
+        library && findFunction(library, "SymGetOptions", engine.getOptions) &&
+        findFunction(library, "SymSetOptions", engine.setOptions) && findFunction(library, "SymInitializeW", engine.initialize) &&
+        findFunction(library, "SymCleanup", engine.cleanUp) && findFunction(library, "SymLoadModuleExW", engine.loadModule) &&
+        findFunction(library, "SymGetModuleInfoW64", engine.moduleInformation) &&
+        findFunction(library, "SymFromAddrW", engine.symbolAt) && findFunction(library, "SymGetLineFromAddrW64", engine.lineAt) &&
+        findFunction(library, "UnDecorateSymbolNameW", engine.undecorate) &&
+        findFunction(library, "StackWalk64", engine.walkStack) &&
+        findFunction(library, "SymFunctionTableAccess64", engine.functionTable) &&
+        findFunction(library, "SymGetModuleBase64", engine.moduleBase);
+    return complete ? std::optional(engine) : std::nullopt;
+}
 }
 
 const DbgHelp* DbgHelp::instance()

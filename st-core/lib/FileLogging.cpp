@@ -28,51 +28,51 @@ namespace ZelStdCore
 {
 namespace
 {
-    BOOST_LOG_ATTRIBUTE_KEYWORD(severityAttribute, "Severity", Severity)
-    BOOST_LOG_ATTRIBUTE_KEYWORD(timeStampAttribute, "TimeStamp", boost::posix_time::ptime)
-    constexpr const char* kTimeFormat = "%Y-%m-%d %H:%M:%S";
+BOOST_LOG_ATTRIBUTE_KEYWORD(severityAttribute, "Severity", Severity)
+BOOST_LOG_ATTRIBUTE_KEYWORD(timeStampAttribute, "TimeStamp", boost::posix_time::ptime)
+constexpr const char* kTimeFormat = "%Y-%m-%d %H:%M:%S";
 
-    std::string messageOf(const logging::record_view& record)
-    {
-        if (const auto wide = record[expressions::wmessage])
-            return toUtf8(*wide);
-        const auto narrow = record[expressions::smessage];
-        return narrow ? *narrow : std::string();
-    }
+std::string messageOf(const logging::record_view& record)
+{
+    if (const auto wide = record[expressions::wmessage])
+        return toUtf8(*wide);
+    const auto narrow = record[expressions::smessage];
+    return narrow ? *narrow : std::string();
+}
 
-    // The filter of each sink has let through no record without a severity.
-    void writeSeverityAndMessage(const logging::record_view& record, logging::formatting_ostream& line)
-    {
-        line << " <" << toUtf8(severityName(record[severityAttribute].get())) << ">: " << messageOf(record);
-    }
+// The filter of each sink has let through no record without a severity.
+void writeSeverityAndMessage(const logging::record_view& record, logging::formatting_ostream& line)
+{
+    line << " <" << toUtf8(severityName(record[severityAttribute].get())) << ">: " << messageOf(record);
+}
 
-    std::string currentThreadNumber()
-    {
-        std::ostringstream number;
+std::string currentThreadNumber()
+{
+    std::ostringstream number;
 #ifdef _WIN32
-        number << boost::winapi::GetCurrentThreadId();
+    number << boost::winapi::GetCurrentThreadId();
 #else
-        number << std::this_thread::get_id();
+    number << std::this_thread::get_id();
 #endif
-        return number.str();
-    }
+    return number.str();
+}
 
-    // The file is opened here and now: a backend that knows files by name would empty it at its first record only.
-    boost::shared_ptr<sinks::sink> makeSink(const boost::filesystem::path& file, const logging::filter& filter,
-                                            const logging::formatter& formatter)
-    {
-        const auto stream = boost::make_shared<boost::filesystem::ofstream>(file, std::ios::out | std::ios::trunc);
-        if (!*stream)
-            throw boost::filesystem::filesystem_error("ZelStdCore::FileLogger::initFileLogging", file,
-                                                      boost::system::error_code(errno, boost::system::generic_category()));
-        const auto backend = boost::make_shared<sinks::text_ostream_backend>();
-        backend->add_stream(stream);
-        backend->auto_flush(true);
-        const auto sink = boost::make_shared<sinks::synchronous_sink<sinks::text_ostream_backend>>(backend);
-        sink->set_filter(filter);
-        sink->set_formatter(formatter);
-        return sink;
-    }
+// The file is opened here and now: a backend that knows files by name would empty it at its first record only.
+boost::shared_ptr<sinks::sink> makeSink(const boost::filesystem::path& file, const logging::filter& filter,
+                                        const logging::formatter& formatter)
+{
+    const auto stream = boost::make_shared<boost::filesystem::ofstream>(file, std::ios::out | std::ios::trunc);
+    if (!*stream)
+        throw boost::filesystem::filesystem_error("ZelStdCore::FileLogger::initFileLogging", file,
+                                                  boost::system::error_code(errno, boost::system::generic_category()));
+    const auto backend = boost::make_shared<sinks::text_ostream_backend>();
+    backend->add_stream(stream);
+    backend->auto_flush(true);
+    const auto sink = boost::make_shared<sinks::synchronous_sink<sinks::text_ostream_backend>>(backend);
+    sink->set_filter(filter);
+    sink->set_formatter(formatter);
+    return sink;
+}
 }
 
 FileLogger::~FileLogger()
@@ -94,10 +94,10 @@ void FileLogger::initFileLogging(const std::wstring& directory, bool withCounter
     const logging::formatter lineWithThread = expressions::stream << time << " thread: " << currentThreadNumber() << " " << rest;
 
     std::vector<boost::shared_ptr<sinks::sink>> opened;
-    opened.push_back(makeSink(folder / "info.log",
-                              severityAttribute == Severity::info || severityAttribute == Severity::warning, line));
-    opened.push_back(makeSink(folder / "error.log",
-                              severityAttribute == Severity::error || severityAttribute == Severity::fatal, lineWithThread));
+    opened.push_back(makeSink(folder / "info.log", severityAttribute == Severity::info || severityAttribute == Severity::warning,
+                              line));
+    opened.push_back(makeSink(folder / "error.log", severityAttribute == Severity::error || severityAttribute == Severity::fatal,
+                              lineWithThread));
     if (withCounters)
         opened.push_back(makeSink(folder / "counters.log", severityAttribute == Severity::counter, line));
 

@@ -6,12 +6,18 @@ const wchar_t* severityName(Severity severity)
 {
     switch (severity)
     {
-    case Severity::info: return L"info";
-    case Severity::warning: return L"warning";
-    case Severity::error: return L"error";
-    case Severity::trace: return L"trace";
-    case Severity::counter: return L"counter";
-    case Severity::fatal: return L"fatal";
+    case Severity::info:
+        return L"info";
+    case Severity::warning:
+        return L"warning";
+    case Severity::error:
+        return L"error";
+    case Severity::trace:
+        return L"trace";
+    case Severity::counter:
+        return L"counter";
+    case Severity::fatal:
+        return L"fatal";
     }
     return L"unknown";
 }

@@ -12,8 +12,8 @@ namespace ZelStdCore
 {
 namespace
 {
-    constexpr const wchar_t* kSourceFile = L"st-core\\lib\\MemoryMappedFile.cpp";
-    constexpr const wchar_t* kFunction = L"ZelStdCore::MemoryMappedFile::open";
+constexpr const wchar_t* kSourceFile = L"st-core\\lib\\MemoryMappedFile.cpp";
+constexpr const wchar_t* kFunction = L"ZelStdCore::MemoryMappedFile::open";
 }
 
 ST_CORE_OWN_FRAME
@@ -52,8 +52,7 @@ void MemoryMappedFile::open(const std::wstring& path)
     {
         const LastError error = LastError::capture();
         close();
-        throw RuntimeException(format(L"failed to get file size (%1%): %2%", path, error.text()), kSourceFile, kFunction,
-                               __LINE__);
+        throw RuntimeException(format(L"failed to get file size (%1%): %2%", path, error.text()), kSourceFile, kFunction, __LINE__);
     }
 
     data_ = Platform::mapView(mapping_, size_);

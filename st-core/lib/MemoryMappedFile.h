@@ -35,12 +35,12 @@ private:
 // Platform operations, answered by the Windows file or by the tests. Handles are opaque.
 namespace Platform
 {
-    // A failed open is answered with the platform's invalid handle, which is not null.
-    void* openForReading(const std::wstring& path);
-    void* createReadOnlyMapping(void* file);            // null on failure
-    int fileSize(void* file, std::uint64_t& size);      // the size query's own result
-    const char* mapView(void* mapping, std::uint64_t size); // null on failure
-    void unmapView(const char* view);
-    void closeHandle(void* handle);
+// A failed open is answered with the platform's invalid handle, which is not null.
+void* openForReading(const std::wstring& path);
+void* createReadOnlyMapping(void* file);                // null on failure
+int fileSize(void* file, std::uint64_t& size);          // the size query's own result
+const char* mapView(void* mapping, std::uint64_t size); // null on failure
+void unmapView(const char* view);
+void closeHandle(void* handle);
 }
 }

@@ -7,8 +7,8 @@ namespace ZelStdCore
 {
 namespace
 {
-    constexpr const wchar_t* kSourceFile = L"st-core\\lib\\OSError.cpp";
-    constexpr std::size_t kErrorTextSize = 4096;
+constexpr const wchar_t* kSourceFile = L"st-core\\lib\\OSError.cpp";
+constexpr std::size_t kErrorTextSize = 4096;
 }
 
 LastError LastError::capture()

@@ -26,11 +26,11 @@ std::wstring strerror(int errorNumber);
 // Platform operations, answered by the Windows file or by the tests.
 namespace Platform
 {
-    std::uint32_t lastErrorCode();
-    void setLastErrorCode(std::uint32_t code);
-    std::wstring systemMessage(std::uint32_t code);
+std::uint32_t lastErrorCode();
+void setLastErrorCode(std::uint32_t code);
+std::wstring systemMessage(std::uint32_t code);
 
-    // The bounded error-text function of the C library: the status (0 on success), and the text in the buffer.
-    int errorNumberText(int errorNumber, char* buffer, std::size_t size);
+// The bounded error-text function of the C library: the status (0 on success), and the text in the buffer.
+int errorNumberText(int errorNumber, char* buffer, std::size_t size);
 }
 }

@@ -11,18 +11,17 @@ namespace ZelStdCore
 {
 namespace
 {
-    auto firstStartupFrame(const std::vector<StackFrame>& frames)
-    {
-        return std::ranges::find(frames, L"invoke_main", &StackFrame::completeName);
-    }
+auto firstStartupFrame(const std::vector<StackFrame>& frames)
+{
+    return std::ranges::find(frames, L"invoke_main", &StackFrame::completeName);
+}
 }
 
 std::wstring renderFrames(const std::vector<StackFrame>& frames)
 {
     std::wstring text;
     for (auto frame = frames.begin(), end = firstStartupFrame(frames); frame != end; ++frame)
-        text += format(L"[%1%] %2%:%3%:%4%\n", frame->symbolDisplacement, frame->fileName, frame->completeName,
-                       frame->lineNumber);
+        text += format(L"[%1%] %2%:%3%:%4%\n", frame->symbolDisplacement, frame->fileName, frame->completeName, frame->lineNumber);
     return text;
 }
 
@@ -31,8 +30,8 @@ void dropStartupFrames(std::vector<StackFrame>& frames)
     frames.erase(firstStartupFrame(frames), frames.end());
 }
 
-RuntimeException::RuntimeException(std::wstring message, std::wstring file, std::wstring function, std::int32_t line,
-                                   Trace trace, std::uint32_t skipFrames)
+RuntimeException::RuntimeException(std::wstring message, std::wstring file, std::wstring function, std::int32_t line, Trace trace,
+                                   std::uint32_t skipFrames)
     : message_(std::move(message)), file_(std::move(file)), function_(std::move(function)), line_(line)
 {
     if (trace == Trace::none)

@@ -38,7 +38,8 @@ enum class Trace
     capture
 };
 
-// The frames that every trace leaves out: the constructor's and the thrower's, or those of both constructors of a derived exception.
+// The frames that every trace leaves out: the constructor's and the thrower's, or those of both constructors of a derived
+// exception.
 constexpr std::uint32_t kThrowSiteFrames = 2;
 
 // For the functions whose frames are left out by count. Inlined, by a link-time optimiser too, such a function has no frame, and

@@ -19,45 +19,45 @@ namespace ZelStdCore
 {
 namespace
 {
-    constexpr const wchar_t* kSourceFile = L"st-core\\lib\\Time.cpp";
-    constexpr std::size_t kTimeTextSize = 1024;
+constexpr const wchar_t* kSourceFile = L"st-core\\lib\\Time.cpp";
+constexpr std::size_t kTimeTextSize = 1024;
 
-    bool localTime(std::time_t time, std::tm& fields)
-    {
+bool localTime(std::time_t time, std::tm& fields)
+{
 #ifdef _WIN32
-        return localtime_s(&fields, &time) == 0;
+    return localtime_s(&fields, &time) == 0;
 #else
-        return localtime_r(&time, &fields) != nullptr;
+    return localtime_r(&time, &fields) != nullptr;
 #endif
-    }
+}
 
-    using Facet = boost::posix_time::wtime_input_facet;
-    using Names = std::vector<std::wstring>;
+using Facet = boost::posix_time::wtime_input_facet;
+using Names = std::vector<std::wstring>;
 
-    // The facet of the format, with the names that the classic locale has. Left to itself the facet asks the C++ library for them:
-    // mingw's then sets the whole process's locale for a moment, and ends the process when memory runs out meanwhile.
-    std::unique_ptr<Facet> makeFacet(const std::wstring& format)
-    {
-        const Names monthsInShort{L"Jan", L"Feb", L"Mar", L"Apr", L"May", L"Jun", L"Jul", L"Aug", L"Sep", L"Oct", L"Nov", L"Dec"};
-        const Names months{L"January", L"February", L"March",     L"April",   L"May",      L"June",
-                           L"July",    L"August",   L"September", L"October", L"November", L"December"};
-        const Names daysInShort{L"Sun", L"Mon", L"Tue", L"Wed", L"Thu", L"Fri", L"Sat"};
-        const Names days{L"Sunday", L"Monday", L"Tuesday", L"Wednesday", L"Thursday", L"Friday", L"Saturday"};
-        return std::make_unique<Facet>(format, Facet::format_date_parser_type(format, monthsInShort, months, daysInShort, days),
-                                       Facet::special_values_parser_type(), Facet::period_parser_type(),
-                                       Facet::date_gen_parser_type(), 1);
-    }
+// The facet of the format, with the names that the classic locale has. Left to itself the facet asks the C++ library for them:
+// mingw's then sets the whole process's locale for a moment, and ends the process when memory runs out meanwhile.
+std::unique_ptr<Facet> makeFacet(const std::wstring& format)
+{
+    const Names monthsInShort{L"Jan", L"Feb", L"Mar", L"Apr", L"May", L"Jun", L"Jul", L"Aug", L"Sep", L"Oct", L"Nov", L"Dec"};
+    const Names months{L"January", L"February", L"March",     L"April",   L"May",      L"June",
+                       L"July",    L"August",   L"September", L"October", L"November", L"December"};
+    const Names daysInShort{L"Sun", L"Mon", L"Tue", L"Wed", L"Thu", L"Fri", L"Sat"};
+    const Names days{L"Sunday", L"Monday", L"Tuesday", L"Wednesday", L"Thursday", L"Friday", L"Saturday"};
+    return std::make_unique<Facet>(format, Facet::format_date_parser_type(format, monthsInShort, months, daysInShort, days),
+                                   Facet::special_values_parser_type(), Facet::period_parser_type(), Facet::date_gen_parser_type(),
+                                   1);
+}
 
-    // The length of the text, 0 when it is empty or too long. A C library may answer a text that is too long by filling the whole
-    // buffer, without a terminating zero.
-    std::size_t writeLocalTime(CalendarTime time, const std::wstring& format, std::array<wchar_t, kTimeTextSize>& text)
-    {
-        std::tm fields{};
-        if (!localTime(time, fields))
-            return 0;
-        const std::size_t length = std::wcsftime(text.data(), text.size(), format.c_str(), &fields);
-        return length < text.size() ? length : 0;
-    }
+// The length of the text, 0 when it is empty or too long. A C library may answer a text that is too long by filling the whole
+// buffer, without a terminating zero.
+std::size_t writeLocalTime(CalendarTime time, const std::wstring& format, std::array<wchar_t, kTimeTextSize>& text)
+{
+    std::tm fields{};
+    if (!localTime(time, fields))
+        return 0;
+    const std::size_t length = std::wcsftime(text.data(), text.size(), format.c_str(), &fields);
+    return length < text.size() ? length : 0;
+}
 }
 
 std::variant<CalendarTime, TimeFailure> readTime(const std::wstring& text, const std::wstring& format)
@@ -71,9 +71,8 @@ try
     if (!(stream >> value))
     {
         const int error = errno;
-        return TimeFailure{ZelStdCore::format(L"failed to convert '%1%' to time using '%2%' format: %3%", text, format,
-                                              strerror(error)),
-                           nullptr};
+        return TimeFailure{
+            ZelStdCore::format(L"failed to convert '%1%' to time using '%2%' format: %3%", text, format, strerror(error)), nullptr};
     }
     std::tm fields = to_tm(value);
     fields.tm_isdst = -1;

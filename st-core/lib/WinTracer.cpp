@@ -22,70 +22,70 @@ namespace ZelStdCore
 {
 namespace
 {
-    constexpr const wchar_t* kSourceFile = L"st-core\\lib\\WinTracer.cpp";
-    constexpr std::uint32_t kExceptionOptions = Tracer::symbolNames | Tracer::sourceLines | Tracer::moduleInformation
-                                                | Tracer::logModules;
-    constexpr std::uint32_t kEngineOptions = SYMOPT_UNDNAME | SYMOPT_DEFERRED_LOADS | SYMOPT_LOAD_LINES | SYMOPT_LOAD_ANYTHING
-                                             | SYMOPT_FAIL_CRITICAL_ERRORS | SYMOPT_INCLUDE_32BIT_MODULES | SYMOPT_NO_PROMPTS
-                                             | SYMOPT_FAVOR_COMPRESSED;
-    static_assert(kEngineOptions == 0x882256);
-    constexpr std::size_t kLongestSymbolName = 4096;
-    constexpr std::size_t kLongestPath = 32768;
+constexpr const wchar_t* kSourceFile = L"st-core\\lib\\WinTracer.cpp";
+constexpr std::uint32_t kExceptionOptions =
+    Tracer::symbolNames | Tracer::sourceLines | Tracer::moduleInformation | Tracer::logModules;
+constexpr std::uint32_t kEngineOptions = SYMOPT_UNDNAME | SYMOPT_DEFERRED_LOADS | SYMOPT_LOAD_LINES | SYMOPT_LOAD_ANYTHING |
+                                         SYMOPT_FAIL_CRITICAL_ERRORS | SYMOPT_INCLUDE_32BIT_MODULES | SYMOPT_NO_PROMPTS |
+                                         SYMOPT_FAVOR_COMPRESSED;
+static_assert(kEngineOptions == 0x882256);
+constexpr std::size_t kLongestSymbolName = 4096;
+constexpr std::size_t kLongestPath = 32768;
 
-    Tracer::LogReceiver logReceiver = nullptr;
+Tracer::LogReceiver logReceiver = nullptr;
 
-    template <class... Arguments>
-    void log(const wchar_t* pattern, const Arguments&... arguments)
-    {
-        if (logReceiver)
-            logReceiver(format(pattern, arguments...));
-    }
+template <class... Arguments>
+void log(const wchar_t* pattern, const Arguments&... arguments)
+{
+    if (logReceiver)
+        logReceiver(format(pattern, arguments...));
+}
 
-    const void* pointer(std::uint64_t address)
-    {
-        return reinterpret_cast<const void*>(static_cast<std::uintptr_t>(address));
-    }
+const void* pointer(std::uint64_t address)
+{
+    return reinterpret_cast<const void*>(static_cast<std::uintptr_t>(address));
+}
 
-    struct CloseSnapshot
-    {
-        using pointer = HANDLE;
-        void operator()(HANDLE handle) const { CloseHandle(handle); }
-    };
-    using Snapshot = std::unique_ptr<std::remove_pointer_t<HANDLE>, CloseSnapshot>;
+struct CloseSnapshot
+{
+    using pointer = HANDLE;
+    void operator()(HANDLE handle) const { CloseHandle(handle); }
+};
+using Snapshot = std::unique_ptr<std::remove_pointer_t<HANDLE>, CloseSnapshot>;
 
-    using SymbolBuffer = std::unique_ptr<std::byte[]>;
+using SymbolBuffer = std::unique_ptr<std::byte[]>;
 
-    // Null when there is no memory for it.
-    SymbolBuffer newSymbolBuffer()
-    {
-        SymbolBuffer buffer(new (std::nothrow) std::byte[sizeof(SYMBOL_INFOW) + kLongestSymbolName * sizeof(wchar_t)]);
-        if (!buffer)
-            return nullptr;
-        auto& symbol = *new (buffer.get()) SYMBOL_INFOW{};
-        symbol.SizeOfStruct = sizeof(SYMBOL_INFOW);
-        symbol.MaxNameLen = kLongestSymbolName;
-        return buffer;
-    }
+// Null when there is no memory for it.
+SymbolBuffer newSymbolBuffer()
+{
+    SymbolBuffer buffer(new (std::nothrow) std::byte[sizeof(SYMBOL_INFOW) + kLongestSymbolName * sizeof(wchar_t)]);
+    if (!buffer)
+        return nullptr;
+    auto& symbol = *new (buffer.get()) SYMBOL_INFOW{};
+    symbol.SizeOfStruct = sizeof(SYMBOL_INFOW);
+    symbol.MaxNameLen = kLongestSymbolName;
+    return buffer;
+}
 
-    // Whether the symbols were read from the PDB in the folder of the module. Wine reports the name that is in the module instead of
-    // the file that was read, and takes a relative one from the current folder first.
-    bool hasItsOwnPdb(const IMAGEHLP_MODULEW64& module)
-    {
-        namespace files = boost::filesystem;
-        boost::system::error_code ignored;
-        const files::path loaded = module.LoadedPdbName;
-        const files::path own = files::path(module.LoadedImageName).parent_path() / loaded.filename();
-        return files::exists(loaded, ignored) ? files::equivalent(loaded, own, ignored) : files::exists(own, ignored);
-    }
+// Whether the symbols were read from the PDB in the folder of the module. Wine reports the name that is in the module instead of
+// the file that was read, and takes a relative one from the current folder first.
+bool hasItsOwnPdb(const IMAGEHLP_MODULEW64& module)
+{
+    namespace files = boost::filesystem;
+    boost::system::error_code ignored;
+    const files::path loaded = module.LoadedPdbName;
+    const files::path own = files::path(module.LoadedImageName).parent_path() / loaded.filename();
+    return files::exists(loaded, ignored) ? files::equivalent(loaded, own, ignored) : files::exists(own, ignored);
+}
 
-    STACKFRAME64 firstFrame(const CONTEXT& context)
-    {
-        STACKFRAME64 frame{};
-        frame.AddrPC = {context.Rip, 0, AddrModeFlat};
-        frame.AddrFrame = {context.Rbp, 0, AddrModeFlat};
-        frame.AddrStack = {context.Rsp, 0, AddrModeFlat};
-        return frame;
-    }
+STACKFRAME64 firstFrame(const CONTEXT& context)
+{
+    STACKFRAME64 frame{};
+    frame.AddrPC = {context.Rip, 0, AddrModeFlat};
+    frame.AddrFrame = {context.Rbp, 0, AddrModeFlat};
+    frame.AddrStack = {context.Rsp, 0, AddrModeFlat};
+    return frame;
+}
 }
 
 Tracer::Tracer(std::uint32_t options, std::wstring searchPath, std::uint32_t processId, void* process)
@@ -189,8 +189,7 @@ bool Tracer::getModuleListPSAPI(void* process)
         if (K32GetModuleBaseNameW(process, module, name.data(), kLongestPath) == 0)
             throw RuntimeException(L"failed to retrieve modile base name", kSourceFile, kFunction, __LINE__, Trace::none);
         const std::uint32_t result = loadModule(path.c_str(), name.c_str(),
-                                                reinterpret_cast<std::uintptr_t>(information.lpBaseOfDll),
-                                                information.SizeOfImage);
+                                                reinterpret_cast<std::uintptr_t>(information.lpBaseOfDll), information.SizeOfImage);
         if (result != ERROR_SUCCESS)
             throw RuntimeException(format(L"failed to load module %1% (%2%): %3%", path.c_str(), name.c_str(),
                                           LastError{result}.text()),
@@ -213,8 +212,8 @@ void Tracer::logModule(const wchar_t* image, const wchar_t* name, std::uint64_t 
     IMAGEHLP_MODULEW64 module{};
     module.SizeOfStruct = sizeof(module);
     const BOOL known = session_->engine().moduleInformation(session_->handle(), base, &module);
-    log(L"Loaded %s:%s (%p), size: %d (result: %d), symbol type: '%s', PDB: '%s', version: %x\n", image, name, pointer(base),
-        size, result, symbolTypeName(known ? module.SymType : SymNone), module.LoadedPdbName, moduleVersion(image));
+    log(L"Loaded %s:%s (%p), size: %d (result: %d), symbol type: '%s', PDB: '%s', version: %x\n", image, name, pointer(base), size,
+        result, symbolTypeName(known ? module.SymType : SymNone), module.LoadedPdbName, moduleVersion(image));
 }
 
 std::vector<StackFrame> Tracer::getTrace(void* thread, const void* context)
@@ -247,8 +246,8 @@ void Tracer::walk(void* thread, const void* given, std::vector<StackFrame>& fram
     STACKFRAME64 step = firstFrame(context);
     do
     {
-        if (!engine.walkStack(IMAGE_FILE_MACHINE_AMD64, session_->handle(), thread, &step, &context, nullptr,
-                              engine.functionTable, engine.moduleBase, nullptr))
+        if (!engine.walkStack(IMAGE_FILE_MACHINE_AMD64, session_->handle(), thread, &step, &context, nullptr, engine.functionTable,
+                              engine.moduleBase, nullptr))
             throw RuntimeException(format(L"StackWalk64 failed at %1%", step.AddrPC.Offset), kSourceFile, kFunction, __LINE__,
                                    Trace::none);
         StackFrame& frame = frames.emplace_back();
@@ -289,8 +288,8 @@ void Tracer::describeSymbol(StackFrame& frame, void* symbolBuffer) const
     frame.symbolName = symbol.Name;
     UndecoratedName name = shortSymbolName(engine, frame.symbolName);
     if (!name.known)
-        throw RuntimeException(format(L"failed to get undecorated symbol short name: %1%", lastErrorText()), kSourceFile,
-                               kFunction, __LINE__, Trace::none);
+        throw RuntimeException(format(L"failed to get undecorated symbol short name: %1%", lastErrorText()), kSourceFile, kFunction,
+                               __LINE__, Trace::none);
     frame.shortName = std::move(name.text);
     name = completeSymbolName(engine, frame.symbolName);
     if (!name.known)
@@ -335,8 +334,8 @@ void Tracer::dropForeignSymbols(StackFrame& frame) const
 {
     IMAGEHLP_MODULEW64 module{};
     module.SizeOfStruct = sizeof(module);
-    if (!session_->engine().moduleInformation(session_->handle(), frame.address, &module) || module.LoadedPdbName[0] == 0
-        || hasItsOwnPdb(module))
+    if (!session_->engine().moduleInformation(session_->handle(), frame.address, &module) || module.LoadedPdbName[0] == 0 ||
+        hasItsOwnPdb(module))
         return;
     StackFrame bare;
     bare.address = frame.address;
@@ -357,8 +356,8 @@ SymbolObject Tracer::getObject(std::uint64_t address)
     auto& symbol = *reinterpret_cast<SYMBOL_INFOW*>(buffer.get());
     DWORD64 displacement = 0;
     if (!session_->engine().symbolAt(session_->handle(), address, &displacement, &symbol))
-        throw RuntimeException(format(L"failed to get object at %p: %s", pointer(address), lastErrorText()), kSourceFile,
-                               kFunction, __LINE__, Trace::none);
+        throw RuntimeException(format(L"failed to get object at %p: %s", pointer(address), lastErrorText()), kSourceFile, kFunction,
+                               __LINE__, Trace::none);
     return {symbol.Name, symbol.Address, displacement, symbol.ModBase, symbol.Size};
 }
 }

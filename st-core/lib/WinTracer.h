@@ -36,12 +36,12 @@ public:
 
     enum Option : std::uint32_t
     {
-        symbolNames = 1,      // resolve and undecorate symbol names
-        sourceLines = 2,      // resolve source file and line
+        symbolNames = 1, // resolve and undecorate symbol names
+        sourceLines = 2, // resolve source file and line
         moduleInformation = 4,
-        logModules = 8,       // read each module's file version and log a line about it
+        logModules = 8, // read each module's file version and log a line about it
         composeSearchPath = 16,
-        symbolServer = 32     // end the composed path with the public symbol server
+        symbolServer = 32 // end the composed path with the public symbol server
     };
 
     Tracer(std::uint32_t options, std::wstring searchPath, std::uint32_t processId, void* process);

@@ -8,7 +8,10 @@
 namespace fakes
 {
 #define REFUSED(method, ...) \
-    STDMETHODIMP method(__VA_ARGS__) override { return E_NOTIMPL; }
+    STDMETHODIMP method(__VA_ARGS__) override \
+    { \
+        return E_NOTIMPL; \
+    }
 
 class StubServices : public IWbemServices
 {

@@ -71,21 +71,55 @@ TEST(Connection, AFailingStepTellsItsCodeAndLeavesNothingBehind)
         std::wstring prefix;
         std::string logged;
     } cases[] = {
-        {"CoInitializeEx", E_OUTOFMEMORY, E_OUTOFMEMORY, ErrorCode::comInitialization, {kJoin}, connect, L"",
+        {"CoInitializeEx",
+         E_OUTOFMEMORY,
+         E_OUTOFMEMORY,
+         ErrorCode::comInitialization,
+         {kJoin},
+         connect,
+         L"",
          "CoInitializeEx failed: 0x8007000E"},
-        {"CoCreateInstance", REGDB_E_CLASSNOTREG, S_OK, ErrorCode::wmiLocator, {kJoin, kCreate, kLeave}, connect, L"",
+        {"CoCreateInstance",
+         REGDB_E_CLASSNOTREG,
+         S_OK,
+         ErrorCode::wmiLocator,
+         {kJoin, kCreate, kLeave},
+         connect,
+         L"",
          "CoCreateInstance failed: 0x80040154"},
-        {"ConnectServer", E_ACCESSDENIED, S_FALSE, ErrorCode::wmiBind, {kJoin, kCreate, kBind, "~locator", kLeave}, connect, L"",
+        {"ConnectServer",
+         E_ACCESSDENIED,
+         S_FALSE,
+         ErrorCode::wmiBind,
+         {kJoin, kCreate, kBind, "~locator", kLeave},
+         connect,
+         L"",
          kBindRefused},
-        {"CoSetProxyBlanket", E_NOINTERFACE, S_OK, ErrorCode::wmiSecurityBlanket,
-         {kJoin, kCreate, kBind, kBlanket, "~services", "~locator", kLeave}, connect, L"",
+        {"CoSetProxyBlanket",
+         E_NOINTERFACE,
+         S_OK,
+         ErrorCode::wmiSecurityBlanket,
+         {kJoin, kCreate, kBind, kBlanket, "~services", "~locator", kLeave},
+         connect,
+         L"",
          "CoSetProxyBlanket failed: 0x80004002"},
         // The apartment of the host is not closed for a connection that never stood.
-        {"ConnectServer", E_ACCESSDENIED, RPC_E_CHANGED_MODE, ErrorCode::wmiBind,
-         {kJoin, kCreate, kBind, "~locator"}, connect, L"", kBindRefused},
+        {"ConnectServer",
+         E_ACCESSDENIED,
+         RPC_E_CHANGED_MODE,
+         ErrorCode::wmiBind,
+         {kJoin, kCreate, kBind, "~locator"},
+         connect,
+         L"",
+         kBindRefused},
         // The loading thread keeps its proxy.
-        {"ExecQuery", HRESULT(WBEM_E_ACCESS_DENIED), S_OK, ErrorCode::wmiQuery,
-         {kJoin, kCreate, kBind, kBlanket, kQuery, "~locator", kLeave}, query, L"'SELECT * FROM Win32_Fan': ",
+        {"ExecQuery",
+         HRESULT(WBEM_E_ACCESS_DENIED),
+         S_OK,
+         ErrorCode::wmiQuery,
+         {kJoin, kCreate, kBind, kBlanket, kQuery, "~locator", kLeave},
+         query,
+         L"'SELECT * FROM Win32_Fan': ",
          "IWbemServices::ExecQuery 'SELECT * FROM Win32_Fan' failed: 0x80041003"},
     };
     keepLog();
@@ -118,8 +152,7 @@ TEST(Connection, LeavesComOnceWhateverApartmentItFound)
         SCOPED_TRACE(joined);
         fakes::com().answers["CoInitializeEx"] = joined;
         queryOnWorker({});
-        EXPECT_EQ(takeTrace(),
-                  (Trace{kJoin, kCreate, kBind, kBlanket, kQuery, "~enumerator", "~services", "~locator", kLeave}));
+        EXPECT_EQ(takeTrace(), (Trace{kJoin, kCreate, kBind, kBlanket, kQuery, "~enumerator", "~services", "~locator", kLeave}));
     }
 }
 
@@ -173,8 +206,7 @@ TEST(Connection, TheMissingOptionalNamespaceIsToldWithItsOwnError)
     const WMIConnections connections;
     EXPECT_EQ(GetModuleHandleW(L"dbghelp.dll"), nullptr) << "a trace that nobody reads";
     EXPECT_EQ(logLines, (Trace{"3 IWbemLocator::ConnectServer 'ROOT\\StandardCIMV2' failed: 0x80070005",
-                               "1 failed to bind to ROOT\\StandardCIMV2 WMI namespace: " +
-                                   ZelStdCore::toUtf8(failureText())}));
+                               "1 failed to bind to ROOT\\StandardCIMV2 WMI namespace: " + ZelStdCore::toUtf8(failureText())}));
 }
 
 TEST(Connection, AQueryDeliversWhatCameBeforeItsEnd)
@@ -186,8 +218,11 @@ TEST(Connection, AQueryDeliversWhatCameBeforeItsEnd)
         std::size_t objects;
         HRESULT end;
         Trace log;
-    } cases[] = {{3, WBEM_S_FALSE, {}},    {2, WBEM_S_NO_ERROR, {}},         {0, WBEM_S_TIMEDOUT, {}},
-                 {0, E_FAIL, warning}, {2, RPC_E_DISCONNECTED, warning}};
+    } cases[] = {{3, WBEM_S_FALSE, {}},
+                 {2, WBEM_S_NO_ERROR, {}},
+                 {0, WBEM_S_TIMEDOUT, {}},
+                 {0, E_FAIL, warning},
+                 {2, RPC_E_DISCONNECTED, warning}};
     for (const auto& test : cases)
     {
         SCOPED_TRACE(testing::Message() << test.objects << " objects, then " << test.end);

@@ -40,63 +40,63 @@ ObjectPointer makeObject(const std::string& name, FakeObject::Value value)
 
 namespace
 {
-    class FakeEnumerator final : public Counted<StubEnumerator>
+class FakeEnumerator final : public Counted<StubEnumerator>
+{
+public:
+    FakeEnumerator() : Counted("enumerator") {}
+
+    STDMETHODIMP Next(LONG timeout, ULONG count, IWbemClassObject** objects, ULONG* returned) override
     {
-    public:
-        FakeEnumerator() : Counted("enumerator") {}
-
-        STDMETHODIMP Next(LONG timeout, ULONG count, IWbemClassObject** objects, ULONG* returned) override
+        *returned = 0;
+        if (timeout != static_cast<LONG>(WBEM_INFINITE) || count != 1)
+            return WBEM_E_INVALID_PARAMETER;
+        if (next_ == com().results.size())
         {
-            *returned = 0;
-            if (timeout != static_cast<LONG>(WBEM_INFINITE) || count != 1)
-                return WBEM_E_INVALID_PARAMETER;
-            if (next_ == com().results.size())
-            {
-                if (FAILED(com().end))
-                    SetLastError(kErrorOfFailure);
-                return com().end;
-            }
-            *objects = com().results[next_++].get();
-            (*objects)->AddRef();
-            *returned = 1;
-            return WBEM_S_NO_ERROR;
+            if (FAILED(com().end))
+                SetLastError(kErrorOfFailure);
+            return com().end;
         }
+        *objects = com().results[next_++].get();
+        (*objects)->AddRef();
+        *returned = 1;
+        return WBEM_S_NO_ERROR;
+    }
 
-    private:
-        std::size_t next_ = 0;
-    };
+private:
+    std::size_t next_ = 0;
+};
 
-    class FakeServices final : public Counted<StubServices>
+class FakeServices final : public Counted<StubServices>
+{
+public:
+    FakeServices() : Counted("services") {}
+
+    STDMETHODIMP ExecQuery(const BSTR language, const BSTR query, LONG flags, IWbemContext* context,
+                           IEnumWbemClassObject** enumerator) override
     {
-    public:
-        FakeServices() : Counted("services") {}
+        const HRESULT result =
+            record("ExecQuery", toUtf8(language) + " " + toUtf8(query) + " " + std::to_string(flags) + (context ? " context" : ""));
+        if (SUCCEEDED(result))
+            *enumerator = new FakeEnumerator;
+        return result;
+    }
+};
 
-        STDMETHODIMP ExecQuery(const BSTR language, const BSTR query, LONG flags, IWbemContext* context,
-                               IEnumWbemClassObject** enumerator) override
-        {
-            const HRESULT result = record("ExecQuery", toUtf8(language) + " " + toUtf8(query) + " " + std::to_string(flags) +
-                                                           (context ? " context" : ""));
-            if (SUCCEEDED(result))
-                *enumerator = new FakeEnumerator;
-            return result;
-        }
-    };
+class FakeLocator final : public Counted<IWbemLocator>
+{
+public:
+    FakeLocator() : Counted("locator") {}
 
-    class FakeLocator final : public Counted<IWbemLocator>
+    STDMETHODIMP ConnectServer(const BSTR path, const BSTR user, const BSTR password, const BSTR locale, LONG flags,
+                               const BSTR authority, IWbemContext* context, IWbemServices** services) override
     {
-    public:
-        FakeLocator() : Counted("locator") {}
-
-        STDMETHODIMP ConnectServer(const BSTR path, const BSTR user, const BSTR password, const BSTR locale, LONG flags,
-                                   const BSTR authority, IWbemContext* context, IWbemServices** services) override
-        {
-            const bool plain = !user && !password && !locale && flags == 0 && !authority && !context;
-            const HRESULT result = record("ConnectServer", toUtf8(path) + (plain ? "" : " with more"));
-            if (SUCCEEDED(result))
-                *services = new FakeServices;
-            return result;
-        }
-    };
+        const bool plain = !user && !password && !locale && flags == 0 && !authority && !context;
+        const HRESULT result = record("ConnectServer", toUtf8(path) + (plain ? "" : " with more"));
+        if (SUCCEEDED(result))
+            *services = new FakeServices;
+        return result;
+    }
+};
 }
 }
 
@@ -130,8 +130,8 @@ HRESULT createInstance(REFCLSID classId, DWORD context, REFIID interfaceId, void
     return result;
 }
 
-HRESULT setProxyBlanket(IUnknown*, DWORD authentication, DWORD authorization, DWORD authenticationLevel,
-                        DWORD impersonationLevel, DWORD capabilities)
+HRESULT setProxyBlanket(IUnknown*, DWORD authentication, DWORD authorization, DWORD authenticationLevel, DWORD impersonationLevel,
+                        DWORD capabilities)
 {
     std::string arguments;
     for (const DWORD argument : {authentication, authorization, authenticationLevel, impersonationLevel, capabilities})

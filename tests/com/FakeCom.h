@@ -16,11 +16,11 @@ using ObjectPointer = HardwareInventory::Providers::ComPointer<IWbemClassObject>
 
 struct FakeCom
 {
-    std::map<std::string, HRESULT> answers; // by the call with its arguments or by its name; others succeed
+    std::map<std::string, HRESULT> answers;         // by the call with its arguments or by its name; others succeed
     std::optional<APTTYPE> apartment = APTTYPE_MTA; // of every thread
 
     std::vector<ObjectPointer> results; // what a query yields
-    HRESULT end = WBEM_S_FALSE;                                    // what the enumerator answers behind the last result
+    HRESULT end = WBEM_S_FALSE;         // what the enumerator answers behind the last result
 
     // The calls with their arguments, and "~name" where the last reference to an object goes.
     std::vector<std::string> trace;

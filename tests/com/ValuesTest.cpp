@@ -136,7 +136,7 @@ std::string answerOf(Getter getter, const Make& value, const wchar_t* reason = L
     catch (const _com_error& error)
     {
         EXPECT_EQ(lines, ZelStdCore::toUtf8(ZelStdCore::format(L"3 'P' property of %p %s: 0x%08X", object.address(), reason,
-                                                                  static_cast<std::uint32_t>(error.Error()))));
+                                                               static_cast<std::uint32_t>(error.Error()))));
         return error.Error() == DISP_E_TYPEMISMATCH ? "mismatch"
                : error.Error() == E_INVALIDARG      ? "invalid"
                                                     : "error " + std::to_string(error.Error());

@@ -25,107 +25,107 @@ namespace ZelStdCore
 std::vector<StackFrame> Tracer::traceCurrentThread()
 {
     if (callFails("SymInitializeW"))
-        throw RuntimeException(L"failed to initialize tracer", L"st-core\\lib\\WinTracer.cpp",
-                               L"ZelStdCore::Tracer::loadModules", __LINE__, Trace::none);
+        throw RuntimeException(L"failed to initialize tracer", L"st-core\\lib\\WinTracer.cpp", L"ZelStdCore::Tracer::loadModules",
+                               __LINE__, Trace::none);
     return machine().stack;
 }
 
 namespace Platform
 {
-    std::uint32_t lastErrorCode()
-    {
-        return machine().lastError;
-    }
+std::uint32_t lastErrorCode()
+{
+    return machine().lastError;
+}
 
-    void setLastErrorCode(std::uint32_t code)
-    {
-        machine().lastError = code;
-    }
+void setLastErrorCode(std::uint32_t code)
+{
+    machine().lastError = code;
+}
 
-    std::wstring systemMessage(std::uint32_t code)
-    {
-        // The system has a text for success, too; only those who ask for none have none.
-        return code == 0 ? L"success\r\n" : fakes::messageOf(code);
-    }
+std::wstring systemMessage(std::uint32_t code)
+{
+    // The system has a text for success, too; only those who ask for none have none.
+    return code == 0 ? L"success\r\n" : fakes::messageOf(code);
+}
 
-    int errorNumberText(int errorNumber, char* buffer, std::size_t size)
-    {
-        if (callFails("strerror_s"))
-            return 22;
-        std::snprintf(buffer, size, "errno %d", errorNumber);
+int errorNumberText(int errorNumber, char* buffer, std::size_t size)
+{
+    if (callFails("strerror_s"))
+        return 22;
+    std::snprintf(buffer, size, "errno %d", errorNumber);
+    return 0;
+}
+
+// A "file" is its bytes in memory. Closing a handle leaves an error of its own behind, so that a last error that is read too
+// late is found out.
+namespace
+{
+constexpr std::uint32_t kErrorAfterClosing = 6;
+
+struct FakeHandle
+{
+    const char* kind;
+    std::string bytes;
+};
+
+FakeHandle* invalidHandle()
+{
+    static FakeHandle invalid{"file", {}};
+    return &invalid;
+}
+
+FakeHandle& handleOf(void* handle)
+{
+    return *static_cast<FakeHandle*>(handle);
+}
+}
+
+void* openForReading(const std::wstring& path)
+{
+    std::ifstream stream(std::filesystem::path(path), std::ios::binary);
+    if (callFails("CreateFileW") || !stream)
+        return invalidHandle();
+    return new FakeHandle{"file", std::string(std::istreambuf_iterator<char>(stream), {})};
+}
+
+void* createReadOnlyMapping(void* file)
+{
+    if (callFails("CreateFileMappingW") || handleOf(file).bytes.empty())
+        return nullptr;
+    return new FakeHandle{"mapping", handleOf(file).bytes};
+}
+
+int fileSize(void* file, std::uint64_t& size)
+{
+    if (callFails("GetFileSizeEx"))
         return 0;
-    }
+    size = handleOf(file).bytes.size();
+    return 1;
+}
 
-    // A "file" is its bytes in memory. Closing a handle leaves an error of its own behind, so that a last error that is read too
-    // late is found out.
-    namespace
-    {
-        constexpr std::uint32_t kErrorAfterClosing = 6;
+const char* mapView(void* mapping, std::uint64_t size)
+{
+    if (callFails("MapViewOfFile"))
+        return nullptr;
+    // A view of its own, so that a use after unmapping is a use after free. No size maps the whole file.
+    const std::string& bytes = handleOf(mapping).bytes;
+    char* view = new char[bytes.size()];
+    std::memcpy(view, bytes.data(), size == 0 ? bytes.size() : size);
+    return view;
+}
 
-        struct FakeHandle
-        {
-            const char* kind;
-            std::string bytes;
-        };
+void unmapView(const char* view)
+{
+    machine().calls.emplace_back("UnmapViewOfFile");
+    delete[] view;
+}
 
-        FakeHandle* invalidHandle()
-        {
-            static FakeHandle invalid{"file", {}};
-            return &invalid;
-        }
-
-        FakeHandle& handleOf(void* handle)
-        {
-            return *static_cast<FakeHandle*>(handle);
-        }
-    }
-
-    void* openForReading(const std::wstring& path)
-    {
-        std::ifstream stream(std::filesystem::path(path), std::ios::binary);
-        if (callFails("CreateFileW") || !stream)
-            return invalidHandle();
-        return new FakeHandle{"file", std::string(std::istreambuf_iterator<char>(stream), {})};
-    }
-
-    void* createReadOnlyMapping(void* file)
-    {
-        if (callFails("CreateFileMappingW") || handleOf(file).bytes.empty())
-            return nullptr;
-        return new FakeHandle{"mapping", handleOf(file).bytes};
-    }
-
-    int fileSize(void* file, std::uint64_t& size)
-    {
-        if (callFails("GetFileSizeEx"))
-            return 0;
-        size = handleOf(file).bytes.size();
-        return 1;
-    }
-
-    const char* mapView(void* mapping, std::uint64_t size)
-    {
-        if (callFails("MapViewOfFile"))
-            return nullptr;
-        // A view of its own, so that a use after unmapping is a use after free. No size maps the whole file.
-        const std::string& bytes = handleOf(mapping).bytes;
-        char* view = new char[bytes.size()];
-        std::memcpy(view, bytes.data(), size == 0 ? bytes.size() : size);
-        return view;
-    }
-
-    void unmapView(const char* view)
-    {
-        machine().calls.emplace_back("UnmapViewOfFile");
-        delete[] view;
-    }
-
-    void closeHandle(void* handle)
-    {
-        machine().calls.emplace_back(std::string("CloseHandle(") + handleOf(handle).kind + ")");
-        machine().lastError = kErrorAfterClosing;
-        if (handle != invalidHandle())
-            delete &handleOf(handle);
-    }
+void closeHandle(void* handle)
+{
+    machine().calls.emplace_back(std::string("CloseHandle(") + handleOf(handle).kind + ")");
+    machine().lastError = kErrorAfterClosing;
+    if (handle != invalidHandle())
+        delete &handleOf(handle);
+}
 }
 }

@@ -25,18 +25,18 @@ bool callFails(const char* operation)
 
 namespace
 {
-    LogCapture::Lines& capturedLines()
-    {
-        static auto& lines = *new LogCapture::Lines;
-        return lines;
-    }
+LogCapture::Lines& capturedLines()
+{
+    static auto& lines = *new LogCapture::Lines;
+    return lines;
+}
 }
 
 LogCapture::LogCapture()
 {
     capturedLines().clear();
-    ZelStdCore::HostLogger::instance().set(
-        [](std::uint32_t level, const char* message) { capturedLines().emplace_back(level, message); });
+    ZelStdCore::HostLogger::instance().set([](std::uint32_t level, const char* message)
+                                           { capturedLines().emplace_back(level, message); });
 }
 
 LogCapture::~LogCapture()
@@ -77,8 +77,7 @@ extern "C" int32_t VmProbe_IsHostVirtual(int32_t type)
 
 namespace HardwareInventory::Platform
 {
-Answer<std::wstring, Failure<RegistryStep>> registryString(RegistryRoot, const std::wstring& keyPath,
-                                                           const std::wstring& valueName)
+Answer<std::wstring, Failure<RegistryStep>> registryString(RegistryRoot, const std::wstring& keyPath, const std::wstring& valueName)
 {
     if (callFails("RegOpenKeyW"))
         return Failure<RegistryStep>{RegistryStep::openKey, 5};
@@ -181,18 +180,18 @@ bool processIsTerminating()
 
 namespace
 {
-    // Destroyed with its thread, as the product's slot is.
-    struct ThreadSlot
+// Destroyed with its thread, as the product's slot is.
+struct ThreadSlot
+{
+    void* value = nullptr;
+    void (*destroy)(void*) = nullptr;
+    ~ThreadSlot()
     {
-        void* value = nullptr;
-        void (*destroy)(void*) = nullptr;
-        ~ThreadSlot()
-        {
-            if (value && !machine().terminating)
-                destroy(value);
-        }
-    };
-    thread_local ThreadSlot slot;
+        if (value && !machine().terminating)
+            destroy(value);
+    }
+};
+thread_local ThreadSlot slot;
 }
 
 void* threadValue()

@@ -9,23 +9,23 @@ using HardwareInventory::PciIdDatabase;
 
 namespace
 {
-    void require(bool holds)
-    {
-        if (!holds)
-            std::abort();
-    }
+void require(bool holds)
+{
+    if (!holds)
+        std::abort();
+}
 
-    void requireNames(const PciIdDatabase& database, const plain::PciIds& expected)
-    {
-        const auto at = [](std::uint64_t id, int shift) { return static_cast<std::uint16_t>(id >> shift); };
-        require(database.vendorNames().size() == expected.vendors.size());
-        for (const auto& [id, name] : expected.vendors)
-            require(database.vendorName(at(id, 0)) == ZelStdCore::widen(name));
-        for (const auto& [id, name] : expected.models)
-            require(database.modelName(at(id, 16), at(id, 0)) == ZelStdCore::widen(name));
-        for (const auto& [id, name] : expected.subsystems)
-            require(database.subsystemModelName(at(id, 48), at(id, 32), at(id, 16), at(id, 0)) == ZelStdCore::widen(name));
-    }
+void requireNames(const PciIdDatabase& database, const plain::PciIds& expected)
+{
+    const auto at = [](std::uint64_t id, int shift) { return static_cast<std::uint16_t>(id >> shift); };
+    require(database.vendorNames().size() == expected.vendors.size());
+    for (const auto& [id, name] : expected.vendors)
+        require(database.vendorName(at(id, 0)) == ZelStdCore::widen(name));
+    for (const auto& [id, name] : expected.models)
+        require(database.modelName(at(id, 16), at(id, 0)) == ZelStdCore::widen(name));
+    for (const auto& [id, name] : expected.subsystems)
+        require(database.subsystemModelName(at(id, 48), at(id, 32), at(id, 16), at(id, 0)) == ZelStdCore::widen(name));
+}
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)

@@ -10,15 +10,15 @@ using namespace HardwareInventory::SMBIOS;
 
 namespace
 {
-    // Makes the sum right, so that more inputs get past it.
-    void repairSum(std::vector<std::uint8_t>& entryPoint)
-    {
-        const std::size_t form = entryPoint.size() > 3 && entryPoint[3] == '3' ? 5 : 4;
-        if (entryPoint.size() <= form + 1)
-            return;
-        const std::size_t length = std::min<std::size_t>(entryPoint[form + 1], entryPoint.size());
-        entryPoint[form] -= std::accumulate(entryPoint.begin(), entryPoint.begin() + length, std::uint8_t{0});
-    }
+// Makes the sum right, so that more inputs get past it.
+void repairSum(std::vector<std::uint8_t>& entryPoint)
+{
+    const std::size_t form = entryPoint.size() > 3 && entryPoint[3] == '3' ? 5 : 4;
+    if (entryPoint.size() <= form + 1)
+        return;
+    const std::size_t length = std::min<std::size_t>(entryPoint[form + 1], entryPoint.size());
+    entryPoint[form] -= std::accumulate(entryPoint.begin(), entryPoint.begin() + length, std::uint8_t{0});
+}
 }
 
 // The first byte: how long the entry point is (its low six bits), and whether its sum is to be repaired. What follows the entry

@@ -1,6 +1,6 @@
 // Lines of Latin-1 text: all but the last are registered as vendors, the last is asked for. The same answer as the plain query's.
-#include "hw-inventory-impl/lib/VendorRegistry.h"
 #include "bench/PlainVendorRegistry.h"
+#include "hw-inventory-impl/lib/VendorRegistry.h"
 #include "tests/fakes/FakeMachine.h"
 
 #include <cstdint>

@@ -10,64 +10,64 @@ namespace HardwareInventory
 {
 namespace
 {
-    constexpr double kMilli = 0.001;
+constexpr double kMilli = 0.001;
 
-    // Where a value of the library goes. A sensor, a temperature type and a power type are numbers of three enumerations.
-    struct Source
-    {
-        int number;
-        Reading AmdReadings::*reading;
-        double scale = 1.0;
-    };
+// Where a value of the library goes. A sensor, a temperature type and a power type are numbers of three enumerations.
+struct Source
+{
+    int number;
+    Reading AmdReadings::*reading;
+    double scale = 1.0;
+};
 
-    constexpr auto kSensorLog = std::to_array<Source>({
-        {8, &AmdReadings::edgeTemperature},
-        {9, &AmdReadings::memoryTemperature},
-        {10, &AmdReadings::vddcRegulatorTemperature},
-        {11, &AmdReadings::mvddRegulatorTemperature},
-        {25, &AmdReadings::mvdd0RegulatorTemperature},
-        {26, &AmdReadings::mvdd1RegulatorTemperature},
-        {24, &AmdReadings::socRegulatorTemperature},
-        {12, &AmdReadings::liquidTemperature},
-        {13, &AmdReadings::plxTemperature},
-        {27, &AmdReadings::hotSpotTemperature},
-        {30, &AmdReadings::graphicsPower},
-        {23, &AmdReadings::asicPower},
-        {17, &AmdReadings::socPower},
-        {21, &AmdReadings::graphicsVoltage, kMilli},
-        {22, &AmdReadings::memoryVoltage, kMilli},
-        {16, &AmdReadings::socVoltage, kMilli},
-        {19, &AmdReadings::graphicsActivity},
-        {20, &AmdReadings::memoryActivity},
-    });
+constexpr auto kSensorLog = std::to_array<Source>({
+    {8, &AmdReadings::edgeTemperature},
+    {9, &AmdReadings::memoryTemperature},
+    {10, &AmdReadings::vddcRegulatorTemperature},
+    {11, &AmdReadings::mvddRegulatorTemperature},
+    {25, &AmdReadings::mvdd0RegulatorTemperature},
+    {26, &AmdReadings::mvdd1RegulatorTemperature},
+    {24, &AmdReadings::socRegulatorTemperature},
+    {12, &AmdReadings::liquidTemperature},
+    {13, &AmdReadings::plxTemperature},
+    {27, &AmdReadings::hotSpotTemperature},
+    {30, &AmdReadings::graphicsPower},
+    {23, &AmdReadings::asicPower},
+    {17, &AmdReadings::socPower},
+    {21, &AmdReadings::graphicsVoltage, kMilli},
+    {22, &AmdReadings::memoryVoltage, kMilli},
+    {16, &AmdReadings::socVoltage, kMilli},
+    {19, &AmdReadings::graphicsActivity},
+    {20, &AmdReadings::memoryActivity},
+});
 
-    constexpr auto kOverdriveN = std::to_array<Source>({
-        {1, &AmdReadings::edgeTemperature},
-        {2, &AmdReadings::memoryTemperature},
-        {3, &AmdReadings::vddcRegulatorTemperature},
-        {4, &AmdReadings::mvddRegulatorTemperature},
-        {5, &AmdReadings::liquidTemperature},
-        {6, &AmdReadings::plxTemperature},
-        {7, &AmdReadings::hotSpotTemperature},
-    });
+constexpr auto kOverdriveN = std::to_array<Source>({
+    {1, &AmdReadings::edgeTemperature},
+    {2, &AmdReadings::memoryTemperature},
+    {3, &AmdReadings::vddcRegulatorTemperature},
+    {4, &AmdReadings::mvddRegulatorTemperature},
+    {5, &AmdReadings::liquidTemperature},
+    {6, &AmdReadings::plxTemperature},
+    {7, &AmdReadings::hotSpotTemperature},
+});
 
-    constexpr auto kOverdrive6 = std::to_array<Source>({
-        {0, &AmdReadings::asicPower},
-        {3, &AmdReadings::graphicsPower},
-        {1, &AmdReadings::pptPower},
-        {2, &AmdReadings::socketPower},
-    });
+constexpr auto kOverdrive6 = std::to_array<Source>({
+    {0, &AmdReadings::asicPower},
+    {3, &AmdReadings::graphicsPower},
+    {1, &AmdReadings::pptPower},
+    {2, &AmdReadings::socketPower},
+});
 
-    float scaled(int value, double scale)
-    {
-        return static_cast<float>(value * scale);
-    }
+float scaled(int value, double scale)
+{
+    return static_cast<float>(value * scale);
+}
 
-    // Drivers answer in degrees or in thousandths of a degree; no adapter runs at 1,000 degrees.
-    float degrees(int value)
-    {
-        return scaled(value, value >= 1000 ? kMilli : 1.0);
-    }
+// Drivers answer in degrees or in thousandths of a degree; no adapter runs at 1,000 degrees.
+float degrees(int value)
+{
+    return scaled(value, value >= 1000 ? kMilli : 1.0);
+}
 }
 
 std::string amdPciAddress(int bus, int device, int function)

@@ -12,53 +12,53 @@ namespace HardwareInventory
 {
 namespace Adl
 {
-    Library& library()
-    {
-        static constinit Library instance;
-        return instance;
-    }
+Library& library()
+{
+    static constinit Library instance;
+    return instance;
+}
 }
 
 namespace
 {
-    using Adl::Functions;
-    using Symbol = VendorModule::Symbol<Functions>;
+using Adl::Functions;
+using Symbol = VendorModule::Symbol<Functions>;
 
-    // The first one is called before the others are looked up.
-    constexpr Symbol kCreate[] = {
-        {"ADL_Main_Control_Create", "ERROR: ADL_Main_Control_Create not available!",
-         VendorModule::bind<Functions, &Functions::ADL_Main_Control_Create>},
-    };
+// The first one is called before the others are looked up.
+constexpr Symbol kCreate[] = {
+    {"ADL_Main_Control_Create", "ERROR: ADL_Main_Control_Create not available!",
+     VendorModule::bind<Functions, &Functions::ADL_Main_Control_Create>},
+};
 
-    constexpr Symbol kSymbols[] = {
-        {"ADL2_Main_Control_Create", "ERROR: ADL2_Main_Control_Create not available!",
-         VendorModule::bind<Functions, &Functions::ADL2_Main_Control_Create>},
-        {"ADL_Adapter_NumberOfAdapters_Get", "ERROR: ADL_Adapter_NumberOfAdapters_Get not available!",
-         VendorModule::bind<Functions, &Functions::ADL_Adapter_NumberOfAdapters_Get>},
-        {"ADL_Adapter_AdapterInfo_Get", "ERROR: ADL_Adapter_AdapterInfo_Get not available!",
-         VendorModule::bind<Functions, &Functions::ADL_Adapter_AdapterInfo_Get>},
-        {"ADL_Adapter_Active_Get", "ERROR: ADL_Adapter_Active_Get not available!",
-         VendorModule::bind<Functions, &Functions::ADL_Adapter_Active_Get>},
-        {"ADL_Overdrive_Caps", "ERROR: ADL_Overdrive_Caps not available!",
-         VendorModule::bind<Functions, &Functions::ADL_Overdrive_Caps>},
-        {"ADL2_New_QueryPMLogData_Get", "ERROR: ADL2_New_QueryPMLogData_Get not available!",
-         VendorModule::bind<Functions, &Functions::ADL2_New_QueryPMLogData_Get>},
-        {"ADL2_Overdrive6_CurrentPower_Get", "ERROR: ADL2_Overdrive6_CurrentPower_Get not available!",
-         VendorModule::bind<Functions, &Functions::ADL2_Overdrive6_CurrentPower_Get>},
-        {"ADL2_OverdriveN_Temperature_Get", "ERROR: ADL2_OverdriveN_Temperature_Get not available!",
-         VendorModule::bind<Functions, &Functions::ADL2_OverdriveN_Temperature_Get>},
-        {"ADL_Overdrive5_Temperature_Get", "ERROR: ADL_Overdrive5_Temperature_Get not available!",
-         VendorModule::bind<Functions, &Functions::ADL_Overdrive5_Temperature_Get>},
-        {"ADL_Overdrive5_CurrentActivity_Get", "ERROR: ADL_Overdrive5_CurrentActivity_Get not available!",
-         VendorModule::bind<Functions, &Functions::ADL_Overdrive5_CurrentActivity_Get>},
-    };
+constexpr Symbol kSymbols[] = {
+    {"ADL2_Main_Control_Create", "ERROR: ADL2_Main_Control_Create not available!",
+     VendorModule::bind<Functions, &Functions::ADL2_Main_Control_Create>},
+    {"ADL_Adapter_NumberOfAdapters_Get", "ERROR: ADL_Adapter_NumberOfAdapters_Get not available!",
+     VendorModule::bind<Functions, &Functions::ADL_Adapter_NumberOfAdapters_Get>},
+    {"ADL_Adapter_AdapterInfo_Get", "ERROR: ADL_Adapter_AdapterInfo_Get not available!",
+     VendorModule::bind<Functions, &Functions::ADL_Adapter_AdapterInfo_Get>},
+    {"ADL_Adapter_Active_Get", "ERROR: ADL_Adapter_Active_Get not available!",
+     VendorModule::bind<Functions, &Functions::ADL_Adapter_Active_Get>},
+    {"ADL_Overdrive_Caps", "ERROR: ADL_Overdrive_Caps not available!",
+     VendorModule::bind<Functions, &Functions::ADL_Overdrive_Caps>},
+    {"ADL2_New_QueryPMLogData_Get", "ERROR: ADL2_New_QueryPMLogData_Get not available!",
+     VendorModule::bind<Functions, &Functions::ADL2_New_QueryPMLogData_Get>},
+    {"ADL2_Overdrive6_CurrentPower_Get", "ERROR: ADL2_Overdrive6_CurrentPower_Get not available!",
+     VendorModule::bind<Functions, &Functions::ADL2_Overdrive6_CurrentPower_Get>},
+    {"ADL2_OverdriveN_Temperature_Get", "ERROR: ADL2_OverdriveN_Temperature_Get not available!",
+     VendorModule::bind<Functions, &Functions::ADL2_OverdriveN_Temperature_Get>},
+    {"ADL_Overdrive5_Temperature_Get", "ERROR: ADL_Overdrive5_Temperature_Get not available!",
+     VendorModule::bind<Functions, &Functions::ADL_Overdrive5_Temperature_Get>},
+    {"ADL_Overdrive5_CurrentActivity_Get", "ERROR: ADL_Overdrive5_CurrentActivity_Get not available!",
+     VendorModule::bind<Functions, &Functions::ADL_Overdrive5_CurrentActivity_Get>},
+};
 
-    // The library keeps this function for as long as it is loaded, which is to the end of the process; so is this one from its
-    // first collection on. The memory is never given back here.
-    void* allocate(int size) noexcept
-    {
-        return size < 0 ? nullptr : std::malloc(static_cast<std::size_t>(size));
-    }
+// The library keeps this function for as long as it is loaded, which is to the end of the process; so is this one from its
+// first collection on. The memory is never given back here.
+void* allocate(int size) noexcept
+{
+    return size < 0 ? nullptr : std::malloc(static_cast<std::size_t>(size));
+}
 }
 
 AMDGroup::AMDGroup()

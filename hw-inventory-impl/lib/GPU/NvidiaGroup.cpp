@@ -8,53 +8,53 @@ namespace HardwareInventory
 {
 namespace
 {
-    using Nvml::Functions;
+using Nvml::Functions;
 
-    Functions nvml{};
+Functions nvml{};
 
-    // The blank before the last two exclamation marks is part of the messages.
-    constexpr VendorModule::Symbol<Functions> kSymbols[] = {
-        {"nvmlInit", "ERROR: nvmlInit not available!", VendorModule::bind<Functions, &Functions::nvmlInit>},
-        {"nvmlShutdown", "ERROR: nvmlShutdown not available!", VendorModule::bind<Functions, &Functions::nvmlShutdown>},
-        {"nvmlErrorString", "ERROR: nvmlErrorString not available!", VendorModule::bind<Functions, &Functions::nvmlErrorString>},
-        {"nvmlDeviceGetCount", "ERROR: nvmlDeviceGetCount not available!",
-         VendorModule::bind<Functions, &Functions::nvmlDeviceGetCount>},
-        {"nvmlDeviceGetHandleByIndex", "ERROR: nvmlDeviceGetHandleByIndex not available!",
-         VendorModule::bind<Functions, &Functions::nvmlDeviceGetHandleByIndex>},
-        {"nvmlDeviceGetTemperature", "ERROR: nvmlDeviceGetTemperature not available!",
-         VendorModule::bind<Functions, &Functions::nvmlDeviceGetTemperature>},
-        {"nvmlDeviceGetUtilizationRates", "ERROR: nvmlDeviceGetUtilizationRates not available!",
-         VendorModule::bind<Functions, &Functions::nvmlDeviceGetUtilizationRates>},
-        {"nvmlDeviceGetMemoryInfo", "ERROR: nvmlDeviceGetMemoryInfo not available!",
-         VendorModule::bind<Functions, &Functions::nvmlDeviceGetMemoryInfo>},
-        {"nvmlDeviceGetPowerUsage", "ERROR: nvmlDeviceGetPowerUsage not available!",
-         VendorModule::bind<Functions, &Functions::nvmlDeviceGetPowerUsage>},
-        {"nvmlDeviceGetPciInfo_v3", "ERROR: nvmlDeviceGetPciInfo_v3 not available !",
-         VendorModule::bind<Functions, &Functions::nvmlDeviceGetPciInfo_v3>},
-        {"nvmlDeviceGetSerial", "ERROR: nvmlDeviceGetSerial not available !",
-         VendorModule::bind<Functions, &Functions::nvmlDeviceGetSerial>},
-    };
+// The blank before the last two exclamation marks is part of the messages.
+constexpr VendorModule::Symbol<Functions> kSymbols[] = {
+    {"nvmlInit", "ERROR: nvmlInit not available!", VendorModule::bind<Functions, &Functions::nvmlInit>},
+    {"nvmlShutdown", "ERROR: nvmlShutdown not available!", VendorModule::bind<Functions, &Functions::nvmlShutdown>},
+    {"nvmlErrorString", "ERROR: nvmlErrorString not available!", VendorModule::bind<Functions, &Functions::nvmlErrorString>},
+    {"nvmlDeviceGetCount", "ERROR: nvmlDeviceGetCount not available!",
+     VendorModule::bind<Functions, &Functions::nvmlDeviceGetCount>},
+    {"nvmlDeviceGetHandleByIndex", "ERROR: nvmlDeviceGetHandleByIndex not available!",
+     VendorModule::bind<Functions, &Functions::nvmlDeviceGetHandleByIndex>},
+    {"nvmlDeviceGetTemperature", "ERROR: nvmlDeviceGetTemperature not available!",
+     VendorModule::bind<Functions, &Functions::nvmlDeviceGetTemperature>},
+    {"nvmlDeviceGetUtilizationRates", "ERROR: nvmlDeviceGetUtilizationRates not available!",
+     VendorModule::bind<Functions, &Functions::nvmlDeviceGetUtilizationRates>},
+    {"nvmlDeviceGetMemoryInfo", "ERROR: nvmlDeviceGetMemoryInfo not available!",
+     VendorModule::bind<Functions, &Functions::nvmlDeviceGetMemoryInfo>},
+    {"nvmlDeviceGetPowerUsage", "ERROR: nvmlDeviceGetPowerUsage not available!",
+     VendorModule::bind<Functions, &Functions::nvmlDeviceGetPowerUsage>},
+    {"nvmlDeviceGetPciInfo_v3", "ERROR: nvmlDeviceGetPciInfo_v3 not available !",
+     VendorModule::bind<Functions, &Functions::nvmlDeviceGetPciInfo_v3>},
+    {"nvmlDeviceGetSerial", "ERROR: nvmlDeviceGetSerial not available !",
+     VendorModule::bind<Functions, &Functions::nvmlDeviceGetSerial>},
+};
 
-    // The message of what is missing, or null.
-    const char* loadLibrary()
-    {
-        if (!VendorModule::load({L"nvml.dll"}))
-            return "NVML Library not found!";
-        return VendorModule::bindAll<Functions>(nvml, kSymbols);
-    }
+// The message of what is missing, or null.
+const char* loadLibrary()
+{
+    if (!VendorModule::load({L"nvml.dll"}))
+        return "NVML Library not found!";
+    return VendorModule::bindAll<Functions>(nvml, kSymbols);
+}
 
-    void require(Nvml::Return result, const char* failure)
-    {
-        if (result == 0)
-            return;
-        const char* const reason = nvml.nvmlErrorString(result);
-        throw NvidiaException("%s: %s [%d]", failure, reason ? reason : "", result);
-    }
+void require(Nvml::Return result, const char* failure)
+{
+    if (result == 0)
+        return;
+    const char* const reason = nvml.nvmlErrorString(result);
+    throw NvidiaException("%s: %s [%d]", failure, reason ? reason : "", result);
+}
 
-    float percentOf(std::uint64_t part, std::uint64_t whole)
-    {
-        return whole == 0 ? 0 : static_cast<float>(part) * 100 / static_cast<float>(whole);
-    }
+float percentOf(std::uint64_t part, std::uint64_t whole)
+{
+    return whole == 0 ? 0 : static_cast<float>(part) * 100 / static_cast<float>(whole);
+}
 }
 
 NvidiaGPU::NvidiaGPU(std::uint32_t index, Nvml::Device device) : index_(index), device_(device)

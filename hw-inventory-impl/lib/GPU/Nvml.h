@@ -7,9 +7,9 @@
 // newer versions by macro, while the library is asked for exactly the names below.
 namespace HardwareInventory::Nvml
 {
-using Return = int;    // 0 is success
-using Device = void*;  // opaque
-using Sensor = int;    // the enumeration of temperature sensors
+using Return = int;   // 0 is success
+using Device = void*; // opaque
+using Sensor = int;   // the enumeration of temperature sensors
 
 constexpr Sensor kGpuSensor = 0;
 constexpr std::size_t kSerialSize = 30;

@@ -6,7 +6,7 @@ namespace HardwareInventory::VendorModule
 {
 namespace
 {
-    Platform::ModuleHandle slot = nullptr;
+Platform::ModuleHandle slot = nullptr;
 }
 
 bool load(std::initializer_list<const wchar_t*> names)

@@ -14,8 +14,8 @@ namespace HardwareInventory
 inline std::string_view builtInPciIdList()
 {
     // As numbers: to the compiler the two symbols are objects of their own.
-    const auto size = reinterpret_cast<std::uintptr_t>(hw_inventory_pci_ids_end) -
-                      reinterpret_cast<std::uintptr_t>(hw_inventory_pci_ids_begin);
+    const auto size =
+        reinterpret_cast<std::uintptr_t>(hw_inventory_pci_ids_end) - reinterpret_cast<std::uintptr_t>(hw_inventory_pci_ids_begin);
     return {hw_inventory_pci_ids_begin, static_cast<std::size_t>(size)};
 }
 }

@@ -13,23 +13,23 @@ namespace HardwareInventory
 {
 namespace
 {
-    // A name ends where its line does. All but a few are plain ASCII, which needs no decoding.
-    std::wstring nameAt(const char* name)
-    {
-        const char* end = name;
-        unsigned char joined = 0;
-        for (; *end != '\n'; ++end)
-            joined |= static_cast<unsigned char>(*end);
-        return joined < 0x80 ? std::wstring(name, end) : ZelStdCore::widen({name, end});
-    }
+// A name ends where its line does. All but a few are plain ASCII, which needs no decoding.
+std::wstring nameAt(const char* name)
+{
+    const char* end = name;
+    unsigned char joined = 0;
+    for (; *end != '\n'; ++end)
+        joined |= static_cast<unsigned char>(*end);
+    return joined < 0x80 ? std::wstring(name, end) : ZelStdCore::widen({name, end});
+}
 
-    std::unique_ptr<PciIdDatabase> readBuiltInList()
-    {
-        const auto text = builtInPciIdList();
-        auto database = std::make_unique<PciIdDatabase>();
-        database->parse(text.data(), text.size());
-        return database;
-    }
+std::unique_ptr<PciIdDatabase> readBuiltInList()
+{
+    const auto text = builtInPciIdList();
+    auto database = std::make_unique<PciIdDatabase>();
+    database->parse(text.data(), text.size());
+    return database;
+}
 }
 
 PciIdDatabase& PciIdDatabase::instance()

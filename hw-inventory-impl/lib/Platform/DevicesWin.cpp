@@ -14,26 +14,25 @@ namespace HardwareInventory::Platform
 {
 namespace
 {
-    using FileHandle = UniqueHandle<HANDLE, CloseHandle>;
-    using DeviceSet = UniqueHandle<HDEVINFO, SetupDiDestroyDeviceInfoList>;
+using FileHandle = UniqueHandle<HANDLE, CloseHandle>;
+using DeviceSet = UniqueHandle<HDEVINFO, SetupDiDestroyDeviceInfoList>;
 
-    static_assert(sizeof(STORAGE_PROPERTY_QUERY) == 12 && sizeof(DEVICE_TRIM_DESCRIPTOR) == 12);
-    static_assert(StorageDeviceTrimProperty == 8 && PropertyStandardQuery == 0);
+static_assert(sizeof(STORAGE_PROPERTY_QUERY) == 12 && sizeof(DEVICE_TRIM_DESCRIPTOR) == 12);
+static_assert(StorageDeviceTrimProperty == 8 && PropertyStandardQuery == 0);
 
-    std::optional<std::uint32_t> numericProperty(HDEVINFO set, SP_DEVINFO_DATA& device, DWORD property)
-    {
-        std::uint32_t value = 0;
-        if (!SetupDiGetDeviceRegistryPropertyA(set, &device, property, nullptr, reinterpret_cast<BYTE*>(&value), sizeof value,
-                                               nullptr))
-            return std::nullopt;
-        return value;
-    }
+std::optional<std::uint32_t> numericProperty(HDEVINFO set, SP_DEVINFO_DATA& device, DWORD property)
+{
+    std::uint32_t value = 0;
+    if (!SetupDiGetDeviceRegistryPropertyA(set, &device, property, nullptr, reinterpret_cast<BYTE*>(&value), sizeof value, nullptr))
+        return std::nullopt;
+    return value;
+}
 }
 
 Answer<bool, Failure<TrimStep>> trimEnabled(const std::wstring& drivePath)
 {
-    const FileHandle drive(CreateFileW(drivePath.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                       nullptr, OPEN_EXISTING, 0, nullptr));
+    const FileHandle drive(CreateFileW(drivePath.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                       OPEN_EXISTING, 0, nullptr));
     if (!drive)
         return Failure<TrimStep>{TrimStep::openDrive, GetLastError()};
 

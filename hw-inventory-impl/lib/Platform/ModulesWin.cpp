@@ -9,44 +9,44 @@ namespace HardwareInventory::Platform
 {
 namespace
 {
-    // No dialog about a damaged library or a missing disk may stop the host; its own setting returns afterwards.
-    class QuietErrors
+// No dialog about a damaged library or a missing disk may stop the host; its own setting returns afterwards.
+class QuietErrors
+{
+public:
+    QuietErrors() { SetThreadErrorMode(GetThreadErrorMode() | SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &earlier_); }
+    ~QuietErrors()
     {
-    public:
-        QuietErrors() { SetThreadErrorMode(GetThreadErrorMode() | SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &earlier_); }
-        ~QuietErrors()
-        {
-            const DWORD error = GetLastError();
-            SetThreadErrorMode(earlier_, nullptr);
-            SetLastError(error);
-        }
-        QuietErrors(const QuietErrors&) = delete;
-
-    private:
-        DWORD earlier_ = 0;
-    };
-
-    // The folder of the program and the current folder are not searched: whoever can write there must not decide what runs here.
-    HMODULE loadFromSystemFolder(const wchar_t* name)
-    {
-        const QuietErrors quiet;
-        return LoadLibraryExW(name, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
+        const DWORD error = GetLastError();
+        SetThreadErrorMode(earlier_, nullptr);
+        SetLastError(error);
     }
+    QuietErrors(const QuietErrors&) = delete;
 
-    // Not every installation of the system has it. Once loaded it stays.
-    HMODULE networkLibrary()
-    {
-        static HMODULE library = nullptr;
-        if (!library)
-            library = loadFromSystemFolder(L"netapi32.dll");
-        return library;
-    }
+private:
+    DWORD earlier_ = 0;
+};
 
-    template <class Function>
-    Function* procedure(HMODULE module, const char* name)
-    {
-        return reinterpret_cast<Function*>(findProcedure(module, name));
-    }
+// The folder of the program and the current folder are not searched: whoever can write there must not decide what runs here.
+HMODULE loadFromSystemFolder(const wchar_t* name)
+{
+    const QuietErrors quiet;
+    return LoadLibraryExW(name, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
+}
+
+// Not every installation of the system has it. Once loaded it stays.
+HMODULE networkLibrary()
+{
+    static HMODULE library = nullptr;
+    if (!library)
+        library = loadFromSystemFolder(L"netapi32.dll");
+    return library;
+}
+
+template <class Function>
+Function* procedure(HMODULE module, const char* name)
+{
+    return reinterpret_cast<Function*>(findProcedure(module, name));
+}
 }
 
 ModuleHandle loadModule(const wchar_t* name)
@@ -74,7 +74,7 @@ DomainController domainController()
     const HMODULE library = networkLibrary();
     if (!library)
         return {GetLastError(), L"", 0};
-    const auto getName = procedure<DWORD WINAPI(LPCWSTR server, LPCWSTR domain, BYTE** buffer)>(library, "NetGetDCName");
+    const auto getName = procedure<DWORD WINAPI(LPCWSTR server, LPCWSTR domain, BYTE * *buffer)>(library, "NetGetDCName");
     if (!getName)
         return {GetLastError(), L"", 0};
     const auto freeBuffer = procedure<DWORD WINAPI(void* buffer)>(library, "NetApiBufferFree");

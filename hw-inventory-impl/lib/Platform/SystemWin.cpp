@@ -12,28 +12,28 @@ namespace HardwareInventory::Platform
 {
 namespace
 {
-    using RegistryKey = UniqueHandle<HKEY, RegCloseKey>;
+using RegistryKey = UniqueHandle<HKEY, RegCloseKey>;
 
-    // A value may grow between the questions for its size and its data; one that grows this often is not waited for.
-    constexpr int kSizeAttempts = 4;
+// A value may grow between the questions for its size and its data; one that grows this often is not waited for.
+constexpr int kSizeAttempts = 4;
 
-    HKEY predefinedKey(RegistryRoot)
-    {
-        return HKEY_LOCAL_MACHINE;
-    }
+HKEY predefinedKey(RegistryRoot)
+{
+    return HKEY_LOCAL_MACHINE;
+}
 
-    bool isText(DWORD type)
-    {
-        return type == REG_SZ || type == REG_EXPAND_SZ;
-    }
+bool isText(DWORD type)
+{
+    return type == REG_SZ || type == REG_EXPAND_SZ;
+}
 
-    // Registry texts are counted in bytes, whole characters or not, and are zero-terminated, once, twice or not at all.
-    std::wstring textOf(std::wstring buffer, DWORD bytes)
-    {
-        buffer.resize(bytes / sizeof(wchar_t));
-        buffer.resize(std::min(buffer.find(L'\0'), buffer.size()));
-        return buffer;
-    }
+// Registry texts are counted in bytes, whole characters or not, and are zero-terminated, once, twice or not at all.
+std::wstring textOf(std::wstring buffer, DWORD bytes)
+{
+    buffer.resize(bytes / sizeof(wchar_t));
+    buffer.resize(std::min(buffer.find(L'\0'), buffer.size()));
+    return buffer;
+}
 }
 
 Answer<std::wstring, Failure<RegistryStep>> registryString(RegistryRoot root, const std::wstring& keyPath,

@@ -15,36 +15,36 @@ namespace HardwareInventory::Platform
 {
 namespace
 {
-    struct KeptValue
-    {
-        void* value;
-        void (*destroy)(void*);
-    };
+struct KeptValue
+{
+    void* value;
+    void (*destroy)(void*);
+};
 
-    // Allocated with the first value that is kept and never given back.
-    DWORD slot = FLS_OUT_OF_INDEXES;
+// Allocated with the first value that is kept and never given back.
+DWORD slot = FLS_OUT_OF_INDEXES;
 
-    thread_local KeptValue* keptByThread = nullptr;
+thread_local KeptValue* keptByThread = nullptr;
 
-    void WINAPI destroyKept(void* data)
-    {
-        // The thread of a fiber that is deleted elsewhere goes on with its value. Identifiers would not do to compare: the system
-        // uses those of threads that ended again.
-        if (!data || data != keptByThread)
-            return;
-        // The other threads are gone by then, with whatever locks they held.
-        if (processIsTerminating())
-            return;
-        const std::unique_ptr<KeptValue> kept(std::exchange(keptByThread, nullptr));
-        kept->destroy(kept->value);
-    }
+void WINAPI destroyKept(void* data)
+{
+    // The thread of a fiber that is deleted elsewhere goes on with its value. Identifiers would not do to compare: the system
+    // uses those of threads that ended again.
+    if (!data || data != keptByThread)
+        return;
+    // The other threads are gone by then, with whatever locks they held.
+    if (processIsTerminating())
+        return;
+    const std::unique_ptr<KeptValue> kept(std::exchange(keptByThread, nullptr));
+    kept->destroy(kept->value);
+}
 
-    bool haveSlot()
-    {
-        if (slot == FLS_OUT_OF_INDEXES)
-            slot = FlsAlloc(destroyKept);
-        return slot != FLS_OUT_OF_INDEXES;
-    }
+bool haveSlot()
+{
+    if (slot == FLS_OUT_OF_INDEXES)
+        slot = FlsAlloc(destroyKept);
+    return slot != FLS_OUT_OF_INDEXES;
+}
 }
 
 void* threadValue()

@@ -8,39 +8,39 @@ namespace HardwareInventory::Providers::WMIProvider
 {
 namespace
 {
-    void readVideoController(const ManagementObject& controller, std::vector<GpuInfo>& gpus)
-    {
-        GpuInfo info;
-        const std::wstring pnpDeviceId = getString(controller, L"PNPDeviceID");
-        fillFromPnpDeviceId(info, pnpDeviceId);
-        fillPciAddress(info, pnpDeviceId);
-        read(controller, L"Name", info.name);
-        if (info.name == L"Microsoft Remote Display Adapter")
-            return;
+void readVideoController(const ManagementObject& controller, std::vector<GpuInfo>& gpus)
+{
+    GpuInfo info;
+    const std::wstring pnpDeviceId = getString(controller, L"PNPDeviceID");
+    fillFromPnpDeviceId(info, pnpDeviceId);
+    fillPciAddress(info, pnpDeviceId);
+    read(controller, L"Name", info.name);
+    if (info.name == L"Microsoft Remote Display Adapter")
+        return;
 
-        if (info.manufacturer.empty())
-            read(controller, L"Manufacturer", info.manufacturer);
-        if (info.model.empty())
-            read(controller, L"VideoProcessor", info.model);
-        if (info.model.empty())
-            info.model = info.name;
-        read(controller, L"Status", info.status);
-        gpus.push_back(std::move(info));
-    }
+    if (info.manufacturer.empty())
+        read(controller, L"Manufacturer", info.manufacturer);
+    if (info.model.empty())
+        read(controller, L"VideoProcessor", info.model);
+    if (info.model.empty())
+        info.model = info.name;
+    read(controller, L"Status", info.status);
+    gpus.push_back(std::move(info));
+}
 
-    // The display adapter of a hypervisor runs on the basic driver, which cannot name it.
-    void nameEmulatedAdapters(std::vector<GpuInfo>& gpus)
+// The display adapter of a hypervisor runs on the basic driver, which cannot name it.
+void nameEmulatedAdapters(std::vector<GpuInfo>& gpus)
+{
+    const EmulatedDevice emulated = emulatedVideoAdapter(hypervisorName());
+    for (GpuInfo& gpu : gpus)
     {
-        const EmulatedDevice emulated = emulatedVideoAdapter(hypervisorName());
-        for (GpuInfo& gpu : gpus)
-        {
-            if (gpu.name != L"Microsoft Basic Display Adapter")
-                continue;
-            gpu.name = emulated.name;
-            gpu.manufacturer = emulated.manufacturer;
-            gpu.model = emulated.model;
-        }
+        if (gpu.name != L"Microsoft Basic Display Adapter")
+            continue;
+        gpu.name = emulated.name;
+        gpu.manufacturer = emulated.manufacturer;
+        gpu.model = emulated.model;
     }
+}
 }
 
 std::vector<CpuInfo> WMIConnections::getProcessors()

@@ -15,9 +15,8 @@ std::vector<RamInfo> WMIConnections::getMemory()
     const auto answer = Platform::totalPhysicalMemory();
     if (const auto* error = std::get_if<Platform::ErrorNumber>(&answer))
     {
-        ZelStdCore::logWarning(
-            L"failed to resolve memory capacity using GlobalMemoryStatusEx() for virtual machine: %1% (%2%)",
-            ZelStdCore::LastError{error->code}.text(), error->code);
+        ZelStdCore::logWarning(L"failed to resolve memory capacity using GlobalMemoryStatusEx() for virtual machine: %1% (%2%)",
+                               ZelStdCore::LastError{error->code}.text(), error->code);
         return {};
     }
 

@@ -12,72 +12,72 @@ namespace HardwareInventory::Providers::WMIProvider
 {
 namespace
 {
-    constexpr std::size_t kMacLength = 12;
+constexpr std::size_t kMacLength = 12;
 
-    // By "NdisMedium"
-    constexpr auto kNdisMedia = std::to_array<const wchar_t*>({
-        L"802.3",
-        L"802.5",
-        L"FDDI",
-        L"WAN",
-        L"Local Talk",
-        L"DIX",
-        L"Raw Arcnet",
-        L"878.2",
-        L"ATM",
-        L"Wireless WAN",
-        L"IRDA",
-        L"BPC",
-        L"Connection Oriented WAN",
-        L"IP 1394",
-        L"IB",
-        L"Tunnel",
-        L"Native 802.11",
-        L"Loopback",
-        L"WiMAX",
-        L"IP",
-    });
-    static_assert(kNdisMedia.size() == 20);
+// By "NdisMedium"
+constexpr auto kNdisMedia = std::to_array<const wchar_t*>({
+    L"802.3",
+    L"802.5",
+    L"FDDI",
+    L"WAN",
+    L"Local Talk",
+    L"DIX",
+    L"Raw Arcnet",
+    L"878.2",
+    L"ATM",
+    L"Wireless WAN",
+    L"IRDA",
+    L"BPC",
+    L"Connection Oriented WAN",
+    L"IP 1394",
+    L"IB",
+    L"Tunnel",
+    L"Native 802.11",
+    L"Loopback",
+    L"WiMAX",
+    L"IP",
+});
+static_assert(kNdisMedia.size() == 20);
 
-    bool isVirtualAdapter(const ManagementObject& adapter, bool modern)
-    {
-        return modern ? getBool(adapter, L"Virtual", false) : !getBool(adapter, L"PhysicalAdapter", true);
-    }
+bool isVirtualAdapter(const ManagementObject& adapter, bool modern)
+{
+    return modern ? getBool(adapter, L"Virtual", false) : !getBool(adapter, L"PhysicalAdapter", true);
+}
 
-    void fillIpAddresses(ManagementSource& cimv2, const std::wstring& settingId, NetworkAdapterInfo& info)
-    {
-        cimv2.query(ZelStdCore::format(L"SELECT * FROM Win32_NetworkAdapterConfiguration WHERE SettingID='%1%'", settingId),
-                    [&](const ManagementObjectPtr& configuration) { read(*configuration, L"IPAddress", info.ipAddresses); });
-    }
+void fillIpAddresses(ManagementSource& cimv2, const std::wstring& settingId, NetworkAdapterInfo& info)
+{
+    cimv2.query(ZelStdCore::format(L"SELECT * FROM Win32_NetworkAdapterConfiguration WHERE SettingID='%1%'", settingId),
+                [&](const ManagementObjectPtr& configuration) { read(*configuration, L"IPAddress", info.ipAddresses); });
+}
 
-    void fillFromWin32Adapter(const ManagementObject& adapter, NetworkAdapterInfo& info)
-    {
-        if (info.manufacturer.empty())
-            read(adapter, L"Manufacturer", info.manufacturer);
-        if (info.model.empty())
-            read(adapter, L"ProductName", info.model);
-        read(adapter, L"AdapterType", info.type);
-        read(adapter, L"MACAddress", info.macAddress);
-    }
+void fillFromWin32Adapter(const ManagementObject& adapter, NetworkAdapterInfo& info)
+{
+    if (info.manufacturer.empty())
+        read(adapter, L"Manufacturer", info.manufacturer);
+    if (info.model.empty())
+        read(adapter, L"ProductName", info.model);
+    read(adapter, L"AdapterType", info.type);
+    read(adapter, L"MACAddress", info.macAddress);
+}
 
-    void readAdapter(const ManagementObject& adapter, ManagementSource& cimv2, const ManagementSource* standardCimv2,
-                     std::vector<NetworkAdapterInfo>& adapters)
-    {
-        const bool modern = standardCimv2 != nullptr;
-        NetworkAdapterInfo info;
-        read(adapter, L"Name", info.name);
-        read(adapter, L"Status", info.status);
-        if (isVirtualAdapter(adapter, modern))
-            return ZelStdCore::logTrace(L"skipping logical '%1%' network adapter", info.name);
+void readAdapter(const ManagementObject& adapter, ManagementSource& cimv2, const ManagementSource* standardCimv2,
+                 std::vector<NetworkAdapterInfo>& adapters)
+{
+    const bool modern = standardCimv2 != nullptr;
+    NetworkAdapterInfo info;
+    read(adapter, L"Name", info.name);
+    read(adapter, L"Status", info.status);
+    if (isVirtualAdapter(adapter, modern))
+        return ZelStdCore::logTrace(L"skipping logical '%1%' network adapter", info.name);
 
-        fillFromPnpDeviceId(info, getString(adapter, L"PNPDeviceID"));
-        fillIpAddresses(cimv2, getString(adapter, modern ? L"DeviceID" : L"GUID"), info);
-        if (modern)
-            fillFromNetAdapter(adapter, standardCimv2, info);
-        else
-            fillFromWin32Adapter(adapter, info);
-        adapters.push_back(std::move(info));
-    }
+    fillFromPnpDeviceId(info, getString(adapter, L"PNPDeviceID"));
+    fillIpAddresses(cimv2, getString(adapter, modern ? L"DeviceID" : L"GUID"), info);
+    if (modern)
+        fillFromNetAdapter(adapter, standardCimv2, info);
+    else
+        fillFromWin32Adapter(adapter, info);
+    adapters.push_back(std::move(info));
+}
 }
 
 std::wstring formatMacAddress(const std::wstring& text)
@@ -114,8 +114,7 @@ void fillFromNetAdapter(const ManagementObject& adapter, const ManagementSource*
 std::vector<NetworkAdapterInfo> WMIConnections::getNetworkAdapters()
 {
     std::vector<NetworkAdapterInfo> adapters;
-    const auto append = [&](const ManagementObjectPtr& adapter)
-    { readAdapter(*adapter, *cimv2_, standardCimv2_.get(), adapters); };
+    const auto append = [&](const ManagementObjectPtr& adapter) { readAdapter(*adapter, *cimv2_, standardCimv2_.get(), adapters); };
     if (standardCimv2_)
         standardCimv2_->query(L"SELECT * FROM MSFT_NetAdapter", append);
     else

@@ -12,56 +12,55 @@ namespace HardwareInventory::Providers::WMIProvider
 {
 namespace
 {
-    using Platform::DeviceLocation;
-    using Platform::DeviceSetupStep;
-    using DeviceSetupFailure = Platform::Failure<DeviceSetupStep>;
+using Platform::DeviceLocation;
+using Platform::DeviceSetupStep;
+using DeviceSetupFailure = Platform::Failure<DeviceSetupStep>;
 
-    constexpr std::size_t kSubsystemLength = 8;
-    constexpr std::size_t kIdentifierLength = 4;
+constexpr std::size_t kSubsystemLength = 8;
+constexpr std::size_t kIdentifierLength = 4;
 
-    std::wstring_view valueOf(const PnpIdParts& parts, const wchar_t* key)
+std::wstring_view valueOf(const PnpIdParts& parts, const wchar_t* key)
+{
+    const auto part = parts.find(key);
+    return part == parts.end() ? std::wstring_view() : part->second;
+}
+
+std::optional<std::uint16_t> parseIdentifier(std::wstring_view text)
+{
+    const auto parsed = ZelStdCore::parseHexadecimal(text);
+    if (parsed.error != ZelStdCore::HexadecimalError::none || parsed.value > UINT16_MAX)
+        return std::nullopt;
+    return static_cast<std::uint16_t>(parsed.value);
+}
+
+std::wstring trimmed(const std::wstring& name)
+{
+    return std::wstring(ZelStdCore::trim(name, L"\n\r\t ."));
+}
+
+void parseToken(std::wstring_view token, PnpIdParts& parts)
+{
+    const auto pieces = ZelStdCore::split(token, L"_");
+    if (pieces.size() != 2)
+        return ZelStdCore::logWarning(L"ill-formed ID in PNPDeviceID: %1%", token);
+    parts[std::wstring(pieces[0])] = pieces[1];
+}
+
+void warnOfDeviceSetup(const DeviceSetupFailure& failure, const std::wstring& pnpDeviceId)
+{
+    switch (failure.step)
     {
-        const auto part = parts.find(key);
-        return part == parts.end() ? std::wstring_view() : part->second;
+    case DeviceSetupStep::deviceSet:
+        return ZelStdCore::logWarning(L"failed to get handle to a device information set from device PNP id '%s'", pnpDeviceId);
+    case DeviceSetupStep::element:
+        return ZelStdCore::logWarning(L"failed to get device information element from the device information set: '%d'",
+                                      failure.code);
+    case DeviceSetupStep::busNumber:
+        return ZelStdCore::logWarning(L"failed to get bus number device property: '%d'", failure.code);
+    case DeviceSetupStep::address:
+        return ZelStdCore::logWarning(L"failed to get device's address device property: '%d'", failure.code);
     }
-
-    std::optional<std::uint16_t> parseIdentifier(std::wstring_view text)
-    {
-        const auto parsed = ZelStdCore::parseHexadecimal(text);
-        if (parsed.error != ZelStdCore::HexadecimalError::none || parsed.value > UINT16_MAX)
-            return std::nullopt;
-        return static_cast<std::uint16_t>(parsed.value);
-    }
-
-    std::wstring trimmed(const std::wstring& name)
-    {
-        return std::wstring(ZelStdCore::trim(name, L"\n\r\t ."));
-    }
-
-    void parseToken(std::wstring_view token, PnpIdParts& parts)
-    {
-        const auto pieces = ZelStdCore::split(token, L"_");
-        if (pieces.size() != 2)
-            return ZelStdCore::logWarning(L"ill-formed ID in PNPDeviceID: %1%", token);
-        parts[std::wstring(pieces[0])] = pieces[1];
-    }
-
-    void warnOfDeviceSetup(const DeviceSetupFailure& failure, const std::wstring& pnpDeviceId)
-    {
-        switch (failure.step)
-        {
-        case DeviceSetupStep::deviceSet:
-            return ZelStdCore::logWarning(L"failed to get handle to a device information set from device PNP id '%s'",
-                                          pnpDeviceId);
-        case DeviceSetupStep::element:
-            return ZelStdCore::logWarning(
-                L"failed to get device information element from the device information set: '%d'", failure.code);
-        case DeviceSetupStep::busNumber:
-            return ZelStdCore::logWarning(L"failed to get bus number device property: '%d'", failure.code);
-        case DeviceSetupStep::address:
-            return ZelStdCore::logWarning(L"failed to get device's address device property: '%d'", failure.code);
-        }
-    }
+}
 }
 
 PnpIdParts parsePnpDeviceId(const std::wstring& text)

@@ -11,13 +11,13 @@ namespace HardwareInventory::Providers::WMIProvider
 {
 namespace
 {
-    // What the C library makes of a date that it cannot count, such as one before 1970 on Windows.
-    constexpr ZelStdCore::CalendarTime kNotRepresentable = -1;
+// What the C library makes of a date that it cannot count, such as one before 1970 on Windows.
+constexpr ZelStdCore::CalendarTime kNotRepresentable = -1;
 
-    void warnUnreadable(const ManagementObject& object, const wchar_t* property)
-    {
-        ZelStdCore::logWarning(L"failed to get '%s' property of %p", property, object.address());
-    }
+void warnUnreadable(const ManagementObject& object, const wchar_t* property)
+{
+    ZelStdCore::logWarning(L"failed to get '%s' property of %p", property, object.address());
+}
 }
 
 std::wstring getString(const ManagementObject& object, const wchar_t* property)

@@ -11,22 +11,22 @@ namespace HardwareInventory::Providers::WMIProvider
 {
 namespace
 {
-    // Windows before version 8 has no such namespace.
-    std::unique_ptr<ManagementSource> connectStandardCimv2()
+// Windows before version 8 has no such namespace.
+std::unique_ptr<ManagementSource> connectStandardCimv2()
+{
+    try
     {
-        try
-        {
-            return connectManagementSource(L"ROOT\\StandardCIMV2", ZelStdCore::Trace::none);
-        }
-        catch (const ErrorHandling::Exception& failure)
-        {
-            if (failure.code() != ErrorHandling::ErrorCode::wmiBind)
-                throw;
-            // The exception has the failing call's error; giving its connection back has changed the thread's.
-            ZelStdCore::logWarning(L"failed to bind to ROOT\\StandardCIMV2 WMI namespace: %1%", failure.message());
-            return nullptr;
-        }
+        return connectManagementSource(L"ROOT\\StandardCIMV2", ZelStdCore::Trace::none);
     }
+    catch (const ErrorHandling::Exception& failure)
+    {
+        if (failure.code() != ErrorHandling::ErrorCode::wmiBind)
+            throw;
+        // The exception has the failing call's error; giving its connection back has changed the thread's.
+        ZelStdCore::logWarning(L"failed to bind to ROOT\\StandardCIMV2 WMI namespace: %1%", failure.message());
+        return nullptr;
+    }
+}
 }
 
 // Delegates, so that a failure of the second connection runs the destructor for the first.
@@ -35,7 +35,9 @@ WMIConnections::WMIConnections() : WMIConnections(connectManagementSource(L"ROOT
     standardCimv2_ = connectStandardCimv2();
 }
 
-WMIConnections::WMIConnections(std::unique_ptr<ManagementSource> cimv2) : cimv2_(std::move(cimv2)) {}
+WMIConnections::WMIConnections(std::unique_ptr<ManagementSource> cimv2) : cimv2_(std::move(cimv2))
+{
+}
 
 WMIConnections::~WMIConnections()
 {

@@ -11,91 +11,91 @@ namespace HardwareInventory::Providers::WMIProvider
 {
 namespace
 {
-    void raiseIfFailed(HRESULT result)
+void raiseIfFailed(HRESULT result)
+{
+    if (FAILED(result))
+        throw _com_error(result);
+}
+
+class Variant
+{
+public:
+    Variant() { VariantInit(&value_); }
+    Variant(const Variant&) = delete;
+    ~Variant() { VariantClear(&value_); }
+
+    VARIANT* put() { return &value_; }
+    const VARIANT& get() const { return value_; }
+    VARTYPE type() const { return value_.vt; }
+
+    // Takes the other's value and leaves it empty.
+    HRESULT attach(Variant& other)
     {
+        const HRESULT result = VariantClear(&value_);
         if (FAILED(result))
-            throw _com_error(result);
-    }
-
-    class Variant
-    {
-    public:
-        Variant() { VariantInit(&value_); }
-        Variant(const Variant&) = delete;
-        ~Variant() { VariantClear(&value_); }
-
-        VARIANT* put() { return &value_; }
-        const VARIANT& get() const { return value_; }
-        VARTYPE type() const { return value_.vt; }
-
-        // Takes the other's value and leaves it empty.
-        HRESULT attach(Variant& other)
-        {
-            const HRESULT result = VariantClear(&value_);
-            if (FAILED(result))
-                return result;
-            value_ = other.value_;
-            VariantInit(&other.value_);
             return result;
-        }
-
-    private:
-        VARIANT value_;
-    };
-
-    bool read(IWbemClassObject& object, const wchar_t* property, Variant& value)
-    {
-        return SUCCEEDED(object.Get(property, 0, value.put(), nullptr, nullptr));
+        value_ = other.value_;
+        VariantInit(&other.value_);
+        return result;
     }
 
-    // The counted text, which may hold zeros; a null BSTR is an empty one.
-    std::wstring textOf(BSTR text)
+private:
+    VARIANT value_;
+};
+
+bool read(IWbemClassObject& object, const wchar_t* property, Variant& value)
+{
+    return SUCCEEDED(object.Get(property, 0, value.put(), nullptr, nullptr));
+}
+
+// The counted text, which may hold zeros; a null BSTR is an empty one.
+std::wstring textOf(BSTR text)
+{
+    return text ? std::wstring(text, SysStringLen(text)) : std::wstring();
+}
+
+// Access to the elements of an array, which cannot be resized or freed meanwhile.
+class LockedTexts
+{
+public:
+    explicit LockedTexts(SAFEARRAY* array) : array_(array)
     {
-        return text ? std::wstring(text, SysStringLen(text)) : std::wstring();
+        void* data = nullptr;
+        raiseIfFailed(SafeArrayAccessData(array_, &data));
+        texts_ = static_cast<BSTR*>(data);
     }
+    LockedTexts(const LockedTexts&) = delete;
+    ~LockedTexts() { SafeArrayUnaccessData(array_); }
 
-    // Access to the elements of an array, which cannot be resized or freed meanwhile.
-    class LockedTexts
-    {
-    public:
-        explicit LockedTexts(SAFEARRAY* array) : array_(array)
-        {
-            void* data = nullptr;
-            raiseIfFailed(SafeArrayAccessData(array_, &data));
-            texts_ = static_cast<BSTR*>(data);
-        }
-        LockedTexts(const LockedTexts&) = delete;
-        ~LockedTexts() { SafeArrayUnaccessData(array_); }
+    BSTR operator[](std::size_t index) const { return texts_[index]; }
 
-        BSTR operator[](std::size_t index) const { return texts_[index]; }
+private:
+    SAFEARRAY* array_;
+    BSTR* texts_ = nullptr;
+};
 
-    private:
-        SAFEARRAY* array_;
-        BSTR* texts_ = nullptr;
-    };
+SAFEARRAY* textArrayOf(const VARIANT& value)
+{
+    if ((value.vt & ~VT_TYPEMASK) != VT_ARRAY || !value.parray)
+        throw _com_error(E_INVALIDARG);
+    VARTYPE elementType = VT_EMPTY;
+    raiseIfFailed(SafeArrayGetVartype(value.parray, &elementType));
+    if (elementType != VT_BSTR || SafeArrayGetDim(value.parray) != 1)
+        throw _com_error(E_INVALIDARG);
+    return value.parray;
+}
 
-    SAFEARRAY* textArrayOf(const VARIANT& value)
-    {
-        if ((value.vt & ~VT_TYPEMASK) != VT_ARRAY || !value.parray)
-            throw _com_error(E_INVALIDARG);
-        VARTYPE elementType = VT_EMPTY;
-        raiseIfFailed(SafeArrayGetVartype(value.parray, &elementType));
-        if (elementType != VT_BSTR || SafeArrayGetDim(value.parray) != 1)
-            throw _com_error(E_INVALIDARG);
-        return value.parray;
-    }
-
-    // Counted, not bounded: an array may start at any index, and the upper bound of an empty one lies below the lower.
-    std::vector<std::wstring> textsOf(SAFEARRAY* array)
-    {
-        const LockedTexts locked(array);
-        const std::size_t count = array->rgsabound[0].cElements;
-        std::vector<std::wstring> texts;
-        texts.reserve(count);
-        for (std::size_t index = 0; index < count; ++index)
-            texts.push_back(textOf(locked[index]));
-        return texts;
-    }
+// Counted, not bounded: an array may start at any index, and the upper bound of an empty one lies below the lower.
+std::vector<std::wstring> textsOf(SAFEARRAY* array)
+{
+    const LockedTexts locked(array);
+    const std::size_t count = array->rgsabound[0].cElements;
+    std::vector<std::wstring> texts;
+    texts.reserve(count);
+    for (std::size_t index = 0; index < count; ++index)
+        texts.push_back(textOf(locked[index]));
+    return texts;
+}
 }
 
 PropertyValue WMIObject::get(const wchar_t* property) const

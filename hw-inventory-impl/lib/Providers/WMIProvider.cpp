@@ -15,43 +15,43 @@ namespace HardwareInventory::Providers::WMIProvider
 {
 namespace
 {
-    using ErrorHandling::ErrorCode;
-    using ErrorHandling::Exception;
-    using ZelStdCore::format;
-    using ZelStdCore::LastError;
+using ErrorHandling::ErrorCode;
+using ErrorHandling::Exception;
+using ZelStdCore::format;
+using ZelStdCore::LastError;
 
-    const wchar_t* const kSource = L"hw-inventory-impl\\lib\\Providers\\WMIProvider.cpp";
-    const wchar_t* const kConnect = L"HardwareInventory::Providers::WMIProvider::WMIConnection::WMIConnection";
-    const wchar_t* const kFailure = L"%1% (GetLastError() = %2%)";
+const wchar_t* const kSource = L"hw-inventory-impl\\lib\\Providers\\WMIProvider.cpp";
+const wchar_t* const kConnect = L"HardwareInventory::Providers::WMIProvider::WMIConnection::WMIConnection";
+const wchar_t* const kFailure = L"%1% (GetLastError() = %2%)";
 
-    // Static objects are initialised by the thread that loads the library.
-    const DWORD loaderThreadId = GetCurrentThreadId();
+// Static objects are initialised by the thread that loads the library.
+const DWORD loaderThreadId = GetCurrentThreadId();
 
-    // The messages of the failures have the last OS error alone, which many of COM's refusals leave at 0.
-    void logResult(const std::wstring& call, HRESULT result)
-    {
-        ZelStdCore::logTrace(L"%s failed: 0x%08X", call, static_cast<std::uint32_t>(result));
-    }
+// The messages of the failures have the last OS error alone, which many of COM's refusals leave at 0.
+void logResult(const std::wstring& call, HRESULT result)
+{
+    ZelStdCore::logTrace(L"%s failed: 0x%08X", call, static_cast<std::uint32_t>(result));
+}
 
-    struct FreeBstr
-    {
-        void operator()(BSTR text) const { SysFreeString(text); }
-    };
-    using Bstr = std::unique_ptr<OLECHAR, FreeBstr>;
+struct FreeBstr
+{
+    void operator()(BSTR text) const { SysFreeString(text); }
+};
+using Bstr = std::unique_ptr<OLECHAR, FreeBstr>;
 
-    Bstr makeBstr(const std::wstring& text)
-    {
-        Bstr copy(SysAllocStringLen(text.data(), static_cast<UINT>(text.size())));
-        if (!copy)
-            throw _com_error(E_OUTOFMEMORY);
-        return copy;
-    }
+Bstr makeBstr(const std::wstring& text)
+{
+    Bstr copy(SysAllocStringLen(text.data(), static_cast<UINT>(text.size())));
+    if (!copy)
+        throw _com_error(E_OUTOFMEMORY);
+    return copy;
+}
 
-    std::optional<APTTYPE> currentApartment()
-    {
-        APTTYPE type = APTTYPE_CURRENT;
-        return SUCCEEDED(ComApi::getApartmentType(type)) ? std::optional(type) : std::nullopt;
-    }
+std::optional<APTTYPE> currentApartment()
+{
+    APTTYPE type = APTTYPE_CURRENT;
+    return SUCCEEDED(ComApi::getApartmentType(type)) ? std::optional(type) : std::nullopt;
+}
 }
 
 ApartmentMembership::~ApartmentMembership()
@@ -95,8 +95,8 @@ WMIConnection::WMIConnection(const std::wstring& namespacePath, ZelStdCore::Trac
         throw Exception(ErrorCode::comInitialization, format(kFailure, error.text(), error.code), kSource, kConnect, __LINE__);
     }
 
-    result = ComApi::createInstance(CLSID_WbemLocator, CLSCTX_INPROC_SERVER, IID_IWbemLocator,
-                                    reinterpret_cast<void**>(locator_.put()));
+    result =
+        ComApi::createInstance(CLSID_WbemLocator, CLSCTX_INPROC_SERVER, IID_IWbemLocator, reinterpret_cast<void**>(locator_.put()));
     if (FAILED(result))
     {
         const LastError error = LastError::capture();

@@ -12,58 +12,58 @@ namespace HardwareInventory::SMBIOS
 {
 namespace
 {
-    using ErrorHandling::ErrorCode;
-    using ErrorHandling::errorText;
-    using ErrorHandling::Exception;
+using ErrorHandling::ErrorCode;
+using ErrorHandling::errorText;
+using ErrorHandling::Exception;
 
-    constexpr wchar_t kSourceFile[] = L"hw-inventory-impl\\lib\\SMBIOS\\AbstractParser.cpp";
+constexpr wchar_t kSourceFile[] = L"hw-inventory-impl\\lib\\SMBIOS\\AbstractParser.cpp";
 
-    struct EntryPointForm
+struct EntryPointForm
+{
+    std::string_view anchor;
+    std::size_t lengthOffset;  // of the byte that tells how many bytes are summed
+    std::size_t versionOffset; // major, then minor
+    void (AbstractParser::*handle)(std::span<const std::uint8_t> entryPoint);
+};
+
+constexpr EntryPointForm kEntryPointForms[] = {
+    {"_SM3_", 0x06, 0x07, &AbstractParser::handleEntryPoint64},
+    {"_SM_", 0x05, 0x06, &AbstractParser::handleEntryPoint32},
+};
+
+const EntryPointForm* formOf(std::span<const std::uint8_t> entryPoint)
+{
+    const auto isForm = [entryPoint](const EntryPointForm& form)
     {
-        std::string_view anchor;
-        std::size_t lengthOffset;  // of the byte that tells how many bytes are summed
-        std::size_t versionOffset; // major, then minor
-        void (AbstractParser::*handle)(std::span<const std::uint8_t> entryPoint);
+        const auto [anchorEnd, _] = std::ranges::mismatch(form.anchor, entryPoint);
+        return anchorEnd == form.anchor.end();
     };
+    const auto* const form = std::ranges::find_if(kEntryPointForms, isForm);
+    return form != std::end(kEntryPointForms) ? form : nullptr;
+}
 
-    constexpr EntryPointForm kEntryPointForms[] = {
-        {"_SM3_", 0x06, 0x07, &AbstractParser::handleEntryPoint64},
-        {"_SM_", 0x05, 0x06, &AbstractParser::handleEntryPoint32},
-    };
+// A sum over more bytes than there are is wrong.
+bool sumIsRight(std::span<const std::uint8_t> entryPoint, const EntryPointForm& form)
+{
+    const auto length = numberAt<std::uint8_t>(entryPoint, form.lengthOffset);
+    if (!length || *length > entryPoint.size())
+        return false;
+    const auto summed = entryPoint.first(*length);
+    return std::accumulate(summed.begin(), summed.end(), 0u) % 256 == 0;
+}
 
-    const EntryPointForm* formOf(std::span<const std::uint8_t> entryPoint)
+std::wstring convert(std::string_view text)
+{
+    try
     {
-        const auto isForm = [entryPoint](const EntryPointForm& form)
-        {
-            const auto [anchorEnd, _] = std::ranges::mismatch(form.anchor, entryPoint);
-            return anchorEnd == form.anchor.end();
-        };
-        const auto* const form = std::ranges::find_if(kEntryPointForms, isForm);
-        return form != std::end(kEntryPointForms) ? form : nullptr;
+        return ZelStdCore::widen(text);
     }
-
-    // A sum over more bytes than there are is wrong.
-    bool sumIsRight(std::span<const std::uint8_t> entryPoint, const EntryPointForm& form)
+    catch (const std::exception& error)
     {
-        const auto length = numberAt<std::uint8_t>(entryPoint, form.lengthOffset);
-        if (!length || *length > entryPoint.size())
-            return false;
-        const auto summed = entryPoint.first(*length);
-        return std::accumulate(summed.begin(), summed.end(), 0u) % 256 == 0;
+        ZelStdCore::logWarning(L"string conversion failed: %1%", error.what());
+        return {};
     }
-
-    std::wstring convert(std::string_view text)
-    {
-        try
-        {
-            return ZelStdCore::widen(text);
-        }
-        catch (const std::exception& error)
-        {
-            ZelStdCore::logWarning(L"string conversion failed: %1%", error.what());
-            return {};
-        }
-    }
+}
 }
 
 void AbstractParser::registerHandler(std::uint8_t type, StructureHandler handler)

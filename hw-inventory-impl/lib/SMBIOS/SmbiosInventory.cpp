@@ -10,26 +10,26 @@ namespace HardwareInventory::SMBIOS
 {
 namespace
 {
-    template <class Record>
-    void store(std::vector<Record>& records, std::optional<Record> record)
-    {
-        if (record)
-            records.push_back(std::move(*record));
-    }
+template <class Record>
+void store(std::vector<Record>& records, std::optional<Record> record)
+{
+    if (record)
+        records.push_back(std::move(*record));
+}
 
-    template <class Value>
-    void store(Value& value, std::optional<Value> latest)
-    {
-        if (latest)
-            value = std::move(*latest);
-    }
+template <class Value>
+void store(Value& value, std::optional<Value> latest)
+{
+    if (latest)
+        value = std::move(*latest);
+}
 
-    template <class Decoder, class Result>
-    void keep(AbstractParser& parser, std::uint8_t type, Decoder decode, Result& result)
-    {
-        parser.registerHandler(type, [decode, &result](const Version& version, const Struct* structure)
-                               { store(result, decode(version, *structure)); });
-    }
+template <class Decoder, class Result>
+void keep(AbstractParser& parser, std::uint8_t type, Decoder decode, Result& result)
+{
+    parser.registerHandler(type, [decode, &result](const Version& version, const Struct* structure)
+                           { store(result, decode(version, *structure)); });
+}
 }
 
 const SmbiosInventory& SmbiosInventory::instance()

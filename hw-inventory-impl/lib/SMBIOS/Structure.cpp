@@ -7,13 +7,13 @@ namespace HardwareInventory::SMBIOS
 {
 namespace
 {
-    // A structure whose length byte is the table's last has its strings at most 253 bytes behind the table, and one that begins
-    // at the last byte takes its length from the fill: strings always start in the table or in the fill. Those that reach the
-    // fill run through it to the two zeros, behind which the closing structure stands. A step that ends short of that, right
-    // behind the table's end or one byte further, is at a fill byte, which is the type of the closing structure too.
-    constexpr std::size_t kFillSize = 256;
-    constexpr std::array<std::uint8_t, 8> kClosing{0, 0, StructureType::endOfTable, 4, 0xFE, 0xFF, 0, 0};
-    static_assert(kFillSize + kClosing.size() == kTableTailSize);
+// A structure whose length byte is the table's last has its strings at most 253 bytes behind the table, and one that begins
+// at the last byte takes its length from the fill: strings always start in the table or in the fill. Those that reach the
+// fill run through it to the two zeros, behind which the closing structure stands. A step that ends short of that, right
+// behind the table's end or one byte further, is at a fill byte, which is the type of the closing structure too.
+constexpr std::size_t kFillSize = 256;
+constexpr std::array<std::uint8_t, 8> kClosing{0, 0, StructureType::endOfTable, 4, 0xFE, 0xFF, 0, 0};
+static_assert(kFillSize + kClosing.size() == kTableTailSize);
 }
 
 std::span<const std::uint8_t> Struct::rest() const

@@ -12,112 +12,112 @@ namespace HardwareInventory::SMBIOS
 {
 namespace
 {
-    constexpr Version kVersion2_0{2, 0};
-    constexpr Version kVersion2_3{2, 3};
-    constexpr Version kVersion2_5{2, 5};
-    constexpr Version kVersion3_2{3, 2};
+constexpr Version kVersion2_0{2, 0};
+constexpr Version kVersion2_3{2, 3};
+constexpr Version kVersion2_5{2, 5};
+constexpr Version kVersion3_2{3, 2};
 
-    constexpr std::uint8_t kMotherboard = 10;
-    constexpr std::uint8_t kCentralProcessor = 3;
+constexpr std::uint8_t kMotherboard = 10;
+constexpr std::uint8_t kCentralProcessor = 3;
 
-    // A memory device's size word.
-    constexpr std::uint16_t kEmptySocket = 0;
-    constexpr std::uint16_t kUnknownSize = 0xFFFF;
-    constexpr std::uint16_t kExtendedSize = 0x7FFF; // also the bits of a size
-    constexpr std::uint16_t kSizeInKib = 0x8000;
+// A memory device's size word.
+constexpr std::uint16_t kEmptySocket = 0;
+constexpr std::uint16_t kUnknownSize = 0xFFFF;
+constexpr std::uint16_t kExtendedSize = 0x7FFF; // also the bits of a size
+constexpr std::uint16_t kSizeInKib = 0x8000;
 
-    // Product names that are numbers belong to this vendor.
-    constexpr wchar_t kSystemVendor[] = L"0x106B";
+// Product names that are numbers belong to this vendor.
+constexpr wchar_t kSystemVendor[] = L"0x106B";
 
-    constexpr auto kChassisNames = std::to_array<const wchar_t*>({
-        L"other",
-        L"unknown",
-        L"desktop",
-        L"low profile desktop",
-        L"pizza box",
-        L"mini tower",
-        L"tower",
-        L"portable",
-        L"laptop",
-        L"notebook",
-        L"hand held",
-        L"docking station",
-        L"all in one",
-        L"sub notebook",
-        L"space-saving",
-        L"lunch box",
-        L"main server chassis",
-        L"expansion chassis",
-        L"subchassis",
-        L"bus expansion chassis",
-        L"peripheral chassis",
-    });
-    constexpr int kFirstChassis = 1;
-    static_assert(kChassisNames.size() == 21);
+constexpr auto kChassisNames = std::to_array<const wchar_t*>({
+    L"other",
+    L"unknown",
+    L"desktop",
+    L"low profile desktop",
+    L"pizza box",
+    L"mini tower",
+    L"tower",
+    L"portable",
+    L"laptop",
+    L"notebook",
+    L"hand held",
+    L"docking station",
+    L"all in one",
+    L"sub notebook",
+    L"space-saving",
+    L"lunch box",
+    L"main server chassis",
+    L"expansion chassis",
+    L"subchassis",
+    L"bus expansion chassis",
+    L"peripheral chassis",
+});
+constexpr int kFirstChassis = 1;
+static_assert(kChassisNames.size() == 21);
 
-    // A structure's strings, found through the fields that hold their numbers.
-    class Texts
+// A structure's strings, found through the fields that hold their numbers.
+class Texts
+{
+public:
+    explicit Texts(const Struct& structure) : structure_(structure), strings_(AbstractParser::strings(structure)) {}
+
+    const std::wstring& at(std::size_t offset) const
     {
-    public:
-        explicit Texts(const Struct& structure) : structure_(structure), strings_(AbstractParser::strings(structure)) {}
-
-        const std::wstring& at(std::size_t offset) const
-        {
-            const std::size_t number = structure_.field<std::uint8_t>(offset).value_or(0);
-            return number < strings_.size() ? strings_[number] : strings_.front();
-        }
-
-    private:
-        const Struct& structure_;
-        std::vector<std::wstring> strings_;
-    };
-
-    void append(std::wstring& text, const wchar_t* separator, const std::wstring& part)
-    {
-        if (!text.empty())
-            text += separator;
-        text += part;
+        const std::size_t number = structure_.field<std::uint8_t>(offset).value_or(0);
+        return number < strings_.size() ? strings_[number] : strings_.front();
     }
 
-    std::wstring hexadecimal(std::uint64_t number)
-    {
-        std::array<char, 2 * sizeof number> digits;
-        const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number, 16).ptr;
-        return {digits.data(), end};
-    }
+private:
+    const Struct& structure_;
+    std::vector<std::wstring> strings_;
+};
 
-    DeviceStatus processorStatus(std::uint8_t status)
-    {
-        switch (status & 0x07)
-        {
-        case 2:
-            return DeviceStatus::disabledByUser;
-        case 3: // disabled by the firmware after a failed self-test
-            return DeviceStatus::hasIssues;
-        default:
-            return DeviceStatus::ok;
-        }
-    }
+void append(std::wstring& text, const wchar_t* separator, const std::wstring& part)
+{
+    if (!text.empty())
+        text += separator;
+    text += part;
+}
 
-    // In bytes.
-    std::uint64_t capacityOf(const Struct& memory, std::uint16_t size)
-    {
-        if (size == kUnknownSize)
-            return 0;
-        if (size == kExtendedSize)
-            return std::uint64_t{memory.field<std::uint32_t>(0x1C).value_or(0)} << 20;
-        return static_cast<std::uint64_t>(size & kExtendedSize) << (size & kSizeInKib ? 10 : 20);
-    }
+std::wstring hexadecimal(std::uint64_t number)
+{
+    std::array<char, 2 * sizeof number> digits;
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number, 16).ptr;
+    return {digits.data(), end};
+}
 
-    void nameModule(RamInfo& info, const Struct& memory)
+DeviceStatus processorStatus(std::uint8_t status)
+{
+    switch (status & 0x07)
     {
-        const auto manufacturer = memory.field<std::uint16_t>(0x2C);
-        const auto product = memory.field<std::uint16_t>(0x2E);
-        if (manufacturer)
-            info.manufacturer = PciIdDatabase::instance().vendorName(*manufacturer);
-        if (manufacturer && product)
-            info.model = PciIdDatabase::instance().modelName(*manufacturer, *product);
+    case 2:
+        return DeviceStatus::disabledByUser;
+    case 3: // disabled by the firmware after a failed self-test
+        return DeviceStatus::hasIssues;
+    default:
+        return DeviceStatus::ok;
     }
+}
+
+// In bytes.
+std::uint64_t capacityOf(const Struct& memory, std::uint16_t size)
+{
+    if (size == kUnknownSize)
+        return 0;
+    if (size == kExtendedSize)
+        return std::uint64_t{memory.field<std::uint32_t>(0x1C).value_or(0)} << 20;
+    return static_cast<std::uint64_t>(size & kExtendedSize) << (size & kSizeInKib ? 10 : 20);
+}
+
+void nameModule(RamInfo& info, const Struct& memory)
+{
+    const auto manufacturer = memory.field<std::uint16_t>(0x2C);
+    const auto product = memory.field<std::uint16_t>(0x2E);
+    if (manufacturer)
+        info.manufacturer = PciIdDatabase::instance().vendorName(*manufacturer);
+    if (manufacturer && product)
+        info.model = PciIdDatabase::instance().modelName(*manufacturer, *product);
+}
 }
 
 std::optional<std::wstring> decodeBios(const Version& version, const Struct& structure)

@@ -10,14 +10,14 @@ namespace HardwareInventory::SMBIOS
 {
 namespace
 {
-    constexpr std::uint32_t kSmbiosProvider = 0x52534D42;      // 'RSMB'
-    constexpr std::uint32_t kRawFirmwareProvider = 0x4649524D; // 'FIRM'
+constexpr std::uint32_t kSmbiosProvider = 0x52534D42;      // 'RSMB'
+constexpr std::uint32_t kRawFirmwareProvider = 0x4649524D; // 'FIRM'
 
-    // The raw firmware provider's tables: ranges of this size, each named by its address.
-    constexpr std::uint32_t kMemoryRangeSize = 0x20000;
+// The raw firmware provider's tables: ranges of this size, each named by its address.
+constexpr std::uint32_t kMemoryRangeSize = 0x20000;
 
-    // In front of the structures: calling method, major and minor version, DMI revision, length.
-    constexpr std::size_t kHeadSize = 8;
+// In front of the structures: calling method, major and minor version, DMI revision, length.
+constexpr std::size_t kHeadSize = 8;
 }
 
 bool Win32Parser::isAvailable()

@@ -177,16 +177,16 @@ int ADL2_Overdrive6_CurrentPower_Get(Context context, int adapter, int type, int
 {
     recordCall(fakes::callText("ADL2_Overdrive6_CurrentPower_Get", adapter, type));
     return context == &contextStorage
-             ? give("ADL2_Overdrive6_CurrentPower_Get", adapter, "overdrive6." + std::to_string(type), *value)
-             : kError;
+               ? give("ADL2_Overdrive6_CurrentPower_Get", adapter, "overdrive6." + std::to_string(type), *value)
+               : kError;
 }
 
 int ADL2_OverdriveN_Temperature_Get(Context context, int adapter, int type, int* value)
 {
     recordCall(fakes::callText("ADL2_OverdriveN_Temperature_Get", adapter, type));
     return context == &contextStorage
-             ? give("ADL2_OverdriveN_Temperature_Get", adapter, "overdriveN." + std::to_string(type), *value)
-             : kError;
+               ? give("ADL2_OverdriveN_Temperature_Get", adapter, "overdriveN." + std::to_string(type), *value)
+               : kError;
 }
 
 int ADL_Overdrive5_Temperature_Get(int adapter, int controller, Temperature* temperature)
@@ -209,7 +209,10 @@ int ADL_Overdrive5_CurrentActivity_Get(int adapter, PMActivity* activity)
 }
 }
 
-#define NAMED(function) {#function, reinterpret_cast<void*>(&function)}
+#define NAMED(function) \
+    { \
+        #function, reinterpret_cast<void*>(&function) \
+    }
 
 fakes::Procedures fakes::adlProcedures()
 {

@@ -98,53 +98,63 @@ Return nvmlDeviceGetHandleByIndex(std::uint32_t index, Device* device)
 
 Return nvmlDeviceGetTemperature(Device device, Sensor sensor, std::uint32_t* celsius)
 {
-    return ask("nvmlDeviceGetTemperature", device, [&](const Section& section) {
-        return sensor == kGpuSensor ? give(section, "temperature", *celsius) : kInvalidArgument;
-    });
+    return ask("nvmlDeviceGetTemperature", device,
+               [&](const Section& section)
+               { return sensor == kGpuSensor ? give(section, "temperature", *celsius) : kInvalidArgument; });
 }
 
 Return nvmlDeviceGetUtilizationRates(Device device, Utilization* utilization)
 {
-    return ask("nvmlDeviceGetUtilizationRates", device, [&](const Section& section) {
-        return give(section, "utilization.gpu", utilization->gpu) + give(section, "utilization.memory", utilization->memory);
-    });
+    return ask("nvmlDeviceGetUtilizationRates", device,
+               [&](const Section& section) {
+                   return give(section, "utilization.gpu", utilization->gpu) +
+                          give(section, "utilization.memory", utilization->memory);
+               });
 }
 
 Return nvmlDeviceGetMemoryInfo(Device device, Memory* memory)
 {
-    return ask("nvmlDeviceGetMemoryInfo", device, [&](const Section& section) {
-        return give(section, "memory.total", memory->total) + give(section, "memory.free", memory->free)
-             + give(section, "memory.used", memory->used);
-    });
+    return ask("nvmlDeviceGetMemoryInfo", device,
+               [&](const Section& section)
+               {
+                   return give(section, "memory.total", memory->total) + give(section, "memory.free", memory->free) +
+                          give(section, "memory.used", memory->used);
+               });
 }
 
 Return nvmlDeviceGetPowerUsage(Device device, std::uint32_t* milliwatts)
 {
-    return ask("nvmlDeviceGetPowerUsage", device,
-               [&](const Section& section) { return give(section, "power", *milliwatts); });
+    return ask("nvmlDeviceGetPowerUsage", device, [&](const Section& section) { return give(section, "power", *milliwatts); });
 }
 
 Return nvmlDeviceGetPciInfo_v3(Device device, PciInfo* pci)
 {
-    return ask("nvmlDeviceGetPciInfo_v3", device, [&](const Section& section) {
-        std::memset(pci, '!', sizeof(*pci)); // what lies behind the text is no terminator
-        fill(pci->busIdLegacy, sizeof(pci->busIdLegacy), section.text("busId"));
-        return section.contains("busId") ? 0 : kNotSupported;
-    });
+    return ask("nvmlDeviceGetPciInfo_v3", device,
+               [&](const Section& section)
+               {
+                   std::memset(pci, '!', sizeof(*pci)); // what lies behind the text is no terminator
+                   fill(pci->busIdLegacy, sizeof(pci->busIdLegacy), section.text("busId"));
+                   return section.contains("busId") ? 0 : kNotSupported;
+               });
 }
 
 Return nvmlDeviceGetSerial(Device device, char* serial, std::uint32_t size)
 {
-    return ask("nvmlDeviceGetSerial", device, [&](const Section& section) {
-        if (size < kSerialSize)
-            return kInsufficientSize;
-        fill(serial, size, section.text("serial"));
-        return section.contains("serial") ? 0 : kNotSupported;
-    });
+    return ask("nvmlDeviceGetSerial", device,
+               [&](const Section& section)
+               {
+                   if (size < kSerialSize)
+                       return kInsufficientSize;
+                   fill(serial, size, section.text("serial"));
+                   return section.contains("serial") ? 0 : kNotSupported;
+               });
 }
 }
 
-#define NAMED(function) {#function, reinterpret_cast<void*>(&function)}
+#define NAMED(function) \
+    { \
+        #function, reinterpret_cast<void*>(&function) \
+    }
 
 fakes::Procedures fakes::nvmlProcedures()
 {

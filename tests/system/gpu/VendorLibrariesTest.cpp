@@ -64,9 +64,8 @@ private:
 TEST_F(VendorLibraries, CompleteTheRecordsOfTheirAdapters)
 {
     EXPECT_THAT(run(kNvidia + kAmd, "complete 0000:01:00.0 0000:0a:00.0 0000:03:00.0 0000:04:00.0 0000:05:00.0 0000:01:00.1"),
-                ElementsAre("0000:01:00.0: 45.000000, '0320718000001'", "0000:0a:00.0: absent, ''",
-                            "0000:03:00.0: 61.000000, ''", "0000:04:00.0: 52.750000, ''", "0000:05:00.0: absent, ''",
-                            "0000:01:00.1: absent, ''"));
+                ElementsAre("0000:01:00.0: 45.000000, '0320718000001'", "0000:0a:00.0: absent, ''", "0000:03:00.0: 61.000000, ''",
+                            "0000:04:00.0: 52.750000, ''", "0000:05:00.0: absent, ''", "0000:01:00.1: absent, ''"));
 
     // In a program the registry ends before the process does: Nvidia's library is shut down and given back, AMD's stays.
     Lines calls = trace();

@@ -52,8 +52,8 @@ void replaceImport(HMODULE module, const char* name, Function* replacement)
     const auto* const headers = reinterpret_cast<IMAGE_NT_HEADERS*>(image + reinterpret_cast<IMAGE_DOS_HEADER*>(image)->e_lfanew);
     const IMAGE_DATA_DIRECTORY& place = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IAT];
     auto* const imports = reinterpret_cast<Function**>(image + place.VirtualAddress);
-    Function** const import = std::find(imports, imports + place.Size / sizeof *imports,
-                                        exported<Function>(GetModuleHandleW(L"setupapi.dll"), name));
+    Function** const import =
+        std::find(imports, imports + place.Size / sizeof *imports, exported<Function>(GetModuleHandleW(L"setupapi.dll"), name));
     DWORD protection = 0;
     VirtualProtect(import, sizeof *import, PAGE_READWRITE, &protection);
     *import = replacement;

@@ -21,8 +21,7 @@ constexpr int kSkipped = 77;
 // What nvidia-smi reports of a device, one text per field.
 std::string reported(std::uint32_t index, const std::string& field)
 {
-    const std::string command =
-        "nvidia-smi --format=csv,noheader,nounits --id=" + std::to_string(index) + " --query-gpu=" + field;
+    const std::string command = "nvidia-smi --format=csv,noheader,nounits --id=" + std::to_string(index) + " --query-gpu=" + field;
     char text[1024] = {};
     if (FILE* const pipe = popen(command.c_str(), "r"))
     {

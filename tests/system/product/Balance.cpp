@@ -34,8 +34,8 @@ struct HandleInformation
 
 std::size_t countHandles()
 {
-    static const auto query = reinterpret_cast<QuerySystemInformation>(
-        GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation"));
+    static const auto query =
+        reinterpret_cast<QuerySystemInformation>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation"));
     static std::vector<char> buffer(1 << 20);
     ULONG size = 0;
     while (query(kExtendedHandleInformation, buffer.data(), static_cast<ULONG>(buffer.size()), &size) < 0)
@@ -84,8 +84,8 @@ Balance Balance::since(const Balance& then) const
 bool Balance::operator==(const Balance& other) const
 {
     constexpr std::size_t kLocks = 5;
-    return heapBlocks == other.heapBlocks && heapBytes == other.heapBytes && modules == other.modules
-        && std::max(handles, other.handles) - std::min(handles, other.handles) <= kLocks;
+    return heapBlocks == other.heapBlocks && heapBytes == other.heapBytes && modules == other.modules &&
+           std::max(handles, other.handles) - std::min(handles, other.handles) <= kLocks;
 }
 
 std::ostream& operator<<(std::ostream& stream, const Balance& balance)

@@ -33,7 +33,10 @@ MATCHER_P2(HasFrame, file, function, "")
 class Evidence : public testing::Test
 {
 protected:
-    Evidence() { FakeWmi::failWhen([](const std::string& call) { return call == "ExecQuery"; }); }
+    Evidence()
+    {
+        FakeWmi::failWhen([](const std::string& call) { return call == "ExecQuery"; });
+    }
 
 private:
     const FakeWmiHost host;
@@ -63,8 +66,8 @@ TEST_F(Evidence, ARecordAndALogLineNameFunctionFileAndLine)
     EXPECT_STREQ(record.file, "hw-inventory-impl\\lib\\Providers\\WMIProvider.cpp");
     EXPECT_GT(record.line, 0);
     EXPECT_THAT(record.message, HasSubstr("SELECT * FROM Win32_Processor"));
-    const auto frames = AllOf(HasFrame("DeviceReaders\\.cpp", "getProcessors"),
-                              HasFrame("Exports\\.cpp", "hardware_inventory_find_cpus"));
+    const auto frames =
+        AllOf(HasFrame("DeviceReaders\\.cpp", "getProcessors"), HasFrame("Exports\\.cpp", "hardware_inventory_find_cpus"));
     EXPECT_THAT(record.stackTrace, frames);
     EXPECT_THAT(lastError, frames);
 }

@@ -23,8 +23,8 @@ public:
 
     struct Counts
     {
-        std::atomic<std::size_t> connections{0};    // made
-        std::atomic<std::size_t> living{0};         // objects with references, class factories left out
+        std::atomic<std::size_t> connections{0};     // made
+        std::atomic<std::size_t> living{0};          // objects with references, class factories left out
         std::atomic<std::size_t> underLoaderLock{0}; // last references that went while the thread held the loader lock
     };
     static Counts& counts();

@@ -104,8 +104,8 @@ TEST(Lifetime, AHostInASingleThreadedApartmentIsServedAndKeepsIt)
 TEST(Lifetime, AHostThatChoseItsSecurityIsServed)
 {
     const Apartment apartment(COINIT_MULTITHREADED);
-    ASSERT_EQ(CoInitializeSecurity(nullptr, -1, nullptr, nullptr, RPC_C_AUTHN_LEVEL_PKT_PRIVACY, RPC_C_IMP_LEVEL_IDENTIFY,
-                                   nullptr, EOAC_NONE, nullptr),
+    ASSERT_EQ(CoInitializeSecurity(nullptr, -1, nullptr, nullptr, RPC_C_AUTHN_LEVEL_PKT_PRIVACY, RPC_C_IMP_LEVEL_IDENTIFY, nullptr,
+                                   EOAC_NONE, nullptr),
               S_OK);
     collectAll(Product());
 }
@@ -134,10 +134,12 @@ TEST(Lifetime, TheCallbackCanCollectEveryKind)
     const FakeWmiHost host;
     static const Product product;
     static bool nested = false;
-    product.setLogger([](std::uint32_t, const char* line) {
-        if (std::strstr(line, "has already been registered") && !std::exchange(nested, true))
-            collectAll(product);
-    });
+    product.setLogger(
+        [](std::uint32_t, const char* line)
+        {
+            if (std::strstr(line, "has already been registered") && !std::exchange(nested, true))
+                collectAll(product);
+        });
     collectAll(product);
     EXPECT_TRUE(nested);
 }
@@ -148,10 +150,12 @@ TEST(Lifetime, TheCallbackCanLeaveByALongJump)
     const OwnFolder folder;
     folder.add("physical/vm_detect.dll", "vm_detect.dll"); // the memory is the firmware's
     const Product product(folder.add("hw_inventory_interface.dll"));
-    product.setLogger([](std::uint32_t, const char*) {
-        if (linesToCome-- == 0)
-            std::longjmp(beforeTheCall, 1);
-    });
+    product.setLogger(
+        [](std::uint32_t, const char*)
+        {
+            if (linesToCome-- == 0)
+                std::longjmp(beforeTheCall, 1);
+        });
     for (std::size_t kind = 0; kind < Product::kindCount; ++kind)
         for (int line = 0; isLeftAtLine(line, product, kind); ++line)
             ;

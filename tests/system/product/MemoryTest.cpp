@@ -89,8 +89,8 @@ void CALLBACK limitLibrary(ULONG reason, const Loaded* module, void*)
 
 void limitLibraries()
 {
-    const auto watch = reinterpret_cast<RegisterNotification>(
-        GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "LdrRegisterDllNotification"));
+    const auto watch =
+        reinterpret_cast<RegisterNotification>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "LdrRegisterDllNotification"));
     static void* cookie = nullptr;
     ASSERT_EQ(watch(0, limitLibrary, nullptr, &cookie), 0);
 }

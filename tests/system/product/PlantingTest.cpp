@@ -34,8 +34,8 @@ protected:
 
     int run(const std::string& way) const
     {
-        std::string command = "cd /d \"" + (folder_.path() / "planted/current").string() + "\" && ..\\planting-host.exe " + way
-                              + " \"" + (product_ / "hw_inventory_interface.dll").string() + "\"";
+        std::string command = "cd /d \"" + (folder_.path() / "planted/current").string() + "\" && ..\\planting-host.exe " + way +
+                              " \"" + (product_ / "hw_inventory_interface.dll").string() + "\"";
         for (const char* library : kLibraries)
             command += std::string(" ") + library;
         return std::system((command + " > \"" + output_.string() + "\"").c_str());

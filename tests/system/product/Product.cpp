@@ -21,8 +21,7 @@ std::filesystem::path programFolder()
     return std::filesystem::path(path).parent_path();
 }
 
-OwnFolder::OwnFolder() :
-    path_(std::filesystem::temp_directory_path() / ("hw-inventory-" + std::to_string(GetCurrentProcessId())))
+OwnFolder::OwnFolder() : path_(std::filesystem::temp_directory_path() / ("hw-inventory-" + std::to_string(GetCurrentProcessId())))
 {
     std::filesystem::create_directories(path_);
 }
@@ -46,8 +45,8 @@ std::filesystem::path OwnFolder::add(const std::filesystem::path& built, const s
     return target;
 }
 
-Product::Product(const std::filesystem::path& path) :
-    module_(LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32))
+Product::Product(const std::filesystem::path& path)
+    : module_(LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32))
 {
     if (const auto error = static_cast<int>(GetLastError()); !module_)
         throw std::system_error(error, std::system_category(), "not loaded: " + path.string());

@@ -10,9 +10,9 @@ TEST(ServiceBalance, ACollectionLeavesNoMoreThanTheSystemsServiceDoes)
     const Product product;
     BareClient client;
     using Ask = std::size_t (BareClient::*)();
-    const Ask asks[Product::kindCount] = {&BareClient::cpus, &BareClient::gpus, &BareClient::ram, &BareClient::disks,
-                                          &BareClient::networkAdapters, &BareClient::baseBoards, &BareClient::system,
-                                          &BareClient::hotfixes};
+    const Ask asks[Product::kindCount] = {
+        &BareClient::cpus,       &BareClient::gpus,   &BareClient::ram,     &BareClient::disks, &BareClient::networkAdapters,
+        &BareClient::baseBoards, &BareClient::system, &BareClient::hotfixes};
     const auto growth = [](auto action)
     {
         action();
@@ -23,6 +23,5 @@ TEST(ServiceBalance, ACollectionLeavesNoMoreThanTheSystemsServiceDoes)
         return Balance::take().since(before);
     };
     for (std::size_t kind = 0; kind < Product::kindCount; ++kind)
-        EXPECT_EQ(growth([&] { product.collect(kind); }), growth([&] { (client.*asks[kind])(); }))
-            << Product::kinds[kind].function;
+        EXPECT_EQ(growth([&] { product.collect(kind); }), growth([&] { (client.*asks[kind])(); })) << Product::kinds[kind].function;
 }

@@ -139,7 +139,7 @@ TEST_F(Threads, AHundredAtOnceKeepTheirOwnConnections)
 
 TEST_F(Threads, TheLoaderLockIsNoticed)
 {
-    using Lock = LONG(NTAPI*)(ULONG flags, ULONG* result, ULONG_PTR* magic);
+    using Lock = LONG(NTAPI*)(ULONG flags, ULONG * result, ULONG_PTR * magic);
     using Unlock = LONG(NTAPI*)(ULONG flags, ULONG_PTR magic);
     const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
     const auto lock = reinterpret_cast<Lock>(GetProcAddress(ntdll, "LdrLockLoaderLock"));

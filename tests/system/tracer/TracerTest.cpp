@@ -31,7 +31,8 @@ std::uint32_t tracedLine = 0;
 std::vector<StackFrame> tracedFunction()
 {
     tracedLine = __LINE__ + 1;
-    auto frames = Tracer::traceCurrentThread(); returned = 1;
+    auto frames = Tracer::traceCurrentThread();
+    returned = 1;
     return frames;
 }
 
@@ -283,8 +284,7 @@ TEST(Tracer, ListsModulesThroughTheProcessStatusInterface)
 
     // Neither a snapshot nor a list can be had of a process that there is not.
     Tracer nowhere(0, L"", 0xFFFFFFF0, nullptr);
-    EXPECT_EQ(messageOf([&] { nowhere.loadModules(); }),
-              L"failed to initialize tracer: " + LastError{ERROR_INVALID_HANDLE}.text());
+    EXPECT_EQ(messageOf([&] { nowhere.loadModules(); }), L"failed to initialize tracer: " + LastError{ERROR_INVALID_HANDLE}.text());
 }
 
 TEST(Tracer, ItsLinesReachItsOwnReceiverAlone)

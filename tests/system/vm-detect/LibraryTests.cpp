@@ -22,10 +22,8 @@ bool thisIsKvm()
 TEST(VmDetectLibrary, JudgesThisHost)
 {
     const HMODULE library = LoadLibraryExW(L"vm_detect.dll", nullptr, LOAD_LIBRARY_SEARCH_APPLICATION_DIR);
-    const auto hostType =
-        reinterpret_cast<decltype(&VmProbe_GetHostVMType)>(GetProcAddress(library, "VmProbe_GetHostVMType"));
-    const auto isVirtual =
-        reinterpret_cast<decltype(&VmProbe_IsHostVirtual)>(GetProcAddress(library, "VmProbe_IsHostVirtual"));
+    const auto hostType = reinterpret_cast<decltype(&VmProbe_GetHostVMType)>(GetProcAddress(library, "VmProbe_GetHostVMType"));
+    const auto isVirtual = reinterpret_cast<decltype(&VmProbe_IsHostVirtual)>(GetProcAddress(library, "VmProbe_IsHostVirtual"));
     ASSERT_TRUE(hostType && isVirtual);
 
     const std::int32_t type = hostType();

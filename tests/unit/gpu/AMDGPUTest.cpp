@@ -148,7 +148,8 @@ TEST_F(AMDGPUTest, RefreshesWhatItCanRead)
         std::string readings;
     };
     const Case cases[] = {
-        {everything("6"), {{"overdrive6.1", "7"}},
+        {everything("6"),
+         {{"overdrive6.1", "7"}},
          "edge 52.75; graphics W 203; ppt W 7; socket W 202; asic W 200; " + kFromOverdrive5},
         {everything("8"), {{"log", "1"}, {"log.8", "0"}, {"log.21", "981"}}, "edge 0; graphics V 0.981; "},
     };

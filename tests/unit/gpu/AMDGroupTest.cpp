@@ -35,10 +35,9 @@ TEST_F(AMDGroupTest, NamesWhatTheLibraryLacks)
     // With all symbols absent the first in order is told; each is then supplied in turn.
     auto& module = machine().modules[L"atiadlxx.dll"];
     for (const std::string symbol :
-         {"ADL_Main_Control_Create", "ADL2_Main_Control_Create", "ADL_Adapter_NumberOfAdapters_Get",
-          "ADL_Adapter_AdapterInfo_Get", "ADL_Adapter_Active_Get", "ADL_Overdrive_Caps", "ADL2_New_QueryPMLogData_Get",
-          "ADL2_Overdrive6_CurrentPower_Get", "ADL2_OverdriveN_Temperature_Get", "ADL_Overdrive5_Temperature_Get",
-          "ADL_Overdrive5_CurrentActivity_Get"})
+         {"ADL_Main_Control_Create", "ADL2_Main_Control_Create", "ADL_Adapter_NumberOfAdapters_Get", "ADL_Adapter_AdapterInfo_Get",
+          "ADL_Adapter_Active_Get", "ADL_Overdrive_Caps", "ADL2_New_QueryPMLogData_Get", "ADL2_Overdrive6_CurrentPower_Get",
+          "ADL2_OverdriveN_Temperature_Get", "ADL_Overdrive5_Temperature_Get", "ADL_Overdrive5_CurrentActivity_Get"})
     {
         EXPECT_EQ(failure(), "ERROR: " + symbol + " not available!");
         // The first interface is initialised as soon as it is found, before anything else is looked for.
@@ -101,10 +100,8 @@ TEST_F(AMDGroupTest, WritesAddressesAsTheManagementInterfaceDoes)
         const char* address;
     };
     const Case cases[] = {
-        {0x0A, 0x1F, 2, "0000:0a:1f.2"},
-        {0x123405, 0, 0, "1234:05:00.0"},
-        {-1, 0, 0, "ffff:ff:00.0"},
-        {1, 0x12345678, 9, "0000:01:1234"}, // 12 characters at most
+        {0x0A, 0x1F, 2, "0000:0a:1f.2"}, {0x123405, 0, 0, "1234:05:00.0"},
+        {-1, 0, 0, "ffff:ff:00.0"},      {1, 0x12345678, 9, "0000:01:1234"}, // 12 characters at most
         {1, 2, 0x12, "0000:01:02.1"},
     };
     for (const Case& one : cases)
@@ -131,9 +128,8 @@ TEST_F(AMDGroupTest, ReleasesTheLibraryInTheSlot)
         {{}, {"ADL2_Main_Control_Destroy 1", "ADL_Main_Control_Destroy"}},
         {{{"context", "none"}}, {"ADL_Main_Control_Destroy"}},
     };
-    vendorMachine().onCall = [](const std::string& call) {
-        EXPECT_THAT(machine().freedModules, IsEmpty()) << call << " in a freed library";
-    };
+    vendorMachine().onCall = [](const std::string& call)
+    { EXPECT_THAT(machine().freedModules, IsEmpty()) << call << " in a freed library"; };
     for (const auto& [library, calls] : cases)
     {
         adl().library = library;

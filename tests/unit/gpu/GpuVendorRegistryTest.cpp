@@ -60,12 +60,16 @@ TEST_F(GpuVendorRegistryTest, CompletesTheRecordsOfItsAdaptersOnly)
                       {{"busId", "0000:0B:00.0"}},
                       {{"temperature", "99"}, {"serial", "without an address"}}};
     adl().devices = {kAmd};
-    const std::vector<GpuInfo> gpus = {record(L"0000:01:00.0"), record(L"0000:03:00.0"), record(L"0000:01:00.0", L"own"),
-                                       record(L"0000:0a:00.0"), record(L"0000:01:00.1"), record(L"0001:01:00.0"),
+    const std::vector<GpuInfo> gpus = {record(L"0000:01:00.0"),
+                                       record(L"0000:03:00.0"),
+                                       record(L"0000:01:00.0", L"own"),
+                                       record(L"0000:0a:00.0"),
+                                       record(L"0000:01:00.1"),
+                                       record(L"0001:01:00.0"),
                                        record(L"")};
-    EXPECT_THAT(completed(gpus), ElementsAre(Pair(45.0f, L"0320718000001"), Pair(52.75f, L""), Pair(45.0f, L"own"),
-                                             Pair(std::nullopt, L""), Pair(std::nullopt, L""), Pair(std::nullopt, L""),
-                                             Pair(std::nullopt, L"")));
+    EXPECT_THAT(completed(gpus),
+                ElementsAre(Pair(45.0f, L"0320718000001"), Pair(52.75f, L""), Pair(45.0f, L"own"), Pair(std::nullopt, L""),
+                            Pair(std::nullopt, L""), Pair(std::nullopt, L""), Pair(std::nullopt, L"")));
     EXPECT_THAT(log_.lines(), IsEmpty());
 
     // The next collection reads afresh, and asks for no other adapters than the first.
@@ -118,10 +122,16 @@ TEST_F(GpuVendorRegistryTest, CarriesOnWithoutAVendorThatFails)
         const wchar_t* absent;
     };
     const Case cases[] = {
-        {{{"count", "2"}}, {},
-         "error retrieving Nvidia information: Error on getting handle by index: reason 2 [2]", L"0000:03:00.0", L"0000:01:00.0"},
-        {{}, {{"ADL2_Main_Control_Create", "-1"}},
-         "error retrieving AMD information: ERROR: ADL2 Initialization error!", L"0000:01:00.0", L"0000:03:00.0"},
+        {{{"count", "2"}},
+         {},
+         "error retrieving Nvidia information: Error on getting handle by index: reason 2 [2]",
+         L"0000:03:00.0",
+         L"0000:01:00.0"},
+        {{},
+         {{"ADL2_Main_Control_Create", "-1"}},
+         "error retrieving AMD information: ERROR: ADL2 Initialization error!",
+         L"0000:01:00.0",
+         L"0000:03:00.0"},
     };
     installNvml();
     installAdl();
@@ -179,9 +189,8 @@ TEST_F(GpuVendorRegistryTest, EndsThroughTheSharedSlot)
             GpuVendorRegistry registry;
             machine().terminating = one.terminating;
             takeCalls();
-            vendorMachine().onCall = [](const std::string& call) {
-                EXPECT_THAT(machine().freedModules, IsEmpty()) << call << " in a freed library";
-            };
+            vendorMachine().onCall = [](const std::string& call)
+            { EXPECT_THAT(machine().freedModules, IsEmpty()) << call << " in a freed library"; };
         }
         EXPECT_EQ(takeCalls(), one.calls);
         EXPECT_EQ(machine().freedModules, one.freed);
@@ -209,9 +218,8 @@ TEST_F(GpuVendorRegistryTest, StartsAgainAfterAnotherFailure)
 {
     installNvml();
     nvml().devices = {kNvidia};
-    machine().fails = [](const char* operation) {
-        return std::string_view(operation) == "GetProcAddress" ? throw std::bad_alloc() : false;
-    };
+    machine().fails = [](const char* operation)
+    { return std::string_view(operation) == "GetProcAddress" ? throw std::bad_alloc() : false; };
     std::vector<GpuInfo> gpus = {record(L"0000:01:00.0")};
     EXPECT_THROW(completeFromVendorLibraries(gpus), std::bad_alloc);
 

@@ -15,9 +15,15 @@ namespace
 const Section kFirst = {{"temperature", "45"},       {"utilization.gpu", "17"},  {"utilization.memory", "8"},
                         {"memory.total", "4096000"}, {"memory.free", "3072000"}, {"memory.used", "1024000"},
                         {"power", "31500"},          {"busId", "0000:01:00.0"},  {"serial", "0320718000001"}};
-const Section kSecond = {{"temperature", "60"},         {"utilization.gpu", "99"},    {"utilization.memory", "50"},
-                         {"memory.total", "8589934592"}, {"memory.free", "2147483648"}, {"memory.used", "6442450944"},
-                         {"power", "120250"},            {"busId", "000A:0B:0C.0"},     {"serial", "SN-2"}};
+const Section kSecond = {{"temperature", "60"},
+                         {"utilization.gpu", "99"},
+                         {"utilization.memory", "50"},
+                         {"memory.total", "8589934592"},
+                         {"memory.free", "2147483648"},
+                         {"memory.used", "6442450944"},
+                         {"power", "120250"},
+                         {"busId", "000A:0B:0C.0"},
+                         {"serial", "SN-2"}};
 
 // One value or group of values per line of update().
 std::vector<std::string> describe(const NvidiaReadings& readings)
@@ -36,9 +42,8 @@ std::vector<std::string> describe(const NvidiaReadings& readings)
     return lines;
 }
 
-const std::vector<std::string> kFirstReadings = {"45.000000", "17 8", "3000 1000 4000 25", "31.5", "0000:01:00.0",
-                                                 "0320718000001"};
-const std::vector<std::string> kSecondReadings = {"60.000000", "99 50", "2.09715e+06 6.29146e+06 8.38861e+06 75",
+const std::vector<std::string> kFirstReadings = {"45.000000", "17 8", "3000 1000 4000 25", "31.5", "0000:01:00.0", "0320718000001"};
+const std::vector<std::string> kSecondReadings = {"60.000000", "99 50",        "2.09715e+06 6.29146e+06 8.38861e+06 75",
                                                   "120.25",    "000A:0B:0C.0", "SN-2"};
 const std::vector<std::string> kNoReadings = {"absent", "0 0", "0 0 0 0", "0", "", ""};
 

@@ -18,8 +18,8 @@ namespace
 std::string fieldsOf(const ExceptionRecord& record)
 {
     const auto text = [](const char* field) { return field ? "[" + std::string(field) + "]" : std::string("-"); };
-    return text(record.stackTrace) + text(record.file) + text(record.function) + std::to_string(record.line)
-        + text(record.message) + text(record.errorText);
+    return text(record.stackTrace) + text(record.file) + text(record.function) + std::to_string(record.line) +
+           text(record.message) + text(record.errorText);
 }
 
 ZelStdCore::StackFrame frame(const wchar_t* function)

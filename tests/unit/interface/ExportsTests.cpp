@@ -185,13 +185,14 @@ TEST_P(NestedCollection, IsWholeAndLeavesTheOuterOneWhole)
     management().cimv2.answers.erase(L"SELECT * FROM Win32_VideoController"); // a warning before the vendor libraries'
     for (const char* call : {"the first", "a later one"})
     {
-        hardware_inventory_set_logger([](uint32_t level, const char*)
-        {
-            if (level != 1 || std::exchange(nested, true))
-                return;
-            inner.push_back(documentsOfAllKinds());
-            nested = false;
-        });
+        hardware_inventory_set_logger(
+            [](uint32_t level, const char*)
+            {
+                if (level != 1 || std::exchange(nested, true))
+                    return;
+                inner.push_back(documentsOfAllKinds());
+                nested = false;
+            });
         const std::string outer = collect(kCollectors[GetParam()]).document;
         hardware_inventory_set_logger(nullptr);
         nestings += inner.size();

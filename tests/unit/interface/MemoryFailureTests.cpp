@@ -68,14 +68,16 @@ Attempt attempt(const Collector& collector, std::size_t failingAllocation = kNev
     ExportStatus status = EXPORT_STATUS_SUCCESS;
     char* buffer = &untouched;
     size_t size = kUntouched;
-    std::thread([&]
-    {
-        // The slot of the fakes allocates where the thread first touches it.
-        HardwareInventory::Platform::threadValue();
-        heap.arm(failingAllocation, forGood);
-        status = collector.find(&buffer, &size);
-        heap.armed = false;
-    }).join();
+    std::thread(
+        [&]
+        {
+            // The slot of the fakes allocates where the thread first touches it.
+            HardwareInventory::Platform::threadValue();
+            heap.arm(failingAllocation, forGood);
+            status = collector.find(&buffer, &size);
+            heap.armed = false;
+        })
+        .join();
     forgetCalls();
     if (buffer == &untouched)
         return {status, heap.failed, "", size == kUntouched, 0};
@@ -139,13 +141,14 @@ TEST_F(MemoryFailures, AnywhereInACollection)
             }
             errorLines = 0;
         };
-        failEachAllocation(collector, [&](const Attempt& hurt, std::size_t index, const std::string& context)
-        {
-            check(hurt, context);
-            if (index % 4 == 0)
-                check(attempt(collector, index, true), context + " and all that follow");
-            ASSERT_EQ(attempt(collector).document, whole) << context;
-        });
+        failEachAllocation(collector,
+                           [&](const Attempt& hurt, std::size_t index, const std::string& context)
+                           {
+                               check(hurt, context);
+                               if (index % 4 == 0)
+                                   check(attempt(collector, index, true), context + " and all that follow");
+                               ASSERT_EQ(attempt(collector).document, whole) << context;
+                           });
         EXPECT_GE(documentsLacking, 1) << collector.name;
     }
 }
@@ -177,8 +180,11 @@ TEST_F(MemoryFailures, WhileAFailureIsTold)
         std::ptrdiff_t strings;
     };
     const Case cases[] = {
-        {[] { throw HardwareInventory::ErrorHandling::Exception(fakes::ErrorCode::wmiQuery, L"a cause of some length", L"file",
-                                                                L"function", 1); },
+        {[]
+         {
+             throw HardwareInventory::ErrorHandling::Exception(fakes::ErrorCode::wmiQuery, L"a cause of some length", L"file",
+                                                               L"function", 1);
+         },
          EXPORT_STATUS_WMI_QUERY, "a cause of some length", 5},
         {[] { throw std::runtime_error("a cause of some length"); }, EXPORT_STATUS_OTHER, "a cause of some length", 2},
         {[] { throw 42; }, EXPORT_STATUS_OTHER, "unknown exception", 1},
@@ -189,20 +195,21 @@ TEST_F(MemoryFailures, WhileAFailureIsTold)
     {
         fakes::management().cimv2.otherwise = [fail = each.fail](const std::wstring&) { return fail(), fakes::FakeObjects(); };
         std::size_t told = 0;
-        failEachAllocation(kCollectors[0], [&](const Attempt& hurt, std::size_t, const std::string& context)
-        {
-            if (lastMessage() != each.message)
-            {
-                // Where memory lacks for the record alone, the status is that of the failure to be told.
-                const bool empty = hardware_inventory_get_exception()->message == nullptr;
-                EXPECT_TRUE(lastFailureIsMemory()) << context << ": " << lastMessage();
-                EXPECT_EQ(hurt.status, empty ? each.status : EXPORT_STATUS_OTHER) << context;
-                return;
-            }
-            ++told;
-            EXPECT_EQ(hurt.status, each.status) << context;
-            EXPECT_EQ(stringsOfRecord(), each.strings) << context;
-        });
+        failEachAllocation(kCollectors[0],
+                           [&](const Attempt& hurt, std::size_t, const std::string& context)
+                           {
+                               if (lastMessage() != each.message)
+                               {
+                                   // Where memory lacks for the record alone, the status is that of the failure to be told.
+                                   const bool empty = hardware_inventory_get_exception()->message == nullptr;
+                                   EXPECT_TRUE(lastFailureIsMemory()) << context << ": " << lastMessage();
+                                   EXPECT_EQ(hurt.status, empty ? each.status : EXPORT_STATUS_OTHER) << context;
+                                   return;
+                               }
+                               ++told;
+                               EXPECT_EQ(hurt.status, each.status) << context;
+                               EXPECT_EQ(stringsOfRecord(), each.strings) << context;
+                           });
         EXPECT_GT(told, 1u) << "a failing log must not change the outcome";
     }
 }

@@ -98,8 +98,8 @@ TEST(PlatformFailures, EachCallFailsOnce)
                     const FailingCall failing(index);
                     hurt = collectOnNewThread(collector);
                     happened = failing.happened();
-                    context = std::string(kind.name) + ", " + collector.name + ", call " + std::to_string(index) + " "
-                        + failing.operation();
+                    context = std::string(kind.name) + ", " + collector.name + ", call " + std::to_string(index) + " " +
+                              failing.operation();
                 }
                 if (hurt.status != EXPORT_STATUS_SUCCESS)
                     expectDocumentedFailure(hurt.status, context);

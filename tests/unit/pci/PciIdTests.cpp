@@ -16,52 +16,52 @@ using namespace std::string_literals;
 
 namespace
 {
-    using Names = std::map<std::uint64_t, std::string>;
-    using Lines = std::vector<std::string>;
+using Names = std::map<std::uint64_t, std::string>;
+using Lines = std::vector<std::string>;
 
-    Names namesIn(const PciIdTable& table)
-    {
-        Names names;
-        for (const auto& entry : table.entries())
-            names.emplace(entry.id, std::string(entry.name, std::ranges::find(entry.name, std::unreachable_sentinel, '\n')));
-        return names;
-    }
+Names namesIn(const PciIdTable& table)
+{
+    Names names;
+    for (const auto& entry : table.entries())
+        names.emplace(entry.id, std::string(entry.name, std::ranges::find(entry.name, std::unreachable_sentinel, '\n')));
+    return names;
+}
 
-    // The texts of the warnings logged so far; a line of another level stands out.
-    Lines warningsOf(const fakes::LogCapture& log)
-    {
-        Lines texts;
-        for (const auto& [level, text] : log.lines())
-            texts.push_back(level == 1 ? text : "level " + std::to_string(level) + ": " + text);
-        return texts;
-    }
+// The texts of the warnings logged so far; a line of another level stands out.
+Lines warningsOf(const fakes::LogCapture& log)
+{
+    Lines texts;
+    for (const auto& [level, text] : log.lines())
+        texts.push_back(level == 1 ? text : "level " + std::to_string(level) + ": " + text);
+    return texts;
+}
 
-    // The joined identifiers in hexadecimal and the name of each vendor, model and subsystem, then the warnings.
-    Lines linesOf(std::initializer_list<Names> tables, const Lines& warnings)
+// The joined identifiers in hexadecimal and the name of each vendor, model and subsystem, then the warnings.
+Lines linesOf(std::initializer_list<Names> tables, const Lines& warnings)
+{
+    Lines lines;
+    for (const Names& names : tables)
     {
-        Lines lines;
-        for (const Names& names : tables)
-        {
-            for (const auto& [id, name] : names)
-                lines.push_back((std::ostringstream() << std::hex << id << ' ' << name).str());
-        }
-        lines.insert(lines.end(), warnings.begin(), warnings.end());
-        return lines;
+        for (const auto& [id, name] : names)
+            lines.push_back((std::ostringstream() << std::hex << id << ' ' << name).str());
     }
+    lines.insert(lines.end(), warnings.begin(), warnings.end());
+    return lines;
+}
 
-    Lines outcomeOf(const std::string& list)
-    {
-        const fakes::LogCapture log;
-        const std::vector<char> bytes(list.begin(), list.end()); // nothing readable follows them
-        PciIdTables tables;
-        parsePciIdList({bytes.data(), bytes.size()}, tables);
-        return linesOf({namesIn(tables.vendors), namesIn(tables.models), namesIn(tables.subsystems)}, warningsOf(log));
-    }
+Lines outcomeOf(const std::string& list)
+{
+    const fakes::LogCapture log;
+    const std::vector<char> bytes(list.begin(), list.end()); // nothing readable follows them
+    PciIdTables tables;
+    parsePciIdList({bytes.data(), bytes.size()}, tables);
+    return linesOf({namesIn(tables.vendors), namesIn(tables.models), namesIn(tables.subsystems)}, warningsOf(log));
+}
 
-    std::uint16_t at(std::uint64_t id, int shift)
-    {
-        return static_cast<std::uint16_t>(id >> shift);
-    }
+std::uint16_t at(std::uint64_t id, int shift)
+{
+    return static_cast<std::uint16_t>(id >> shift);
+}
 }
 
 TEST(PciIdList, NamesAndWarnings)
@@ -85,9 +85,8 @@ TEST(PciIdList, NamesAndWarnings)
         {"8  A\n10deX  B\n0xFfFf  C\n0x12  D\n00000034  E\n56.8  F\n\t2  a\n\t\t1043 8.6g  s\n",
          {"8 A", "12 D", "34 E", "56 F", "10de B", "ffff C", "560002 a", "56000210430008 s"}},
         {"1  A\n\t2  a\nzz10  B\n\t3  b\n\t\t4 5  s\n7  C\n\t8  d\n\t\t9 a  t\n",
-         {"1 A", "7 C", "10002 a", "70008 d", "700080009000a t",
-          "'zz10  B' (line 3) contains illegal value of vendor id: zz10", "ambigous device information at line 4: 3  b",
-          "ambigous device subsystem information at line 5: 4 5  s"}},
+         {"1 A", "7 C", "10002 a", "70008 d", "700080009000a t", "'zz10  B' (line 3) contains illegal value of vendor id: zz10",
+          "ambigous device information at line 4: 3  b", "ambigous device subsystem information at line 5: 4 5  s"}},
         {"10000  A\n\t1  a\nfffffffffffffffffffff  B\n-1  C\n  D\n",
          {"'10000  A' (line 1) contains out of bound value of vendor id: 10000", "ambigous device information at line 2: 1  a",
           "'fffffffffffffffffffff  B' (line 3) contains out of bound value of vendor id: fffffffffffffffffffff",
@@ -110,9 +109,9 @@ TEST(PciIdList, NamesAndWarnings)
 // Texts made of the pieces that matter, long enough that each piece comes to lie at each place of a block.
 TEST(PciIdList, AgreesWithThePlainParserOnRandomTexts)
 {
-    const std::string pieces[] = {"10de", "8086",  "12345", "C 01", "zz",  "0",    " ",    "  ",       "   ",     "\t",
-                                  "\t\t", "\n",    "\n",    "\r\n", "#",   "name", "\xC3\xBC", "\xFC", "x  y  z", "1043 8086  ",
-                                  "\n\t", "\n\t\t", "\n000"};
+    const std::string pieces[] = {"10de",     "8086", "12345",   "C 01",        "zz",   "0",      " ",    "  ",
+                                  "   ",      "\t",   "\t\t",    "\n",          "\n",   "\r\n",   "#",    "name",
+                                  "\xC3\xBC", "\xFC", "x  y  z", "1043 8086  ", "\n\t", "\n\t\t", "\n000"};
     std::mt19937 random(1);
     for (int text = 0; text < 20000; ++text)
     {
@@ -153,11 +152,11 @@ TEST(PciIdDatabase, FindsNamesAndWarnsOfUnknownOnes)
     EXPECT_EQ(database.subsystemModelName(1, 2, 3, 4), L"s");
     EXPECT_EQ(database.subsystemModelName(1, 2, 3, 0xBEEF), L"a");
     EXPECT_EQ(database.subsystemModelName(1, 0x1B80, 3, 4), L"");
-    EXPECT_EQ(warningsOf(log), (Lines{"failed to lookup vendor 0001", "failed to lookup vendor FFFE",
-                                      "failed to lookup vendor 0000", "failed to lookup model (00AD:00CD)",
-                                      "failed to lookup model (0001:0002:0003:BEEF), fallback to (0001:0002)",
-                                      "failed to lookup model (0001:1B80:0003:0004), fallback to (0001:1B80)",
-                                      "failed to lookup model (0001:1B80)"}));
+    EXPECT_EQ(warningsOf(log),
+              (Lines{"failed to lookup vendor 0001", "failed to lookup vendor FFFE", "failed to lookup vendor 0000",
+                     "failed to lookup model (00AD:00CD)", "failed to lookup model (0001:0002:0003:BEEF), fallback to (0001:0002)",
+                     "failed to lookup model (0001:1B80:0003:0004), fallback to (0001:1B80)",
+                     "failed to lookup model (0001:1B80)"}));
 }
 
 // The mapping is gone, unreadable under the sanitizers, when the names are asked for. They are UTF-8, else Latin-1.

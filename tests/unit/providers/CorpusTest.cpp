@@ -108,8 +108,9 @@ private:
         {
             const std::wstring id = textOf(each, L"DeviceID"); // "Disk #0, Partition #0"
             const std::wstring drive = L"\\\\.\\PHYSICALDRIVE" + id.substr(6, id.find(L',') - 6);
-            management().cimv2.answers[L"ASSOCIATORS OF {Win32_DiskDrive.DeviceID='" + drive +
-                                       L"'} WHERE ResultClass=Win32_DiskPartition"].push_back(each);
+            management()
+                .cimv2.answers[L"ASSOCIATORS OF {Win32_DiskDrive.DeviceID='" + drive + L"'} WHERE ResultClass=Win32_DiskPartition"]
+                .push_back(each);
         }
         management().standardCimv2.answers = management().cimv2.answers;
     }
@@ -136,9 +137,12 @@ std::size_t checkAdapters(WMIConnections& connections)
 {
     const bool modern = !management().standardCimv2.failure;
     FakeObjects objects = objectsOf(modern ? L"MSFT_NetAdapter" : L"Win32_NetworkAdapter");
-    std::erase_if(objects, [](const FakeObject& object)
-                  { return valueOf<bool>(object, L"Virtual") ||
-                           (object.contains(L"PhysicalAdapter") && !valueOf<bool>(object, L"PhysicalAdapter")); });
+    std::erase_if(objects,
+                  [](const FakeObject& object)
+                  {
+                      return valueOf<bool>(object, L"Virtual") ||
+                             (object.contains(L"PhysicalAdapter") && !valueOf<bool>(object, L"PhysicalAdapter"));
+                  });
     const auto adapters = connections.getNetworkAdapters();
     EXPECT_EQ(adapters.size(), objects.size());
     for (std::size_t i = 0; i < std::min(adapters.size(), objects.size()); ++i)
@@ -218,8 +222,8 @@ std::size_t checkSystem(WMIConnections& connections)
         EXPECT_EQ(written(system.installationDate), textOf(os, L"InstallDate").substr(0, 14));
     }
     for (const std::wstring& date : textsOf(L"Win32_BIOS", L"ReleaseDate"))
-        EXPECT_TRUE(date.empty() || system.biosVersion.ends_with(date.substr(4, 2) + L"/" + date.substr(6, 2) + L"/" +
-                                                                 date.substr(0, 4)));
+        EXPECT_TRUE(date.empty() ||
+                    system.biosVersion.ends_with(date.substr(4, 2) + L"/" + date.substr(6, 2) + L"/" + date.substr(0, 4)));
     EXPECT_EQ(system.type.empty(), objectsOf(L"Win32_ComputerSystem").empty());
     return system.machineName.size();
 }

@@ -15,10 +15,12 @@ FakeObject link(const std::wstring& partition, const std::wstring& volume)
 // The volumes on a partition use up its space, even more than there is.
 TEST_F(DiskReaderTest, AvailableSpaceOfPartitions)
 {
-    objectsOf(L"Win32_LogicalDiskToPartition") = {
-        link(L"a:P.DeviceID=\"P1\"", L"a:L.DeviceID=\"D:\""), link(L"a:P.DeviceID=\"P1\"", L"a:L.DeviceID=\"C:\""),
-        link(L"a:P.DeviceID=\"P2\"", L"a:L.DeviceID=\"E:\""), link(L"a:P.DeviceID=\"P3\"", L"no quote"),
-        link(L"no quote", L"a:L.DeviceID=\"D:\""),            link(L"a:P.DeviceID=\"P4\"", L"a:L.DeviceID=\"F:\"")};
+    objectsOf(L"Win32_LogicalDiskToPartition") = {link(L"a:P.DeviceID=\"P1\"", L"a:L.DeviceID=\"D:\""),
+                                                  link(L"a:P.DeviceID=\"P1\"", L"a:L.DeviceID=\"C:\""),
+                                                  link(L"a:P.DeviceID=\"P2\"", L"a:L.DeviceID=\"E:\""),
+                                                  link(L"a:P.DeviceID=\"P3\"", L"no quote"),
+                                                  link(L"no quote", L"a:L.DeviceID=\"D:\""),
+                                                  link(L"a:P.DeviceID=\"P4\"", L"a:L.DeviceID=\"F:\"")};
     objectsOf(L"Win32_DiskDrive") = {{{L"DeviceID", L"\\\\.\\PHYSICALDRIVE0"}}, {{L"DeviceID", L"\\\\.\\PHYSICALDRIVE1"}}};
     FakeObjects& partitions = management().cimv2.answers[L"ASSOCIATORS OF {Win32_DiskDrive.DeviceID='\\\\.\\PHYSICALDRIVE0'} "
                                                          L"WHERE ResultClass=Win32_DiskPartition"];
@@ -54,8 +56,7 @@ TEST_F(DiskReaderTest, MediaTypes)
     {
         failCall(operation);
         EXPECT_EQ(mediaType(), L"");
-        EXPECT_EQ(takeLog(),
-                  Lines{std::string("Couldn't determine media type of disk drive \\\\.\\PHYSICALDRIVE0: ") + message});
+        EXPECT_EQ(takeLog(), Lines{std::string("Couldn't determine media type of disk drive \\\\.\\PHYSICALDRIVE0: ") + message});
     }
 }
 }

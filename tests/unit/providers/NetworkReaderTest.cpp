@@ -34,8 +34,8 @@ TEST_F(NetworkReaderTest, OfTheOlderClass)
               R"("type":"Ethernet 802.3"},)"
               R"({"macAddress":"00-50-B6 x","manufacturer":"ASIX","model":"AX88179"}]})");
     EXPECT_EQ(takeLog(), (Lines{"failed to bind to ROOT\\StandardCIMV2 WMI namespace:  (GetLastError() = 0)",
-                                "failed to lookup model (8086:15B8:8672:1043), fallback to (8086:15B8)",
-                                unreadable({"Name"})[0], unreadable({"Status"})[0], unreadable({"PhysicalAdapter"})[0],
+                                "failed to lookup model (8086:15B8:8672:1043), fallback to (8086:15B8)", unreadable({"Name"})[0],
+                                unreadable({"Status"})[0], unreadable({"PhysicalAdapter"})[0],
                                 "USB is not a supported BUS to extract device info", unreadable({"GUID"})[0],
                                 unreadable({"AdapterType"})[0]}));
 }
@@ -43,8 +43,7 @@ TEST_F(NetworkReaderTest, OfTheOlderClass)
 TEST_F(NetworkReaderTest, OnlyPhysicalAdaptersAreListed)
 {
     modern() = {{{L"Name", L"a"}, {L"Virtual", true}}, {{L"Name", L"b"}, {L"Virtual", false}}, {{L"Name", L"c"}}};
-    fallback() = {{{L"Name", L"a"}, {L"PhysicalAdapter", false}}, {{L"Name", L"b"}, {L"PhysicalAdapter", true}},
-                  {{L"Name", L"c"}}};
+    fallback() = {{{L"Name", L"a"}, {L"PhysicalAdapter", false}}, {{L"Name", L"b"}, {L"PhysicalAdapter", true}}, {{L"Name", L"c"}}};
     for (const bool fallbackPath : {false, true})
     {
         if (fallbackPath)
@@ -92,7 +91,6 @@ TEST_F(NetworkReaderTest, WithoutTheModernNamespaceNothingIsFilled)
     info.name = L"Ethernet";
     fillFromNetAdapter(*makeObject({{L"NdisMedium", 0}, {L"PermanentAddress", L"00155D012A0B"}}), nullptr, info);
     EXPECT_EQ(info.type + info.macAddress, L"");
-    EXPECT_EQ(takeLog(),
-              Lines{"2 no 'ROOT\\StandardCIMv2' WMI namespace connection to fill Ethernet network adapter info"});
+    EXPECT_EQ(takeLog(), Lines{"2 no 'ROOT\\StandardCIMv2' WMI namespace connection to fill Ethernet network adapter info"});
 }
 }

@@ -111,9 +111,14 @@ TEST_F(PropertiesTest, DatesAreTakenAsWritten)
 
 TEST_F(PropertiesTest, SizesAreDecimalTexts)
 {
-    const std::pair<const wchar_t*, std::uint64_t> cases[] = {
-        {L"", 0}, {L"abc", 0}, {L" \t42 GB", 42}, {L"007", 7}, {L"0x10", 0}, {L"1,234", 1},
-        {L"18446744073709551615", UINT64_MAX}, {L"18446744073709551616", UINT64_MAX}};
+    const std::pair<const wchar_t*, std::uint64_t> cases[] = {{L"", 0},
+                                                              {L"abc", 0},
+                                                              {L" \t42 GB", 42},
+                                                              {L"007", 7},
+                                                              {L"0x10", 0},
+                                                              {L"1,234", 1},
+                                                              {L"18446744073709551615", UINT64_MAX},
+                                                              {L"18446744073709551616", UINT64_MAX}};
     for (const auto& [text, number] : cases)
     {
         std::uint64_t field = 7;

@@ -81,8 +81,7 @@ TEST(InventoryService, EmulatesMissingDevicesOfAVirtualMachineOnly)
     EXPECT_EQ((Texts{boards[0].name, boards[0].manufacturer, boards[0].model}),
               (Texts{L"Base Board", L"Microsoft Hyper-V Virtual Platform", L"Microsoft Hyper-V Emulated Base Board"}));
     const std::wstring gpu = L"Microsoft Hyper-V Emulated GPU";
-    EXPECT_EQ((Texts{gpus[0].name, gpus[0].manufacturer, gpus[0].model}),
-              (Texts{gpu, L"Microsoft Hyper-V Virtual Platform", gpu}));
+    EXPECT_EQ((Texts{gpus[0].name, gpus[0].manufacturer, gpus[0].model}), (Texts{gpu, L"Microsoft Hyper-V Virtual Platform", gpu}));
 
     management().cimv2.answers[L"SELECT * FROM Win32_BaseBoard"] = {{{L"Name", L"real"}}};
     management().cimv2.answers[L"SELECT * FROM Win32_VideoController"] = {{{L"Name", L""}}, {{L"Name", L"real"}}};
@@ -119,10 +118,9 @@ TEST(InventoryService, MemoryFallsBackToFirmwareAndTriesAgainAfterAFailure)
         const fakes::LogCapture log;
         EXPECT_TRUE(service().findRam().empty());
         EXPECT_EQ(service().usableMemory(), 0u);
-        const Lines expected{
-            {0, "failed to resolve RAM information using platform provider, fallback to SMBIOS"},
-            {1, "failed to resolve RAM information using SMBIOS provider: failed to read SMBIOS table"},
-            {1, "failed to resolve usable memory using GlobalMemoryStatusEx: system message 5\r\n (5)"}};
+        const Lines expected{{0, "failed to resolve RAM information using platform provider, fallback to SMBIOS"},
+                             {1, "failed to resolve RAM information using SMBIOS provider: failed to read SMBIOS table"},
+                             {1, "failed to resolve usable memory using GlobalMemoryStatusEx: system message 5\r\n (5)"}};
         EXPECT_EQ(log.lines(), expected);
     }
 

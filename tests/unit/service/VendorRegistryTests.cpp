@@ -1,7 +1,7 @@
+#include "bench/PlainVendorRegistry.h"
 #include "hw-inventory-impl/lib/PCI/PciIdDatabase.h"
 #include "hw-inventory-impl/lib/VendorRegistry.h"
 #include "st-core/lib/Text.h"
-#include "bench/PlainVendorRegistry.h"
 #include "tests/fakes/FakeMachine.h"
 
 #include <gtest/gtest.h>
@@ -16,39 +16,39 @@ using Lines = fakes::LogCapture::Lines;
 
 namespace
 {
-    template <class Registry = VendorRegistry>
-    Registry registryOf(const std::vector<std::wstring>& names)
-    {
-        Registry registry;
-        for (const std::wstring& name : names)
-            registry.registerVendor(name);
-        return registry;
-    }
+template <class Registry = VendorRegistry>
+Registry registryOf(const std::vector<std::wstring>& names)
+{
+    Registry registry;
+    for (const std::wstring& name : names)
+        registry.registerVendor(name);
+    return registry;
+}
 
-    // The answer and the log, which names each candidate once.
-    void compareWithPlain(const VendorRegistry& registry, const plain::VendorRegistry& expected, const std::wstring& text)
+// The answer and the log, which names each candidate once.
+void compareWithPlain(const VendorRegistry& registry, const plain::VendorRegistry& expected, const std::wstring& text)
+{
+    const std::wstring reduced = expected.reduce(text);
+    const auto [vendor, rest] = expected.closestVendor(text);
+    std::wstring names;
+    std::vector<std::wstring> known;
+    for (const auto* candidate : expected.candidates(reduced))
     {
-        const std::wstring reduced = expected.reduce(text);
-        const auto [vendor, rest] = expected.closestVendor(text);
-        std::wstring names;
-        std::vector<std::wstring> known;
-        for (const auto* candidate : expected.candidates(reduced))
-        {
-            if (std::ranges::count(known, candidate->name) != 0)
-                continue;
-            names += (known.empty() ? L"" : L", ") + candidate->name;
-            known.push_back(candidate->name);
-        }
-        Lines lines{{0, ZelStdCore::toUtf8(L"trying to find vendor for '" + text + L"' (reduced := " + reduced + L")")},
-                    {0, ZelStdCore::toUtf8(L"vendor candidates for '" + text + L"' := {" + names + L"}")}};
-        if (!known.empty())
-            lines.emplace_back(0, ZelStdCore::toUtf8(L"closest vendor for '" + text + L"' := '" + vendor + L"'"));
-
-        const fakes::LogCapture log;
-        const auto match = registry.closestVendor(text);
-        ASSERT_EQ(std::pair(match.vendor, match.rest), std::pair(vendor, rest)) << lines[0].second;
-        ASSERT_EQ(log.lines(), lines);
+        if (std::ranges::count(known, candidate->name) != 0)
+            continue;
+        names += (known.empty() ? L"" : L", ") + candidate->name;
+        known.push_back(candidate->name);
     }
+    Lines lines{{0, ZelStdCore::toUtf8(L"trying to find vendor for '" + text + L"' (reduced := " + reduced + L")")},
+                {0, ZelStdCore::toUtf8(L"vendor candidates for '" + text + L"' := {" + names + L"}")}};
+    if (!known.empty())
+        lines.emplace_back(0, ZelStdCore::toUtf8(L"closest vendor for '" + text + L"' := '" + vendor + L"'"));
+
+    const fakes::LogCapture log;
+    const auto match = registry.closestVendor(text);
+    ASSERT_EQ(std::pair(match.vendor, match.rest), std::pair(vendor, rest)) << lines[0].second;
+    ASSERT_EQ(log.lines(), lines);
+}
 }
 
 TEST(VendorRegistry, WarnsOfNamesWithTheSameReducedForm)
@@ -62,9 +62,9 @@ TEST(VendorRegistry, WarnsOfNamesWithTheSameReducedForm)
 
 TEST(VendorRegistry, FindsTheClosestOfTheNamesThatBeginLikeTheText)
 {
-    const auto registry = registryOf({L"Interphase", L"Intel Corporation\r", L"Intel", L"Int", L"Western Micro",
-                                      L"Western Digital\r", L"Tie Two", L"Tie One", L"3Com Corp.", L"\u00DCber Werke",
-                                      L"1234 5", L"42"});
+    const auto registry =
+        registryOf({L"Interphase", L"Intel Corporation\r", L"Intel", L"Int", L"Western Micro", L"Western Digital\r", L"Tie Two",
+                    L"Tie One", L"3Com Corp.", L"\u00DCber Werke", L"1234 5", L"42"});
     const struct
     {
         const wchar_t* text;
@@ -95,7 +95,8 @@ TEST(VendorRegistry, FindsTheClosestOfTheNamesThatBeginLikeTheText)
 TEST(VendorRegistry, AgreesWithThePlainQueryOnRandomNames)
 {
     std::mt19937 random(1);
-    const auto word = [&random] {
+    const auto word = [&random]
+    {
         std::wstring text;
         for (unsigned left = random() % 7; left > 0; --left)
             text += L"aaabB -%1\u00FC"[random() % 10];

@@ -14,33 +14,33 @@ using testing::ElementsAre;
 
 namespace
 {
-    struct Version
-    {
-        std::uint8_t major;
-        std::uint8_t minor;
-    };
+struct Version
+{
+    std::uint8_t major;
+    std::uint8_t minor;
+};
 
-    SmbiosInventory decode(Version version, std::vector<Structure> structures)
-    {
-        fakes::machine().smbiosTable = rawTable(version.major, version.minor, std::move(structures));
-        return SmbiosInventory();
-    }
+SmbiosInventory decode(Version version, std::vector<Structure> structures)
+{
+    fakes::machine().smbiosTable = rawTable(version.major, version.minor, std::move(structures));
+    return SmbiosInventory();
+}
 
-    std::wstring vendor(std::uint16_t id)
-    {
-        return PciIdDatabase::instance().vendorName(id);
-    }
+std::wstring vendor(std::uint16_t id)
+{
+    return PciIdDatabase::instance().vendorName(id);
+}
 
-    // A memory device of the given length with all six texts.
-    Structure memory(std::uint8_t length, std::uint16_t size)
-    {
-        Structure structure(17, length, {"DIMM 0", "BANK 0", "Maker ", "1234ABCD", "Tag", "Part"});
-        const std::pair<std::size_t, std::uint8_t> strings[] = {{0x10, 1}, {0x11, 2}, {0x17, 3}, {0x18, 4}, {0x19, 5}, {0x1A, 6}};
-        for (const auto& [offset, number] : strings)
-            if (offset < length)
-                structure.set(offset, number);
-        return structure.set(0x0C, size);
-    }
+// A memory device of the given length with all six texts.
+Structure memory(std::uint8_t length, std::uint16_t size)
+{
+    Structure structure(17, length, {"DIMM 0", "BANK 0", "Maker ", "1234ABCD", "Tag", "Part"});
+    const std::pair<std::size_t, std::uint8_t> strings[] = {{0x10, 1}, {0x11, 2}, {0x17, 3}, {0x18, 4}, {0x19, 5}, {0x1A, 6}};
+    for (const auto& [offset, number] : strings)
+        if (offset < length)
+            structure.set(offset, number);
+    return structure.set(0x0C, size);
+}
 }
 
 TEST(Decoders, TellTheSizeOfAMemoryDevice)
@@ -63,9 +63,7 @@ TEST(Decoders, TakeFromAMemoryDeviceWhatItsVersionAndLengthOffer)
     const std::wstring whole = L"name=Tag manufacturer=Maker  model=" + named;
     const std::wstring bare = L"name= manufacturer= model= status=3 serialNumber= capacity=1048576 deviceLocator=DIMM 0";
     const auto identified = [](std::uint16_t manufacturer, std::uint16_t product, std::uint8_t length = 0x54)
-    {
-        return memory(length, 1).set(0x2C, manufacturer).set(0x2E, product);
-    };
+    { return memory(length, 1).set(0x2C, manufacturer).set(0x2E, product); };
     const std::wstring intelModel = PciIdDatabase::instance().modelName(0x8086, 0x1237);
     ASSERT_FALSE(intelModel.empty());
 
@@ -82,8 +80,8 @@ TEST(Decoders, TakeFromAMemoryDeviceWhatItsVersionAndLengthOffer)
         {{2, 3}, memory(0x19, 1), L"name= manufacturer=Maker  model=" + named},
         {{3, 1}, identified(0x8086, 0x1237), whole},
         {{3, 2}, identified(0x8086, 0x1237), L"name=Tag manufacturer=" + vendor(0x8086) + L" model=" + intelModel + named},
-        {{4, 0}, identified(0xFFF0, 0x1237), whole}, // nobody's number: the text
-        {{3, 2}, memory(0x28, 1), whole},            // no room for numbers
+        {{4, 0}, identified(0xFFF0, 0x1237), whole},                                                    // nobody's number: the text
+        {{3, 2}, memory(0x28, 1), whole},                                                               // no room for numbers
         {{2, 7}, memory(0x22, 1).set<std::uint8_t>(0x17, 7), L"name=Tag manufacturer= model=" + named}, // no such string
     };
     for (const Case& test : cases)
@@ -99,8 +97,7 @@ TEST(Decoders, TakeFromAMemoryDeviceWhatItsVersionAndLengthOffer)
 
 TEST(Decoders, ReadNumericMakersAndProducts)
 {
-    const auto board = [](const std::string& maker, const std::string& product)
-    {
+    const auto board = [](const std::string& maker, const std::string& product) {
         return Structure(2, 15, {maker, product}).set<std::uint8_t>(4, 1).set<std::uint8_t>(5, 2).set<std::uint8_t>(13, 10);
     };
     const std::wstring intel = vendor(0x8086);
@@ -138,22 +135,21 @@ TEST(Decoders, ReadNumericMakersAndProducts)
     }
 
     for (const std::string number : {"0x123456789", "0xCE00000000000000"})
-        EXPECT_THAT([&] { decode({2, 3}, {board(number, "")}); },
-                    testing::ThrowsMessage<std::out_of_range>("stoul argument out of range"));
+        EXPECT_THAT(
+            [&] {
+                decode({2, 3}, {board(number, "")});
+            },
+            testing::ThrowsMessage<std::out_of_range>("stoul argument out of range"));
     EXPECT_EQ(decode({2, 3}, {board("0xFFFFFFFF", "")}).baseBoards()[0].manufacturer, vendor(0xFFFF));
 }
 
 TEST(Decoders, KeepMotherboardsAlone)
 {
     const auto board = [](std::uint8_t length, std::vector<std::string> strings)
-    {
-        return Structure(2, length, std::move(strings))
-            .set<std::uint8_t>(4, 1)
-            .set<std::uint8_t>(5, 2)
-            .set<std::uint8_t>(7, 3);
+    { return Structure(2, length, std::move(strings)).set<std::uint8_t>(4, 1).set<std::uint8_t>(5, 2).set<std::uint8_t>(7, 3); };
+    const auto typed = [board](std::uint8_t type) {
+        return board(15, {"Maker", "Board", "Serial", "Tag"}).set<std::uint8_t>(8, 4).set<std::uint8_t>(13, type);
     };
-    const auto typed = [board](std::uint8_t type)
-    { return board(15, {"Maker", "Board", "Serial", "Tag"}).set<std::uint8_t>(8, 4).set<std::uint8_t>(13, type); };
     // Shorter than its type: the byte is one of the strings.
     const auto accidental = board(8, {"Maker\nWorks", "Board", "Serial"});
     const auto plain = board(8, {"Maker Works", "Board", "Serial"});

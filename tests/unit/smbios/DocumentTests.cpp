@@ -8,39 +8,39 @@ using namespace smbios_test;
 
 namespace
 {
-    Structure memory(const std::string& maker, std::uint16_t size, std::uint16_t makerNumber = 0)
-    {
-        return Structure(17, 0x54, {"DIMM \xC3\xBC", maker, "0x00000000"})
-            .set(0x0C, size)
-            .set<std::uint8_t>(0x10, 1)
-            .set<std::uint8_t>(0x17, 2)
-            .set<std::uint8_t>(0x18, 3)
-            .set<std::uint32_t>(0x1C, 65536)
-            .set(0x2C, makerNumber)
-            .set<std::uint16_t>(0x2E, 0xFFF0);
-    }
+Structure memory(const std::string& maker, std::uint16_t size, std::uint16_t makerNumber = 0)
+{
+    return Structure(17, 0x54, {"DIMM \xC3\xBC", maker, "0x00000000"})
+        .set(0x0C, size)
+        .set<std::uint8_t>(0x10, 1)
+        .set<std::uint8_t>(0x17, 2)
+        .set<std::uint8_t>(0x18, 3)
+        .set<std::uint32_t>(0x1C, 65536)
+        .set(0x2C, makerNumber)
+        .set<std::uint16_t>(0x2E, 0xFFF0);
+}
 
-    std::string document()
-    {
-        fakes::machine().physicalMemory = 7;
-        char* buffer = nullptr;
-        std::size_t size = 0;
-        EXPECT_EQ(hardware_inventory_find_ram(&buffer, &size), EXPORT_STATUS_SUCCESS);
-        const std::string text(buffer, size - 1);
-        release_buffer(buffer);
-        return text;
-    }
+std::string document()
+{
+    fakes::machine().physicalMemory = 7;
+    char* buffer = nullptr;
+    std::size_t size = 0;
+    EXPECT_EQ(hardware_inventory_find_ram(&buffer, &size), EXPORT_STATUS_SUCCESS);
+    const std::string text(buffer, size - 1);
+    release_buffer(buffer);
+    return text;
+}
 }
 
 TEST(RamDocument, TellsTheFirmwaresPopulatedSockets)
 {
-    fakes::machine().smbiosTable = rawTable(
-        3, 2, {memory(" Maker  ", 0x7FFF), memory("Maker", 0), memory("Maker", 0xFFFF, 0x8086), memory("0xFFF0", 0x8010)});
+    fakes::machine().smbiosTable =
+        rawTable(3, 2, {memory(" Maker  ", 0x7FFF), memory("Maker", 0), memory("Maker", 0xFFFF, 0x8086), memory("0xFFF0", 0x8010)});
     const std::string common = "\"deviceLocator\":\"DIMM \xC3\xBC\",";
     EXPECT_EQ(document(), R"({"rams":[{"capacity":68719476736,)" + common +
                               R"("manufacturer":"Maker","name":"Physical Memory Slot 1"},{)" + common +
-                              R"("manufacturer":"Intel Corporation","name":"Physical Memory Slot 2"},{"capacity":16384,)" +
-                              common + R"("name":"Physical Memory Slot 3"}],"usableMemory":7})");
+                              R"("manufacturer":"Intel Corporation","name":"Physical Memory Slot 2"},{"capacity":16384,)" + common +
+                              R"("name":"Physical Memory Slot 3"}],"usableMemory":7})");
 }
 
 TEST(RamDocument, IsEmptyForATableThatCannotBeDecoded)

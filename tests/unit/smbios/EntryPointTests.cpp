@@ -15,88 +15,87 @@ using namespace smbios_test;
 
 namespace
 {
-    constexpr std::size_t kTableOffset = 0x1234;
+constexpr std::size_t kTableOffset = 0x1234;
 
-    template <class Number>
-    void put(Bytes& bytes, std::size_t offset, Number number)
-    {
-        std::memcpy(&bytes.at(offset), &number, sizeof number);
-    }
+template <class Number>
+void put(Bytes& bytes, std::size_t offset, Number number)
+{
+    std::memcpy(&bytes.at(offset), &number, sizeof number);
+}
 
-    Bytes checksummed(Bytes entryPoint, std::size_t checksumOffset)
-    {
-        entryPoint[checksumOffset] -= std::accumulate(entryPoint.begin(), entryPoint.end(), std::uint8_t{0});
-        return entryPoint;
-    }
+Bytes checksummed(Bytes entryPoint, std::size_t checksumOffset)
+{
+    entryPoint[checksumOffset] -= std::accumulate(entryPoint.begin(), entryPoint.end(), std::uint8_t{0});
+    return entryPoint;
+}
 
-    Bytes entryPoint64(std::uint64_t address = 0xE0000 + kTableOffset, std::uint32_t length = 0x1000,
-                       const char* anchor = "_SM3_")
-    {
-        Bytes bytes(0x18);
-        std::memcpy(bytes.data(), anchor, 5);
-        bytes[6] = 0x18;
-        bytes[7] = 3;
-        bytes[8] = 2;
-        put(bytes, 0x0C, length);
-        put(bytes, 0x10, address);
-        return checksummed(bytes, 5);
-    }
+Bytes entryPoint64(std::uint64_t address = 0xE0000 + kTableOffset, std::uint32_t length = 0x1000, const char* anchor = "_SM3_")
+{
+    Bytes bytes(0x18);
+    std::memcpy(bytes.data(), anchor, 5);
+    bytes[6] = 0x18;
+    bytes[7] = 3;
+    bytes[8] = 2;
+    put(bytes, 0x0C, length);
+    put(bytes, 0x10, address);
+    return checksummed(bytes, 5);
+}
 
-    Bytes entryPoint32(std::uint8_t length = 0x1F)
+Bytes entryPoint32(std::uint8_t length = 0x1F)
+{
+    Bytes bytes(length);
+    std::memcpy(bytes.data(), "_SM_", 4);
+    bytes[5] = length;
+    bytes[6] = 2;
+    bytes[7] = 8;
+    if (length >= 0x1C)
     {
-        Bytes bytes(length);
-        std::memcpy(bytes.data(), "_SM_", 4);
-        bytes[5] = length;
-        bytes[6] = 2;
-        bytes[7] = 8;
-        if (length >= 0x1C)
-        {
-            put<std::uint16_t>(bytes, 0x16, 0x1000);
-            put<std::uint32_t>(bytes, 0x18, 0xE0000 + kTableOffset);
-        }
-        return checksummed(bytes, 4);
+        put<std::uint16_t>(bytes, 0x16, 0x1000);
+        put<std::uint32_t>(bytes, 0x18, 0xE0000 + kTableOffset);
     }
+    return checksummed(bytes, 4);
+}
 
-    Bytes with(Bytes bytes, std::size_t offset, std::uint8_t value)
-    {
-        bytes.at(offset) = value;
-        return bytes;
-    }
+Bytes with(Bytes bytes, std::size_t offset, std::uint8_t value)
+{
+    bytes.at(offset) = value;
+    return bytes;
+}
 
-    Bytes cut(Bytes bytes, std::size_t size)
-    {
-        bytes.resize(size);
-        return bytes;
-    }
+Bytes cut(Bytes bytes, std::size_t size)
+{
+    bytes.resize(size);
+    return bytes;
+}
 
-    // What becomes of an entry point: the structures walked, or the failure; then the log's lines.
-    std::string outcome(const Bytes& entryPoint)
+// What becomes of an entry point: the structures walked, or the failure; then the log's lines.
+std::string outcome(const Bytes& entryPoint)
+{
+    const fakes::LogCapture log;
+    std::string result;
+    Win32Parser parser;
+    for (const std::uint8_t type : {11, 127})
+        parser.registerHandler(type, [&result, type](const Version& version, const Struct*)
+                               { result += std::to_string(type) + " of " + std::to_string(version.major) + "; "; });
+    try
     {
-        const fakes::LogCapture log;
-        std::string result;
-        Win32Parser parser;
-        for (const std::uint8_t type : {11, 127})
-            parser.registerHandler(type, [&result, type](const Version& version, const Struct*)
-                                   { result += std::to_string(type) + " of " + std::to_string(version.major) + "; "; });
-        try
-        {
-            parser.parse(entryPoint);
-        }
-        catch (const ErrorHandling::Exception& error)
-        {
-            EXPECT_EQ(error.message(), errorText(error.code()));
-            EXPECT_EQ(error.function(), L"HardwareInventory::SMBIOS::AbstractParser::parse");
-            EXPECT_THAT(ZelStdCore::toUtf8(error.file()), testing::StartsWith("hw-inventory-impl\\lib\\SMBIOS\\AbstractParser"));
-            result += ZelStdCore::toUtf8(error.message());
-        }
-        catch (const std::runtime_error& error)
-        {
-            result += error.what();
-        }
-        for (const auto& [level, line] : log.lines())
-            result += std::to_string(level) + " " + line;
-        return result;
+        parser.parse(entryPoint);
     }
+    catch (const ErrorHandling::Exception& error)
+    {
+        EXPECT_EQ(error.message(), errorText(error.code()));
+        EXPECT_EQ(error.function(), L"HardwareInventory::SMBIOS::AbstractParser::parse");
+        EXPECT_THAT(ZelStdCore::toUtf8(error.file()), testing::StartsWith("hw-inventory-impl\\lib\\SMBIOS\\AbstractParser"));
+        result += ZelStdCore::toUtf8(error.message());
+    }
+    catch (const std::runtime_error& error)
+    {
+        result += error.what();
+    }
+    for (const auto& [level, line] : log.lines())
+        result += std::to_string(level) + " " + line;
+    return result;
+}
 }
 
 TEST(EntryPoint, LeadsToItsTableOrToAClearFailure)

@@ -13,26 +13,26 @@ using testing::ThrowsMessage;
 
 namespace
 {
-    Structure module(const std::string& locator)
-    {
-        return Structure(17, 0x15, {locator}).set<std::uint16_t>(0x0C, 1).set<std::uint8_t>(0x10, 1);
-    }
+Structure module(const std::string& locator)
+{
+    return Structure(17, 0x15, {locator}).set<std::uint16_t>(0x0C, 1).set<std::uint8_t>(0x10, 1);
+}
 
-    void failAt(const std::string& operation)
-    {
-        fakes::machine().fails = [operation](const char* asked) { return asked == operation; };
-    }
+void failAt(const std::string& operation)
+{
+    fakes::machine().fails = [operation](const char* asked) { return asked == operation; };
+}
 
-    // Replaces the table between the two questions for it.
-    void tableChangesTo(const Bytes& table)
+// Replaces the table between the two questions for it.
+void tableChangesTo(const Bytes& table)
+{
+    fakes::machine().fails = [table](const char* asked)
     {
-        fakes::machine().fails = [table](const char* asked)
-        {
-            if (asked == std::string("GetSystemFirmwareTable"))
-                fakes::machine().smbiosTable = table;
-            return false;
-        };
-    }
+        if (asked == std::string("GetSystemFirmwareTable"))
+            fakes::machine().smbiosTable = table;
+        return false;
+    };
+}
 }
 
 TEST(Inventory, IsEmptyWhereTheSystemHasNoTable)
@@ -69,9 +69,8 @@ TEST(Inventory, ReadsTheTableOnceItCan)
     fakes::machine().smbiosTable = rawTable(2, 7, std::vector<Structure>(9, module("outdated")));
     tableChangesTo(table);
     EXPECT_THAT(showAll(instance()),
-                testing::ElementsAre(
-                    L"name= manufacturer= model= status=3 serialNumber= capacity=1048576 deviceLocator=A",
-                    L"name= manufacturer= model= status=3 serialNumber= capacity=1048576 deviceLocator=B"));
+                testing::ElementsAre(L"name= manufacturer= model= status=3 serialNumber= capacity=1048576 deviceLocator=A",
+                                     L"name= manufacturer= model= status=3 serialNumber= capacity=1048576 deviceLocator=B"));
 
     fakes::machine().smbiosTable.clear();
     fakes::machine().calls.clear();

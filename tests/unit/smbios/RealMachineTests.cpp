@@ -16,75 +16,75 @@ using namespace smbios_test;
 
 namespace
 {
-    class RealMachineTest : public testing::Test
+class RealMachineTest : public testing::Test
+{
+protected:
+    void SetUp() override
     {
-    protected:
-        void SetUp() override
-        {
-            machines_ = realMachines();
-            if (machines_.empty())
-                GTEST_SKIP() << "HW_INVENTORY_CORPUS names no data of real machines";
-        }
-
-        std::vector<RealMachine> machines_;
-    };
-
-    std::vector<std::string> walkedHeaders(const Bytes& table)
-    {
-        fakes::machine().smbiosTable = table;
-        std::vector<std::string> headers;
-        Win32Parser parser;
-        for (unsigned type = 0; type < 256; ++type)
-            parser.registerHandler(static_cast<std::uint8_t>(type),
-                                   [&headers](const Version&, const Struct* structure)
-                                   { headers.push_back(header(structure->handle(), structure->type(), structure->length())); });
-        parser.read();
-        return headers;
+        machines_ = realMachines();
+        if (machines_.empty())
+            GTEST_SKIP() << "HW_INVENTORY_CORPUS names no data of real machines";
     }
 
-    // dmidecode prints a dot for what cannot be printed.
-    std::wstring printed(std::wstring line)
-    {
-        std::ranges::replace_if(line, [](wchar_t letter) { return letter < L' ' || letter > L'~'; }, L'.');
-        return line;
-    }
+    std::vector<RealMachine> machines_;
+};
 
-    template <class Line>
-    void expectSame(std::vector<Line> lines, const std::vector<Line>& expected, bool broken)
-    {
-        if (broken && lines.size() > expected.size())
-            lines.resize(expected.size());
-        EXPECT_EQ(lines, expected);
-    }
+std::vector<std::string> walkedHeaders(const Bytes& table)
+{
+    fakes::machine().smbiosTable = table;
+    std::vector<std::string> headers;
+    Win32Parser parser;
+    for (unsigned type = 0; type < 256; ++type)
+        parser.registerHandler(static_cast<std::uint8_t>(type), [&headers](const Version&, const Struct* structure)
+                               { headers.push_back(header(structure->handle(), structure->type(), structure->length())); });
+    parser.read();
+    return headers;
+}
 
-    void expectSameRecords(std::vector<std::wstring> lines, std::vector<std::wstring> expected, bool broken)
-    {
-        for (auto* const side : {&lines, &expected})
-            std::ranges::transform(*side, side->begin(), printed);
-        expectSame(lines, expected, broken);
-    }
+// dmidecode prints a dot for what cannot be printed.
+std::wstring printed(std::wstring line)
+{
+    std::ranges::replace_if(
+        line, [](wchar_t letter) { return letter < L' ' || letter > L'~'; }, L'.');
+    return line;
+}
 
-    // The places of the populated sockets; nothing when the table cannot be decoded.
-    std::optional<std::vector<std::wstring>> locators(const Bytes& table)
+template <class Line>
+void expectSame(std::vector<Line> lines, const std::vector<Line>& expected, bool broken)
+{
+    if (broken && lines.size() > expected.size())
+        lines.resize(expected.size());
+    EXPECT_EQ(lines, expected);
+}
+
+void expectSameRecords(std::vector<std::wstring> lines, std::vector<std::wstring> expected, bool broken)
+{
+    for (auto* const side : {&lines, &expected})
+        std::ranges::transform(*side, side->begin(), printed);
+    expectSame(lines, expected, broken);
+}
+
+// The places of the populated sockets; nothing when the table cannot be decoded.
+std::optional<std::vector<std::wstring>> locators(const Bytes& table)
+{
+    fakes::machine().smbiosTable = table;
+    fakes::machine().calls.clear();
+    std::vector<std::wstring> places;
+    try
     {
-        fakes::machine().smbiosTable = table;
-        fakes::machine().calls.clear();
-        std::vector<std::wstring> places;
-        try
-        {
-            for (const RamInfo& module : SmbiosInventory().memoryModules())
-                places.push_back(module.deviceLocator);
-        }
-        catch (const std::runtime_error&)
-        {
-            return std::nullopt; // no head
-        }
-        catch (const std::out_of_range&)
-        {
-            return std::nullopt; // a numeric maker of more than 32 bits
-        }
-        return places;
+        for (const RamInfo& module : SmbiosInventory().memoryModules())
+            places.push_back(module.deviceLocator);
     }
+    catch (const std::runtime_error&)
+    {
+        return std::nullopt; // no head
+    }
+    catch (const std::out_of_range&)
+    {
+        return std::nullopt; // a numeric maker of more than 32 bits
+    }
+    return places;
+}
 }
 
 TEST_F(RealMachineTest, DecodesLikeDmidecode)

@@ -4,11 +4,11 @@ namespace smbios_test
 {
 namespace
 {
-    std::wstring common(const HardwareInventory::DeviceInfo& device)
-    {
-        return L"name=" + device.name + L" manufacturer=" + device.manufacturer + L" model=" + device.model + L" status=" +
-               std::to_wstring(static_cast<unsigned>(device.status)) + device.deviceID + device.pciAddress;
-    }
+std::wstring common(const HardwareInventory::DeviceInfo& device)
+{
+    return L"name=" + device.name + L" manufacturer=" + device.manufacturer + L" model=" + device.model + L" status=" +
+           std::to_wstring(static_cast<unsigned>(device.status)) + device.deviceID + device.pciAddress;
+}
 }
 
 std::wstring show(const HardwareInventory::MotherBoardInfo& board)

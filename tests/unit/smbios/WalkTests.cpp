@@ -14,87 +14,87 @@ using testing::ElementsAre;
 
 namespace
 {
-    // Sees every structure of a table: "type@offset:strings", the offset counted from the first structure.
-    class Witness
+// Sees every structure of a table: "type@offset:strings", the offset counted from the first structure.
+class Witness
+{
+public:
+    explicit Witness(Bytes table)
     {
-    public:
-        explicit Witness(Bytes table)
-        {
-            fakes::machine().smbiosTable = std::move(table);
-            for (unsigned type = 0; type <= std::numeric_limits<std::uint8_t>::max(); ++type)
-                parser_.registerHandler(static_cast<std::uint8_t>(type),
-                                        [this](const Version&, const Struct* structure) { see(*structure); });
-            parser_.read();
-        }
-
-        std::vector<std::string> trace;
-
-    private:
-        void see(const Struct& structure)
-        {
-            if (trace.empty())
-                first_ = structure.bytes();
-            std::string line = std::to_string(structure.type()) + "@" + std::to_string(structure.bytes() - first_);
-            for (const std::wstring& text : AbstractParser::strings(structure))
-                line += ":" + ZelStdCore::toUtf8(text);
-            trace.push_back(line);
-        }
-
-        Win32Parser parser_;
-        const std::uint8_t* first_ = nullptr;
-    };
-
-    // Touches whatever a handler can reach, and checks that it lies in the table's buffer.
-    class Prober
-    {
-    public:
-        explicit Prober(const Bytes& structures) : size_(structures.size())
-        {
-            fakes::machine().smbiosTable = rawTable(3, 6, structures);
-            for (unsigned type = 0; type <= std::numeric_limits<std::uint8_t>::max(); ++type)
-                parser_.registerHandler(static_cast<std::uint8_t>(type),
-                                        [this](const Version&, const Struct* structure) { probe(*structure); });
-            parser_.read();
-        }
-
-        bool endedOnce() const { return ends_ == 1 && lastWasEnd_ && inside_; }
-        std::size_t count() const { return count_; }
-
-    private:
-        void probe(const Struct& structure)
-        {
-            if (count_++ == 0)
-                first_ = structure.bytes();
-            inside_ = inside_ && static_cast<std::size_t>(structure.bytes() - first_) < size_ + kTableTailSize;
-            lastWasEnd_ = structure.type() == StructureType::endOfTable;
-            ends_ += lastWasEnd_;
-            const std::ptrdiff_t left = first_ + size_ - structure.bytes();
-            for (const std::ptrdiff_t offset : {0x00, 0x0D, 0xF7, 0xF8, 0xFF})
-            {
-                const bool within = offset + 8 <= std::min<std::ptrdiff_t>(structure.length(), left);
-                inside_ = inside_ && structure.field<std::uint64_t>(offset).has_value() == within;
-                inside_ = inside_ && (offset < left || structure.byteAt(offset) == 0);
-            }
-            for (const std::string_view text : structure.stringSet())
-                inside_ = inside_ && text.find('\0') == std::string_view::npos &&
-                          reinterpret_cast<const std::uint8_t*>(text.data() + text.size()) <= first_ + size_;
-        }
-
-        Win32Parser parser_;
-        std::size_t size_;
-        const std::uint8_t* first_ = nullptr;
-        std::size_t count_ = 0;
-        int ends_ = 0;
-        bool lastWasEnd_ = false;
-        bool inside_ = true;
-    };
-
-    void expectEnd(const Bytes& structures)
-    {
-        const Prober prober(structures);
-        ASSERT_TRUE(prober.endedOnce()) << testing::PrintToString(structures);
-        ASSERT_LE(prober.count(), structures.size() / 2 + 2) << testing::PrintToString(structures);
+        fakes::machine().smbiosTable = std::move(table);
+        for (unsigned type = 0; type <= std::numeric_limits<std::uint8_t>::max(); ++type)
+            parser_.registerHandler(static_cast<std::uint8_t>(type),
+                                    [this](const Version&, const Struct* structure) { see(*structure); });
+        parser_.read();
     }
+
+    std::vector<std::string> trace;
+
+private:
+    void see(const Struct& structure)
+    {
+        if (trace.empty())
+            first_ = structure.bytes();
+        std::string line = std::to_string(structure.type()) + "@" + std::to_string(structure.bytes() - first_);
+        for (const std::wstring& text : AbstractParser::strings(structure))
+            line += ":" + ZelStdCore::toUtf8(text);
+        trace.push_back(line);
+    }
+
+    Win32Parser parser_;
+    const std::uint8_t* first_ = nullptr;
+};
+
+// Touches whatever a handler can reach, and checks that it lies in the table's buffer.
+class Prober
+{
+public:
+    explicit Prober(const Bytes& structures) : size_(structures.size())
+    {
+        fakes::machine().smbiosTable = rawTable(3, 6, structures);
+        for (unsigned type = 0; type <= std::numeric_limits<std::uint8_t>::max(); ++type)
+            parser_.registerHandler(static_cast<std::uint8_t>(type),
+                                    [this](const Version&, const Struct* structure) { probe(*structure); });
+        parser_.read();
+    }
+
+    bool endedOnce() const { return ends_ == 1 && lastWasEnd_ && inside_; }
+    std::size_t count() const { return count_; }
+
+private:
+    void probe(const Struct& structure)
+    {
+        if (count_++ == 0)
+            first_ = structure.bytes();
+        inside_ = inside_ && static_cast<std::size_t>(structure.bytes() - first_) < size_ + kTableTailSize;
+        lastWasEnd_ = structure.type() == StructureType::endOfTable;
+        ends_ += lastWasEnd_;
+        const std::ptrdiff_t left = first_ + size_ - structure.bytes();
+        for (const std::ptrdiff_t offset : {0x00, 0x0D, 0xF7, 0xF8, 0xFF})
+        {
+            const bool within = offset + 8 <= std::min<std::ptrdiff_t>(structure.length(), left);
+            inside_ = inside_ && structure.field<std::uint64_t>(offset).has_value() == within;
+            inside_ = inside_ && (offset < left || structure.byteAt(offset) == 0);
+        }
+        for (const std::string_view text : structure.stringSet())
+            inside_ = inside_ && text.find('\0') == std::string_view::npos &&
+                      reinterpret_cast<const std::uint8_t*>(text.data() + text.size()) <= first_ + size_;
+    }
+
+    Win32Parser parser_;
+    std::size_t size_;
+    const std::uint8_t* first_ = nullptr;
+    std::size_t count_ = 0;
+    int ends_ = 0;
+    bool lastWasEnd_ = false;
+    bool inside_ = true;
+};
+
+void expectEnd(const Bytes& structures)
+{
+    const Prober prober(structures);
+    ASSERT_TRUE(prober.endedOnce()) << testing::PrintToString(structures);
+    ASSERT_LE(prober.count(), structures.size() / 2 + 2) << testing::PrintToString(structures);
+}
 }
 
 TEST(Walk, VisitsEveryStructureAndItsStringsUpToTheEndOfTable)
@@ -123,8 +123,8 @@ TEST(Walk, ComesToRestBehindATableWithoutAnEnd)
         {{sound.begin(), sound.begin() + 8}, {"11@0::A:B", "127@266:"}},
         {{sound.begin(), sound.begin() + 5}, {"11@0:", "127@263:"}},
         {{sound.begin(), sound.begin() + 1}, {"11@0:", "127@259:"}},
-        {{5, 200, 0, 0}, {"5@0:", "127@262:"}},                           // formatted beyond the table
-        {{8, 4, 0, 0, 0}, {"8@0:", "127@6:"}},                            // one of the two zeros
+        {{5, 200, 0, 0}, {"5@0:", "127@262:"}},                                // formatted beyond the table
+        {{8, 4, 0, 0, 0}, {"8@0:", "127@6:"}},                                 // one of the two zeros
         {{0, 0, 0, 0, 8, 4, 0, 0, 0, 0}, {"0@0:", "0@2:", "8@4:", "127@10:"}}, // scratch bytes
     };
     for (const Case& test : cases)
@@ -158,9 +158,9 @@ TEST(Walk, StaysInsideWhateverTheBytesAre)
 
 TEST(Walk, RunsTheLastHandlerOfATypeAndWarnsOfMissingOnes)
 {
-    fakes::machine().smbiosTable =
-        rawTable(2, 7, {Structure(17, 4), Structure(0, 4), Structure(42, 4), Structure(43, 4), Structure(125, 4),
-                        Structure(126, 4), Structure(128, 4), Structure(255, 4)});
+    fakes::machine().smbiosTable = rawTable(2, 7,
+                                            {Structure(17, 4), Structure(0, 4), Structure(42, 4), Structure(43, 4),
+                                             Structure(125, 4), Structure(126, 4), Structure(128, 4), Structure(255, 4)});
     const fakes::LogCapture log;
     std::string ran;
     Win32Parser parser;
@@ -172,9 +172,8 @@ TEST(Walk, RunsTheLastHandlerOfATypeAndWarnsOfMissingOnes)
     EXPECT_EQ(ran, "second 2.7");
     const auto missing = [](const std::string& name, const std::string& type)
     { return std::pair(std::uint32_t{1}, "no registered '" + name + "' (" + type + ") SMBIOS structure handler"); };
-    EXPECT_THAT(log.lines(),
-                ElementsAre(std::pair(1u, "substitution of structure handler: memory device"), missing("BIOS", "0"),
-                            missing("management controller host", "42"), missing("invalid", "43"), missing("invalid", "125"),
-                            missing("inactive", "126"), missing("invalid", "128"), missing("invalid", "255"),
-                            missing("end-of-table", "127")));
+    EXPECT_THAT(log.lines(), ElementsAre(std::pair(1u, "substitution of structure handler: memory device"), missing("BIOS", "0"),
+                                         missing("management controller host", "42"), missing("invalid", "43"),
+                                         missing("invalid", "125"), missing("inactive", "126"), missing("invalid", "128"),
+                                         missing("invalid", "255"), missing("end-of-table", "127")));
 }

@@ -9,10 +9,10 @@
 #include <stdexcept>
 
 using namespace ZelStdCore;
+using fakes::machine;
 using HardwareInventory::ErrorHandling::ErrorCode;
 using HardwareInventory::ErrorHandling::errorText;
 using HardwareInventory::ErrorHandling::Exception;
-using fakes::machine;
 
 namespace
 {
@@ -63,8 +63,8 @@ TEST(OSError, TextOfAnErrorNumber)
     }
     catch (const RuntimeException& error)
     {
-        EXPECT_EQ(wordsOf(error), (Texts{L"failed to get (-1) errno status description: status = 22",
-                                         L"st-core\\lib\\OSError.cpp", L"ZelStdCore::strerror"}));
+        EXPECT_EQ(wordsOf(error), (Texts{L"failed to get (-1) errno status description: status = 22", L"st-core\\lib\\OSError.cpp",
+                                         L"ZelStdCore::strerror"}));
         EXPECT_GT(error.line(), 0);
         EXPECT_EQ(namesOf(error.frames()), Texts{L"c"});
     }
@@ -99,7 +99,10 @@ TEST(RuntimeException, TraceOfEveryShapeOfStack)
         {{L"a", L"b", L"invoke_main", L"c"}, Trace::capture, 2, {}},
         {{L"invoke_main", L"a", L"b"}, Trace::capture, 2, {L"b"}}, // the start-up code is skipped
         {{L"a", L"invoke_main", L"b", L"invoke_main"}, Trace::capture, 0, {L"a"}},
-        {{L"invoke_main2", L"Invoke_main", L"ns::invoke_main"}, Trace::capture, 0, {L"invoke_main2", L"Invoke_main", L"ns::invoke_main"}},
+        {{L"invoke_main2", L"Invoke_main", L"ns::invoke_main"},
+         Trace::capture,
+         0,
+         {L"invoke_main2", L"Invoke_main", L"ns::invoke_main"}},
     };
     for (const auto& [stack, trace, skipFrames, expected] : cases)
     {

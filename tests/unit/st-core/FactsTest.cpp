@@ -12,12 +12,9 @@ using fakes::machine;
 TEST(DeviceStatus, FromTheTextOfAManagementClass)
 {
     const std::pair<const wchar_t*, DeviceStatus> cases[] = {
-        {L"OK", DeviceStatus::ok},
-        {L"Pred Fail", DeviceStatus::ok},
-        {L"Error", DeviceStatus::hasIssues},
-        {L"Service", DeviceStatus::hasIssues},
-        {L"ok", DeviceStatus::unknown},
-        {L"Error ", DeviceStatus::unknown},
+        {L"OK", DeviceStatus::ok},           {L"Pred Fail", DeviceStatus::ok},
+        {L"Error", DeviceStatus::hasIssues}, {L"Service", DeviceStatus::hasIssues},
+        {L"ok", DeviceStatus::unknown},      {L"Error ", DeviceStatus::unknown},
         {L"", DeviceStatus::unknown},
     };
     for (const auto& [text, status] : cases)
@@ -49,7 +46,8 @@ TEST(VirtualMachine, AsksTheLibraryAnewEachTime)
 {
     // A library in place of ours may call a type virtual and change its mind between two questions.
     machine().vmType = 25;
-    machine().fails = [](const std::string& operation) {
+    machine().fails = [](const std::string& operation)
+    {
         const auto asked = std::ranges::count(machine().calls, operation);
         machine().vmType = operation == "VmProbe_GetHostVMType" && asked == 2 ? 26 : machine().vmType;
         return false;

@@ -68,9 +68,9 @@ protected:
         return found ? match[1].str() : "none in " + text;
     }
 
-    const std::filesystem::path folder_ = std::filesystem::temp_directory_path()
-                                          / (std::string("st-core-logging-")
-                                             + testing::UnitTest::GetInstance()->current_test_info()->name());
+    const std::filesystem::path folder_ =
+        std::filesystem::temp_directory_path() /
+        (std::string("st-core-logging-") + testing::UnitTest::GetInstance()->current_test_info()->name());
     std::optional<FileLogger> logger_{std::in_place};
 };
 }
@@ -92,8 +92,10 @@ TEST_F(FileLoggingTest, EachSeverityGoesToItsFile)
                                 "2021-03-04 10:11:12 <info>: narrow\n");
     EXPECT_EQ(read("counters.log"), "2021-03-04 10:11:12 <counter>: five \xC3\xA4\n");
     const std::string number = threadNumber();
-    EXPECT_EQ(read("error.log"), "2021-03-04 10:11:12 thread: " + number + "  <error>: three\n"
-                                 "2021-03-04 10:11:12 thread: " + number + "  <fatal>: probe\n");
+    EXPECT_EQ(read("error.log"), "2021-03-04 10:11:12 thread: " + number +
+                                     "  <error>: three\n"
+                                     "2021-03-04 10:11:12 thread: " +
+                                     number + "  <fatal>: probe\n");
 }
 
 TEST_F(FileLoggingTest, ShowsTheThreadOfTheSetUp)
@@ -101,11 +103,14 @@ TEST_F(FileLoggingTest, ShowsTheThreadOfTheSetUp)
     setUp(false);
     const std::string ours = threadNumber();
     std::string sameFromElsewhere, others;
-    std::thread([&] {
-        sameFromElsewhere = threadNumber();
-        setUp(false);
-        others = threadNumber();
-    }).join();
+    std::thread(
+        [&]
+        {
+            sameFromElsewhere = threadNumber();
+            setUp(false);
+            others = threadNumber();
+        })
+        .join();
     EXPECT_EQ(sameFromElsewhere, ours);
     EXPECT_NE(others, ours);
     EXPECT_EQ(threadNumber(), others);
@@ -142,7 +147,8 @@ TEST_F(FileLoggingTest, StampsRecordsWithTheLocalTime)
 
 TEST_F(FileLoggingTest, TellsWhyThereAreNoFiles)
 {
-    const auto failureOf = [this](const std::filesystem::path& folder) -> std::string {
+    const auto failureOf = [this](const std::filesystem::path& folder) -> std::string
+    {
         try
         {
             logger_->initFileLogging(folder.wstring(), true);

@@ -32,9 +32,9 @@ protected:
     }
 
     // One folder per test: tests of this binary run side by side.
-    const std::filesystem::path folder_ = std::filesystem::temp_directory_path()
-                                          / (std::string("st-core-mapped-")
-                                             + testing::UnitTest::GetInstance()->current_test_info()->name());
+    const std::filesystem::path folder_ =
+        std::filesystem::temp_directory_path() /
+        (std::string("st-core-mapped-") + testing::UnitTest::GetInstance()->current_test_info()->name());
 };
 
 std::wstring failureOf(MemoryMappedFile& file, const std::wstring& path)

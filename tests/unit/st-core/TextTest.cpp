@@ -37,12 +37,12 @@ TEST(Text, IllFormedWideTextBecomesReplacements)
 TEST(Text, IllFormedUtf8IsTakenAsLatin1Whole)
 {
     for (const std::string_view bytes : {
-             "\xC4\x80 then \xFF", // the sound part is not kept apart
-             "\x80", // continuation without lead
-             "\xC3", "\xE2\x82", "\xF0\x9F\x98", // cut off
-             "\xC3(", "\xE2\x82(", "\xC3\xC3", // continuation missing
-             "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF", // longer than needed
-             "\xED\xA0\x80", "\xED\xBF\xBF", // surrogates
+             "\xC4\x80 then \xFF",                               // the sound part is not kept apart
+             "\x80",                                             // continuation without lead
+             "\xC3", "\xE2\x82", "\xF0\x9F\x98",                 // cut off
+             "\xC3(", "\xE2\x82(", "\xC3\xC3",                   // continuation missing
+             "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF",     // longer than needed
+             "\xED\xA0\x80", "\xED\xBF\xBF",                     // surrogates
              "\xF4\x90\x80\x80", "\xF8\x88\x80\x80\x80", "\xFE", // beyond the last code point
          })
     {

@@ -1,6 +1,6 @@
+#include "st-core/lib/Time.h"
 #include "st-core/lib/RuntimeException.h"
 #include "st-core/lib/Text.h"
-#include "st-core/lib/Time.h"
 #include "tests/fakes/FakeMachine.h"
 
 #include <gtest/gtest.h>

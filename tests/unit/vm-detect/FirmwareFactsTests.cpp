@@ -40,8 +40,8 @@ FirmwareFacts factsOf(const std::vector<std::uint8_t>& raw)
 
 Texts textsOf(const FirmwareFacts& facts)
 {
-    Texts texts{facts.biosVendor, facts.biosVersion, facts.maker, facts.product, facts.version,
-                facts.boardMaker, facts.boardProduct};
+    Texts texts{facts.biosVendor, facts.biosVersion, facts.maker,       facts.product,
+                facts.version,    facts.boardMaker,  facts.boardProduct};
     texts.insert(texts.end(), facts.assetTags.begin(), facts.assetTags.end());
     texts.insert(texts.end(), facts.oemStrings.begin(), facts.oemStrings.end());
     return texts;
