@@ -14,21 +14,73 @@ if [[ -f "$prefix/.complete" ]]; then
     exit 0
 fi
 
-# A private list of sources and state: the machine's own apt configuration is left as it is.
+# Where Debian's RELEASE has its source packages, in apt's deb822 form: the archives of the binary packages in the apt configuration
+# of FOLDER, written in either form, with their addresses, keys and other options.
+#   source_entries FOLDER RELEASE
+source_entries() (
+    shopt -s nullglob
+    lists=("$1"/sources.list.d/*.list)
+    [[ ! -f $1/sources.list ]] || lists+=("$1/sources.list")
+    awk -v release="$2" -v RS= '
+        function has(field, word) { return (" " value[field] " ") ~ ("[ \t\n]" word "[ \t\n]") }
+        {
+            delete value
+            count = split($0, lines, "\n")
+            for (number = 1; number <= count; ++number) {
+                line = lines[number]
+                if (line ~ /^#/)
+                    continue
+                if (line ~ /^[ \t]/) {
+                    value[field] = value[field] "\n" line
+                    continue
+                }
+                field = tolower(substr(line, 1, index(line, ":") - 1))
+                value[field] = substr(line, index(line, ":") + 1)
+            }
+            if (!has("types", "deb") || !has("suites", release) || !has("components", "main") || has("enabled", "no"))
+                next
+            value["types"] = " deb-src"
+            value["suites"] = " " release
+            value["components"] = " main"
+            for (field in value)
+                if (value[field] != "" && field != "architectures")
+                    print field ":" value[field]
+            print ""
+        }' "$1"/sources.list.d/*.sources /dev/null
+    awk -v release="$2" '
+        {
+            sub(/#.*/, "")
+            options = match($0, /\[[^]]*\]/) ? substr($0, RSTART + 1, RLENGTH - 2) : ""
+            sub(/\[[^]]*\]/, "")
+        }
+        $1 == "deb" && $2 !~ /^cdrom:/ && $3 == release && /[ \t]main([ \t]|$)/ {
+            print "types: deb-src\nuris: " $2 "\nsuites: " release "\ncomponents: main"
+            count = split(options, option, " ")
+            for (number = 1; number <= count; ++number)
+                if (sub(/=/, ": ", option[number]) && option[number] !~ /^arch:/)
+                    print option[number]
+            print ""
+        }' "${lists[@]}" /dev/null
+)
+
+# With a list of sources and a state of its own: the machine's apt configuration is left as it is.
 fetch_source() {
-    local apt="$cache/apt"
+    local apt="$cache/apt" configuration release
+    release=$(sed -n 's/^VERSION_CODENAME=//p' /etc/os-release)
+    eval "$(apt-config shell configuration Dir::Etc/d)"
     mkdir -p "$apt/lists/partial" "$cache/boost-src"
-    echo "deb-src [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] http://deb.debian.org/debian bookworm main" > "$apt/sources.list"
-    local options=(-o "Dir::Etc::sourcelist=$apt/sources.list" -o Dir::Etc::sourceparts=- -o "Dir::State::lists=$apt/lists"
+    source_entries "$configuration" "$release" > "$apt/debian.sources"
+    [[ -s $apt/debian.sources ]] || { say "apt's configuration in $configuration has no archive of Debian $release"; return 1; }
+    local options=(-o Dir::Etc::sourcelist="$apt/debian.sources" -o Dir::Etc::sourceparts=- -o "Dir::State::lists=$apt/lists"
                    -o APT::Sandbox::User=root)
     apt-get "${options[@]}" update
     (cd "$cache/boost-src" && apt-get "${options[@]}" source "boost$version")
 }
 
-# Installs into a folder of its own that is renamed when whole, so that an interrupted build is never taken for a finished one.
+# The marker comes last, so that an interrupted build is never taken for a finished one.
 build() {
     local work="$cache/boost-build-$target" options=()
-    rm -rf "$work" "$prefix" "$prefix.partial"
+    rm -rf "$work" "$prefix"
     case $target in
         mingw) options=(-DCMAKE_TOOLCHAIN_FILE="$root/toolchain/mingw-clang.cmake" -DBOOST_CONTEXT_IMPLEMENTATION=winfib) ;;
         native) options=(-DCMAKE_C_COMPILER=clang-16 -DCMAKE_CXX_COMPILER=clang++-16) ;;
