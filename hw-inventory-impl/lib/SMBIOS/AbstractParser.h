@@ -3,7 +3,6 @@
 #include "hw-inventory-impl/lib/SMBIOS/Structure.h"
 
 #include <functional>
-#include <string>
 #include <unordered_map>
 
 namespace HardwareInventory::SMBIOS
@@ -31,20 +30,15 @@ public:
     // Replaces an earlier handler of the type, with a warning.
     void registerHandler(std::uint8_t type, StructureHandler handler);
 
-    // Takes an entry point: checks its sum, sets the version and hands it on by its form. Throws ErrorHandling::Exception with
-    // smbiosMagic for bytes that are no entry point, and with smbiosChecksum for one that is damaged or shorter than it says.
+    // Takes an entry point: checks its sum, sets the version and dispatches to the 32- or 64-bit handler. Throws
+    // ErrorHandling::Exception with smbiosMagic for bytes that are no entry point, and with smbiosChecksum for one that is damaged
+    // or shorter than it says.
     void parse(std::span<const std::uint8_t> entryPoint);
 
-    // Dispatches every structure from the first one to the end-of-table structure, which alone ends the walk. The table must be
-    // a closed one.
+    // Dispatches every structure from the first one to the end-of-table structure, or to the one that stands for it behind a
+    // table without.
     void walk(Struct first) const;
     void dispatch(const Struct& structure) const;
-    static Struct next(const Struct& structure);
-
-    // The wide strings of a structure by string number; number 0 is the empty text.
-    static std::vector<std::wstring> strings(const Struct& structure);
-
-    static const wchar_t* structureTypeName(std::uint8_t type);
 
 protected:
     Version version_;

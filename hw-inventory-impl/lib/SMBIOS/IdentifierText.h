@@ -4,8 +4,8 @@
 
 namespace HardwareInventory::SMBIOS
 {
-// Firmware may give a maker or product as "0x" and hexadecimal digits: such a text becomes the name that the PCI ID list has for
-// the number's low 16 bits, empty where it has none. Every other text stays as it is. Both throw std::out_of_range for a number
+// Firmware may give a manufacturer or product as "0x" and hexadecimal digits: such a text becomes the name that the PCI ID list has
+// for the number's low 16 bits, empty where it has none. Every other text stays as it is. Both throw std::out_of_range for a number
 // beyond 32 bits.
 std::wstring vendorText(const std::wstring& vendor);
 
