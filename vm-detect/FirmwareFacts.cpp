@@ -51,7 +51,7 @@ std::vector<std::string_view> stringsOf(const Structure& structure)
     return structure.strings(ZelStdCore::CutString::drop);
 }
 
-// A field beyond the structure's own length is absent, a string number beyond its set names nothing.
+// A field beyond the structure's own length is absent, a string number beyond its set is none.
 std::uint8_t byteAt(const Structure& structure, std::size_t offset)
 {
     return structure.field<std::uint8_t>(offset).value_or(0);
@@ -84,12 +84,12 @@ FirmwareFacts firmwareFacts(std::span<const std::uint8_t> rawTable)
     facts.virtualMachine = (byteAt(bios, 0x13) & 0x10) != 0;
 
     const Structure system = firstOf(structures, StructureType::system);
-    facts.maker = stringAt(system, 0x04);
+    facts.manufacturer = stringAt(system, 0x04);
     facts.product = stringAt(system, 0x05);
     facts.version = stringAt(system, 0x06);
 
     const Structure board = firstOf(structures, StructureType::baseBoard);
-    facts.boardMaker = stringAt(board, 0x04);
+    facts.boardManufacturer = stringAt(board, 0x04);
     facts.boardProduct = stringAt(board, 0x05);
 
     for (const Structure& structure : structures)

@@ -16,8 +16,8 @@ public:
     // Throws std::runtime_error for a truncated table.
     void read() override;
 
-    // The system shows a process the physical memory from 0xC0000 to 0xFFFFF alone, where firmware without UEFI keeps the table.
-    // Throws std::runtime_error for a table elsewhere, and for an entry point too short to say where.
+    // A process can read the physical memory from 0xC0000 to 0xFFFFF alone, where firmware without UEFI keeps the table. Throws
+    // std::runtime_error for a table elsewhere, and for an entry point too short for its address.
     void handleEntryPoint32(std::span<const std::uint8_t> entryPoint) override;
     void handleEntryPoint64(std::span<const std::uint8_t> entryPoint) override;
 
@@ -26,6 +26,6 @@ private:
     // Unset: the entry point ends before the field does.
     void walkPhysicalMemory(std::optional<std::uint64_t> address, std::optional<std::uint32_t> length);
 
-    std::vector<std::uint8_t> buffer_; // what handlers see lies in it
+    std::vector<std::uint8_t> buffer_; // handlers get views of it
 };
 }
