@@ -1,36 +1,21 @@
 #include "vm-detect/HostFacts.h"
 
+#include "st-core/lib/SmbiosStructure.h"
+
 #include <algorithm>
-#include <cstddef>
-#include <cstring>
+#include <iterator>
 
 namespace VmDetect
 {
 namespace
 {
 using Bytes = std::span<const std::uint8_t>;
+using Structure = ZelStdCore::SmbiosStructure;
+using StructureType = ZelStdCore::SmbiosType;
 
-constexpr std::size_t kHeadSize = 8;
 constexpr std::size_t kTableLengthOffset = 4;
-constexpr std::size_t kStructureHeaderSize = 4;
 
-enum StructureType : std::uint8_t
-{
-    biosInformation = 0,
-    systemInformation = 1,
-    baseBoard = 2,
-    chassis = 3,
-    oemStrings = 11,
-    endOfTable = 127
-};
-
-struct Structure
-{
-    Bytes formatted; // header included; empty for a structure that the table lacks
-    std::vector<std::string_view> strings;
-};
-
-// Blanks and control bytes at either end are padding of the firmware.
+// Spaces and control bytes at either end are padding of the firmware.
 std::string trimmed(std::string_view text)
 {
     const auto isPadding = [](char letter) { return static_cast<unsigned char>(letter) <= ' '; };
@@ -41,84 +26,50 @@ std::string trimmed(std::string_view text)
     return std::string(text);
 }
 
-// The structures' bytes: no more than the head promises and no more than there are.
+// The structures' bytes: no more than the header promises and no more than there are.
 Bytes structureTable(Bytes rawTable)
 {
-    if (rawTable.size() < kHeadSize)
+    if (rawTable.size() < ZelStdCore::kRawSmbiosHeaderSize)
         return {};
-    std::uint32_t length = 0;
-    std::memcpy(&length, rawTable.data() + kTableLengthOffset, sizeof length);
-    return rawTable.subspan(kHeadSize, std::min<std::size_t>(length, rawTable.size() - kHeadSize));
+    const Bytes table = rawTable.subspan(ZelStdCore::kRawSmbiosHeaderSize);
+    const auto length = ZelStdCore::numberAt<std::uint32_t>(rawTable, kTableLengthOffset).value_or(0);
+    return table.first(std::min<std::size_t>(length, table.size()));
 }
 
-// Takes one text off the bytes with its zero. A text that the table's end cuts off is none, and takes all the bytes.
-std::string_view takeText(Bytes& bytes)
-{
-    const auto end = std::find(bytes.begin(), bytes.end(), std::uint8_t{0});
-    if (end == bytes.end())
-    {
-        bytes = {};
-        return {};
-    }
-    const auto length = static_cast<std::size_t>(end - bytes.begin());
-    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), length);
-    bytes = bytes.subspan(length + 1);
-    return text;
-}
-
-// A set of texts ends with an empty one; a set without any text is two zeros.
-std::vector<std::string_view> takeStrings(Bytes& bytes)
-{
-    std::vector<std::string_view> strings;
-    if (!bytes.empty() && bytes.front() == 0)
-    {
-        bytes = bytes.subspan(std::min<std::size_t>(2, bytes.size()));
-        return strings;
-    }
-    for (std::string_view text = takeText(bytes); !text.empty(); text = takeText(bytes))
-        strings.push_back(text);
-    return strings;
-}
-
+// The first malformed structure ends the table.
 std::vector<Structure> structuresOf(Bytes table)
 {
     std::vector<Structure> structures;
-    while (table.size() >= kStructureHeaderSize && table[0] != endOfTable)
-    {
-        const std::size_t length = table[1];
-        if (length < kStructureHeaderSize || length > table.size())
-            break;
-        Structure structure;
-        structure.formatted = table.first(length);
-        table = table.subspan(length);
-        structure.strings = takeStrings(table);
-        structures.push_back(std::move(structure));
-    }
+    for (Structure structure(table); structure.type() != StructureType::endOfTable && structure.isWhole();
+         structure = structure.next())
+        structures.push_back(structure);
     return structures;
 }
 
-// A field beyond the structure's own length is absent, a string number beyond its set names nothing.
+std::vector<std::string_view> stringsOf(const Structure& structure)
+{
+    return structure.strings(ZelStdCore::CutString::drop);
+}
+
+// A field beyond the structure's own length is absent, a string number beyond its set is none.
 std::uint8_t byteAt(const Structure& structure, std::size_t offset)
 {
-    return offset < structure.formatted.size() ? structure.formatted[offset] : 0;
+    return structure.field<std::uint8_t>(offset).value_or(0);
 }
 
-std::string textAt(const Structure& structure, std::size_t offset)
+std::string stringAt(const Structure& structure, std::size_t offset)
 {
     const std::size_t number = byteAt(structure, offset);
-    if (number == 0 || number > structure.strings.size())
-        return {};
-    return trimmed(structure.strings[number - 1]);
+    const auto strings = stringsOf(structure);
+    return number == 0 || number > strings.size() ? std::string() : trimmed(strings[number - 1]);
 }
 
-Structure firstOf(const std::vector<Structure>& structures, StructureType type)
+// Empty where the table lacks the type.
+Structure firstOf(const std::vector<Structure>& structures, std::uint8_t type)
 {
-    for (const Structure& structure : structures)
-    {
-        if (structure.formatted[0] == type)
-            return structure;
-    }
-    return {};
+    const auto isOfType = [type](const Structure& structure) { return structure.type() == type; };
+    const auto found = std::find_if(structures.begin(), structures.end(), isOfType);
+    return found != structures.end() ? *found : Structure({});
 }
 }
 
@@ -127,26 +78,26 @@ FirmwareFacts firmwareFacts(std::span<const std::uint8_t> rawTable)
     const std::vector<Structure> structures = structuresOf(structureTable(rawTable));
     FirmwareFacts facts;
 
-    const Structure bios = firstOf(structures, biosInformation);
-    facts.biosVendor = textAt(bios, 0x04);
-    facts.biosVersion = textAt(bios, 0x05);
+    const Structure bios = firstOf(structures, StructureType::bios);
+    facts.biosVendor = stringAt(bios, 0x04);
+    facts.biosVersion = stringAt(bios, 0x05);
     facts.virtualMachine = (byteAt(bios, 0x13) & 0x10) != 0;
 
-    const Structure system = firstOf(structures, systemInformation);
-    facts.maker = textAt(system, 0x04);
-    facts.product = textAt(system, 0x05);
-    facts.version = textAt(system, 0x06);
+    const Structure system = firstOf(structures, StructureType::system);
+    facts.manufacturer = stringAt(system, 0x04);
+    facts.product = stringAt(system, 0x05);
+    facts.version = stringAt(system, 0x06);
 
-    const Structure board = firstOf(structures, baseBoard);
-    facts.boardMaker = textAt(board, 0x04);
-    facts.boardProduct = textAt(board, 0x05);
+    const Structure board = firstOf(structures, StructureType::baseBoard);
+    facts.boardManufacturer = stringAt(board, 0x04);
+    facts.boardProduct = stringAt(board, 0x05);
 
     for (const Structure& structure : structures)
     {
-        if (structure.formatted[0] == chassis)
-            facts.assetTags.push_back(textAt(structure, 0x08));
-        if (structure.formatted[0] == oemStrings)
-            std::transform(structure.strings.begin(), structure.strings.end(), std::back_inserter(facts.oemStrings), trimmed);
+        if (structure.type() == StructureType::systemChassis)
+            facts.assetTags.push_back(stringAt(structure, 0x08));
+        if (structure.type() == StructureType::oemStrings)
+            std::ranges::transform(stringsOf(structure), std::back_inserter(facts.oemStrings), trimmed);
     }
     return facts;
 }

@@ -22,7 +22,7 @@ std::optional<std::vector<std::uint8_t>> firmwareTable()
     std::vector<std::uint8_t> table(GetSystemFirmwareTable(kRawSmbios, 0, nullptr, 0));
     if (table.empty())
         return std::nullopt;
-    // The answer is a size even where the buffer proved too small for it; nothing was copied then.
+    // A result beyond the buffer is the size needed: the table has grown, and nothing was copied.
     const UINT copied = GetSystemFirmwareTable(kRawSmbios, 0, table.data(), static_cast<DWORD>(table.size()));
     if (copied == 0 || copied > table.size())
         return std::nullopt;
@@ -34,17 +34,17 @@ std::optional<std::string> systemBiosVersion()
 {
     constexpr char kKey[] = "HARDWARE\\DESCRIPTION\\System";
     constexpr char kValue[] = "SystemBiosVersion";
-    constexpr DWORD kTextsOnly = RRF_RT_REG_MULTI_SZ | RRF_RT_REG_SZ;
+    constexpr DWORD kStringsOnly = RRF_RT_REG_MULTI_SZ | RRF_RT_REG_SZ;
     DWORD size = 0;
-    const LSTATUS status = RegGetValueA(HKEY_LOCAL_MACHINE, kKey, kValue, kTextsOnly, nullptr, nullptr, &size);
+    const LSTATUS status = RegGetValueA(HKEY_LOCAL_MACHINE, kKey, kValue, kStringsOnly, nullptr, nullptr, &size);
     if (status == ERROR_FILE_NOT_FOUND || status == ERROR_UNSUPPORTED_TYPE)
         return std::string();
     if (status != ERROR_SUCCESS)
         return std::nullopt;
-    std::string texts(size, '\0');
-    if (RegGetValueA(HKEY_LOCAL_MACHINE, kKey, kValue, kTextsOnly, nullptr, texts.data(), &size) != ERROR_SUCCESS)
+    std::string strings(size, '\0');
+    if (RegGetValueA(HKEY_LOCAL_MACHINE, kKey, kValue, kStringsOnly, nullptr, strings.data(), &size) != ERROR_SUCCESS)
         return std::nullopt;
-    texts.resize(std::min<std::size_t>(size, texts.size()));
-    return texts;
+    strings.resize(std::min<std::size_t>(size, strings.size()));
+    return strings;
 }
 }

@@ -35,7 +35,7 @@ std::string signatureOf(const CpuidRegisters& registers)
     return textOf(registers.ebx, registers.ecx, registers.edx);
 }
 
-// Windows on ARM runs this program on a processor made of software, whose word on hypervisors is none of the machine's.
+// Windows on ARM emulates a processor for this program. What that one reports of hypervisors is no fact of the machine.
 bool isEmulated(Cpuid cpuid)
 {
     const CpuidRegisters registers = cpuid(kVendorLeaf);
@@ -43,7 +43,7 @@ bool isEmulated(Cpuid cpuid)
     return vendor == "Virtual CPU " || vendor == "MicrosoftXTA";
 }
 
-// The privileges mean what Microsoft says only where the hypervisor claims Microsoft's interface and has that leaf at all.
+// The privileges are defined only for a hypervisor with Microsoft's interface, and only if it has that leaf.
 bool mayCreatePartitions(Cpuid cpuid, std::uint32_t highestLeaf)
 {
     if (highestLeaf < kPrivilegesLeaf)

@@ -10,16 +10,16 @@ namespace
 {
 using Texts = std::vector<std::string_view>;
 
-// Where a clue is looked for. Type 2 stands in where type 1 names neither maker nor product; the two are never mixed, since
-// several rules judge the pair.
+// Where a clue is searched for. Type 2 stands in where type 1 names neither manufacturer nor product. The two are never mixed:
+// several rules check the pair.
 bool hasSystemNames(const FirmwareFacts& firmware)
 {
-    return !firmware.maker.empty() || !firmware.product.empty();
+    return !firmware.manufacturer.empty() || !firmware.product.empty();
 }
 
-Texts maker(const HostFacts& facts)
+Texts manufacturer(const HostFacts& facts)
 {
-    return {hasSystemNames(facts.firmware) ? facts.firmware.maker : facts.firmware.boardMaker};
+    return {hasSystemNames(facts.firmware) ? facts.firmware.manufacturer : facts.firmware.boardManufacturer};
 }
 
 Texts product(const HostFacts& facts)
@@ -35,7 +35,7 @@ Texts joined(Texts texts, const Texts& more)
 
 Texts machine(const HostFacts& facts)
 {
-    return joined(maker(facts), product(facts));
+    return joined(manufacturer(facts), product(facts));
 }
 
 Texts biosVendor(const HostFacts& facts)
@@ -43,9 +43,9 @@ Texts biosVendor(const HostFacts& facts)
     return {facts.firmware.biosVendor};
 }
 
-Texts makerOrBios(const HostFacts& facts)
+Texts manufacturerOrBios(const HostFacts& facts)
 {
-    return joined(maker(facts), biosVendor(facts));
+    return joined(manufacturer(facts), biosVendor(facts));
 }
 
 Texts anyName(const HostFacts& facts)
@@ -68,7 +68,7 @@ Texts anyVersion(const HostFacts& facts)
     return joined(biosVersion(facts), {facts.firmware.version});
 }
 
-// Virtual PC and Virtual Server tell themselves apart in the ACPI name alone, which reaches the registry but not SMBIOS.
+// Virtual PC and Virtual Server differ in the ACPI name alone, which reaches the registry but not SMBIOS.
 Texts biosName(const HostFacts& facts)
 {
     return joined(registryBiosVersions(facts), {facts.firmware.biosVersion});
@@ -90,14 +90,14 @@ Texts signature(const HostFacts& facts)
 }
 
 // How a clue is compared: always with the case as written.
-bool is(std::string_view text, std::string_view clue)
+bool equals(std::string_view text, std::string_view clue)
 {
     return text == clue;
 }
 
-bool begins(std::string_view text, std::string_view clue)
+bool startsWith(std::string_view text, std::string_view clue)
 {
-    return text.substr(0, clue.size()) == clue;
+    return text.starts_with(clue);
 }
 
 bool contains(std::string_view text, std::string_view clue)
@@ -134,7 +134,7 @@ bool isMicrosoftRoot(const HostFacts& facts)
     return facts.hypervisor.rootPartition && facts.hypervisor.signature == "Microsoft Hv";
 }
 
-// Thin hypervisors of endpoint security, under the one system of a physical machine.
+// Thin hypervisors of endpoint security on bare metal.
 bool isSecurityHypervisor(const HostFacts& facts)
 {
     const std::string& name = facts.hypervisor.signature;
@@ -146,25 +146,25 @@ bool onHypervisor(const HostFacts& facts)
     return facts.hypervisor.present;
 }
 
-// For names that physical machines carry as well: appliances of a maker whose guests are named like them, bare metal of a cloud.
+// For names that physical machines have as well: vendor appliances named like their guests, bare metal of a cloud.
 bool asGuest(const HostFacts& facts)
 {
     return onHypervisor(facts) && !isMicrosoftRoot(facts) && !isSecurityHypervisor(facts);
 }
 
-// Firmware that a manufacturer filled in, be it with placeholders, which boards are sold with. Hypervisors' own firmware names
-// itself at most; the public one for guests has these names.
+// Whether a manufacturer filled the firmware's names in, if only with the placeholders that boards are sold with. Firmware of
+// hypervisors names itself at most; the public one for guests has these names.
 bool namesManufacturer(const FirmwareFacts& firmware)
 {
     for (const std::string_view guestFirmware : {"EFI Development Kit", "SeaBIOS"})
-        if (begins(firmware.maker, guestFirmware) || begins(firmware.biosVendor, guestFirmware))
+        if (firmware.manufacturer.starts_with(guestFirmware) || firmware.biosVendor.starts_with(guestFirmware))
             return false;
-    return !firmware.maker.empty() || !firmware.boardMaker.empty();
+    return !firmware.manufacturer.empty() || !firmware.boardManufacturer.empty();
 }
 
-// One fact alone is met on physical machines: a thin security hypervisor that has no row here, a mark set by mistake, a table
+// One fact alone occurs on physical machines: a thin security hypervisor that has no row here, a mark set by mistake, a table
 // without names. Physical is the lesser error: it withholds nothing of a real machine.
-bool twoFactsSayVirtual(const HostFacts& facts)
+bool twoFactsMeanVirtual(const HostFacts& facts)
 {
     return facts.hypervisor.present + facts.firmware.virtualMachine + !namesManufacturer(facts.firmware) >= 2;
 }
@@ -186,31 +186,31 @@ struct Rule
 
 using Type = HypervisorType;
 
-constexpr Clue kByMicrosoft{maker, is, "Microsoft Corporation"};
-constexpr Clue kVirtualMachine{product, is, "Virtual Machine"};
+constexpr Clue kByMicrosoft{manufacturer, equals, "Microsoft Corporation"};
+constexpr Clue kVirtualMachine{product, equals, "Virtual Machine"};
 constexpr Clue kOracleVersion{anyVersion, contains, "OVM"};
 
 // The first rule that matches decides. Firmware names come before the signatures of the processor: a guest that runs Hyper-V
 // itself has the signature of a Hyper-V host, and KVM's signature is shown by VirtualBox and Parallels too.
 constexpr Rule kRules[] = {
-    // Amazon's bare metal has the maker's name of its virtual machines.
-    {Type::physical, always, {{makerOrBios, is, "Amazon EC2"}, {product, contains, ".metal"}}},
+    // Amazon's bare metal has the manufacturer of its virtual machines.
+    {Type::physical, always, {{manufacturerOrBios, equals, "Amazon EC2"}, {product, contains, ".metal"}}},
 
-    {Type::vmware, always, {{anyName, begins, "VMware"}}},
-    // VMware's own begin so ("VMW71.00V..."); inside a maker's version the three letters mean nothing.
-    {Type::vmware, always, {{biosVersion, begins, "VMW"}}},
-    {Type::vmware, always, {{signature, is, "VMwareVMware"}}},
+    {Type::vmware, always, {{anyName, startsWith, "VMware"}}},
+    // VMware's own versions start with it ("VMW71.00V..."); inside another vendor's version the three letters mean nothing.
+    {Type::vmware, always, {{biosVersion, startsWith, "VMW"}}},
+    {Type::vmware, always, {{signature, equals, "VMwareVMware"}}},
 
-    {Type::azure, always, {{assetTag, is, "7783-7084-3265-9085-8269-3286-77"}}},
+    {Type::azure, always, {{assetTag, equals, "7783-7084-3265-9085-8269-3286-77"}}},
 
-    {Type::amazon, always, {{makerOrBios, is, "Amazon EC2"}}},
+    {Type::amazon, always, {{manufacturerOrBios, equals, "Amazon EC2"}}},
     {Type::amazon, always, {{biosVersion, contains, "amazon"}}},
 
     {Type::rhev, always, {{machine, contains, "oVirt"}}},
-    {Type::rhev, always, {{product, begins, "RHEV"}}},
+    {Type::rhev, always, {{product, startsWith, "RHEV"}}},
 
-    // No public dump of a guest is known for HC3. The appliances themselves have the maker's name.
-    {Type::scaleHC3, asGuest, {{maker, begins, "Scale Computing"}}},
+    // No public dump of a guest is known for HC3. The appliances themselves have the manufacturer's name.
+    {Type::scaleHC3, asGuest, {{manufacturer, startsWith, "Scale Computing"}}},
     {Type::scaleHC3, asGuest, {{product, contains, "HC3"}}},
     // No public dump is known. Hyperconverged appliances are sold with these letters in their names, and may run Windows.
     {Type::hci, asGuest, {{machine, hasWord, "HCI"}}},
@@ -219,57 +219,57 @@ constexpr Rule kRules[] = {
     {Type::virtuozzo, always, {{anyName, contains, "Virtuozzo"}}},
     {Type::parallelsCloudServer, always, {{anyName, contains, "Parallels Cloud Server"}}},
     {Type::parallels, always, {{anyName, contains, "Parallels"}}},
-    {Type::parallels, always, {{signature, is, " lrpepyh  vr"}}},
-    {Type::parallels, always, {{signature, is, " prl hyperv "}}},
-    {Type::parallels, always, {{signature, is, "prl hyperv  "}}},
+    {Type::parallels, always, {{signature, equals, " lrpepyh  vr"}}},
+    {Type::parallels, always, {{signature, equals, " prl hyperv "}}},
+    {Type::parallels, always, {{signature, equals, "prl hyperv  "}}},
 
-    {Type::virtualBox, always, {{makerOrBios, is, "innotek GmbH"}}},
-    {Type::virtualBox, always, {{product, is, "VirtualBox"}}},
-    {Type::virtualBox, always, {{signature, is, "VBoxVBoxVBox"}}},
-    {Type::virtualBox, always, {{oemString, begins, "vboxVer_"}}},
+    {Type::virtualBox, always, {{manufacturerOrBios, equals, "innotek GmbH"}}},
+    {Type::virtualBox, always, {{product, equals, "VirtualBox"}}},
+    {Type::virtualBox, always, {{signature, equals, "VBoxVBoxVBox"}}},
+    {Type::virtualBox, always, {{oemString, startsWith, "vboxVer_"}}},
 
-    // Oracle's servers of metal say "Oracle Corporation", its virtual machines "Xen".
-    {Type::oracleVM, always, {{makerOrBios, is, "Xen"}, kOracleVersion}},
-    {Type::oracleVM, always, {{product, is, "HVM domU"}, kOracleVersion}},
-    {Type::oracleVM, always, {{signature, is, "XenVMMXenVMM"}, kOracleVersion}},
-    {Type::xen, always, {{makerOrBios, is, "Xen"}}},
-    {Type::xen, always, {{product, is, "HVM domU"}}},
-    {Type::xen, always, {{signature, is, "XenVMMXenVMM"}}},
+    // The manufacturer of Oracle's physical servers is "Oracle Corporation", that of its virtual machines "Xen".
+    {Type::oracleVM, always, {{manufacturerOrBios, equals, "Xen"}, kOracleVersion}},
+    {Type::oracleVM, always, {{product, equals, "HVM domU"}, kOracleVersion}},
+    {Type::oracleVM, always, {{signature, equals, "XenVMMXenVMM"}, kOracleVersion}},
+    {Type::xen, always, {{manufacturerOrBios, equals, "Xen"}}},
+    {Type::xen, always, {{product, equals, "HVM domU"}}},
+    {Type::xen, always, {{signature, equals, "XenVMMXenVMM"}}},
 
     // No public dump is known; the words suit a server for KVM as well as one on it.
     {Type::kvmServer, asGuest, {{product, contains, "KVM Server"}}},
 
-    // QEMU that interprets: the maker is QEMU as under KVM.
-    {Type::unknown, always, {{signature, is, "TCGTCGTCGTCG"}}},
+    // QEMU without KVM (TCG): the manufacturer is QEMU as under KVM.
+    {Type::unknown, always, {{signature, equals, "TCGTCGTCGTCG"}}},
 
-    {Type::kvm, always, {{signature, is, "KVMKVMKVM"}}},
-    {Type::kvm, always, {{signature, is, "Linux KVM Hv"}}},
-    {Type::kvm, always, {{makerOrBios, is, "QEMU"}}},
-    {Type::kvm, always, {{makerOrBios, is, "Bochs"}}},
-    {Type::kvm, always, {{product, is, "KVM"}}},
-    {Type::kvm, always, {{machine, begins, "OpenStack"}}},
+    {Type::kvm, always, {{signature, equals, "KVMKVMKVM"}}},
+    {Type::kvm, always, {{signature, equals, "Linux KVM Hv"}}},
+    {Type::kvm, always, {{manufacturerOrBios, equals, "QEMU"}}},
+    {Type::kvm, always, {{manufacturerOrBios, equals, "Bochs"}}},
+    {Type::kvm, always, {{product, equals, "KVM"}}},
+    {Type::kvm, always, {{machine, startsWith, "OpenStack"}}},
     // Google's bare metal has the same product, and neither kind sets the firmware's mark.
-    {Type::kvm, asGuest, {{product, is, "Google Compute Engine"}}},
+    {Type::kvm, asGuest, {{product, equals, "Google Compute Engine"}}},
     // Nutanix makes servers too.
-    {Type::kvm, always, {{maker, is, "Nutanix"}, {product, is, "AHV"}}},
+    {Type::kvm, always, {{manufacturer, equals, "Nutanix"}, {product, equals, "AHV"}}},
 
-    // Both names: Surface machines have the same maker.
+    // Both names: Surface machines have the same manufacturer.
     {Type::virtualPC, always, {kByMicrosoft, kVirtualMachine, {biosName, contains, "- 9000816"}}},
     {Type::virtualPC, always, {kByMicrosoft, kVirtualMachine, {biosName, contains, "- 6000901"}}},
     {Type::virtualServer, always, {kByMicrosoft, kVirtualMachine, {biosName, contains, "- 9000520"}}},
     {Type::hyperV, always, {kByMicrosoft, kVirtualMachine}},
 
-    // Hyper-V or virtualisation-based security is on, and Windows runs as the first system on it.
+    // Hyper-V or virtualisation-based security is on, and Windows runs as its root partition.
     {Type::physical, isMicrosoftRoot},
-    {Type::hyperV, always, {{signature, is, "Microsoft Hv"}}},
+    {Type::hyperV, always, {{signature, equals, "Microsoft Hv"}}},
 
     // Hypervisors of guests only, that have no type of their own.
-    {Type::unknown, always, {{signature, is, "bhyve bhyve "}}},
-    {Type::unknown, always, {{signature, is, "ACRNACRNACRN"}}},
+    {Type::unknown, always, {{signature, equals, "bhyve bhyve "}}},
+    {Type::unknown, always, {{signature, equals, "ACRNACRNACRN"}}},
     {Type::unknown, always, {{signature, contains, "QNXQVMBSQG"}}}, // written with and without spaces around it
 
     {Type::physical, isSecurityHypervisor},
-    {Type::unknown, twoFactsSayVirtual},
+    {Type::unknown, twoFactsMeanVirtual},
 };
 
 bool isFound(const Clue& clue, const HostFacts& facts)

@@ -6,7 +6,7 @@ namespace VmDetect
 {
 struct HostFacts;
 
-// The answers of VmProbe_GetHostVMType that the rules give.
+// The results of VmProbe_GetHostVMType that the rules yield.
 enum class HypervisorType : std::int32_t
 {
     physical = 0,

@@ -11,11 +11,11 @@ constexpr std::int32_t kFirstVirtualType = 1;
 constexpr std::int32_t kLastVirtualType = 25;
 
 // Kept from the first time that every source could be read: a host does not change while a process runs. No lock is needed, since
-// threads that judge at the same time come to the same answer.
-constexpr std::int32_t kNotJudged = -1;
-std::atomic<std::int32_t> judgedType{kNotJudged};
+// threads that detect the type at the same time come to the same result.
+constexpr std::int32_t kNotDetected = -1;
+std::atomic<std::int32_t> detectedType{kNotDetected};
 
-std::int32_t judgeThisHost()
+std::int32_t detectType()
 {
     const auto table = VmDetect::Platform::firmwareTable();
     const auto biosVersions = VmDetect::Platform::systemBiosVersion();
@@ -29,17 +29,17 @@ std::int32_t judgeThisHost()
 
     const auto type = static_cast<std::int32_t>(VmDetect::hypervisorType(facts));
     if (table && biosVersions)
-        judgedType = type;
+        detectedType = type;
     return type;
 }
 }
 
-// A host that cannot be judged counts as physical: that way no fact of a real machine is withheld.
+// A failure counts as a physical machine: that way no fact of a real one is withheld.
 std::int32_t VmProbe_GetHostVMType(void)
 try
 {
-    const std::int32_t type = judgedType;
-    return type == kNotJudged ? judgeThisHost() : type;
+    const std::int32_t type = detectedType;
+    return type == kNotDetected ? detectType() : type;
 }
 catch (...)
 {

@@ -1,8 +1,8 @@
-/* vm_detect: tells whether this host is a virtual machine, and of which make.
+/* vm_detect: reports whether this host is a virtual machine, and of which hypervisor.
  *
  * hw_inventory_interface.dll is linked against these two functions; a host may put a library of its own with the same two names
- * in place of vm_detect.dll. Both may be called from any thread and at any state of memory. This library judges the host once and
- * keeps the answer until the process ends; where a source of the system cannot be read, the next call judges again.
+ * in place of vm_detect.dll. Both may be called from any thread and at any state of memory. This library detects the type once and
+ * keeps it until the process ends; if a source of the system cannot be read, the next call detects it again.
  */
 #ifndef VM_DETECT_H
 #define VM_DETECT_H

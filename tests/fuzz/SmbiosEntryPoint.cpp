@@ -37,7 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Win32Parser parser;
     for (unsigned type = 0; type < 256; ++type)
         parser.registerHandler(static_cast<std::uint8_t>(type),
-                               [](const Version&, const Struct* structure) { AbstractParser::strings(*structure); });
+                               [](const Version&, const Struct* structure) { strings(*structure); });
     try
     {
         parser.parse(entryPoint);

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string>
 
-// Any bytes as a firmware table, and as a registry value: the facts hold no more text than the bytes do, and can be judged.
+// Any bytes as a firmware table, and as a registry value: the facts hold no more text than the bytes do, and yield a type.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     VmDetect::HostFacts facts;
@@ -14,7 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::size_t oemLetters = 0;
     for (const std::string& text : facts.firmware.oemStrings)
         oemLetters += text.size();
-    if (oemLetters > size || facts.firmware.maker.size() > size)
+    if (oemLetters > size || facts.firmware.manufacturer.size() > size)
         std::abort();
 
     VmDetect::hypervisorType(facts);

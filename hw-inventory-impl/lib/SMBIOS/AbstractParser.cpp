@@ -21,7 +21,7 @@ constexpr wchar_t kSourceFile[] = L"hw-inventory-impl\\lib\\SMBIOS\\AbstractPars
 struct EntryPointForm
 {
     std::string_view anchor;
-    std::size_t lengthOffset;  // of the byte that tells how many bytes are summed
+    std::size_t lengthOffset;  // of the number of bytes that are summed
     std::size_t versionOffset; // major, then minor
     void (AbstractParser::*handle)(std::span<const std::uint8_t> entryPoint);
 };
@@ -50,19 +50,6 @@ bool sumIsRight(std::span<const std::uint8_t> entryPoint, const EntryPointForm& 
         return false;
     const auto summed = entryPoint.first(*length);
     return std::accumulate(summed.begin(), summed.end(), 0u) % 256 == 0;
-}
-
-std::wstring convert(std::string_view text)
-{
-    try
-    {
-        return ZelStdCore::widen(text);
-    }
-    catch (const std::exception& error)
-    {
-        ZelStdCore::logWarning(L"string conversion failed: %1%", error.what());
-        return {};
-    }
 }
 }
 
@@ -95,7 +82,7 @@ void AbstractParser::walk(Struct structure) const
     while (structure.type() != StructureType::endOfTable)
     {
         dispatch(structure);
-        structure = next(structure);
+        structure = structure.next();
     }
     dispatch(structure);
 }
@@ -110,24 +97,5 @@ void AbstractParser::dispatch(const Struct& structure) const
         return;
     }
     handler->second(version_, &structure);
-}
-
-Struct AbstractParser::next(const Struct& structure)
-{
-    // Not held back at the table's end: the tail of a closed table stops every step.
-    const std::uint8_t* position = structure.bytes() + structure.length();
-    if (*position == 0)
-        return {position + 2, structure.tableEnd()};
-    while (*position != 0)
-        position += std::strlen(reinterpret_cast<const char*>(position)) + 1;
-    return {position + 1, structure.tableEnd()};
-}
-
-std::vector<std::wstring> AbstractParser::strings(const Struct& structure)
-{
-    std::vector<std::wstring> strings(1);
-    for (const std::string_view text : structure.stringSet())
-        strings.push_back(convert(text));
-    return strings;
 }
 }

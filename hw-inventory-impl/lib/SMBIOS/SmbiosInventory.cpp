@@ -11,24 +11,24 @@ namespace HardwareInventory::SMBIOS
 namespace
 {
 template <class Record>
-void store(std::vector<Record>& records, std::optional<Record> record)
+void assign(std::vector<Record>& records, std::optional<Record> record)
 {
     if (record)
         records.push_back(std::move(*record));
 }
 
 template <class Value>
-void store(Value& value, std::optional<Value> latest)
+void assign(Value& value, std::optional<Value> latest)
 {
     if (latest)
         value = std::move(*latest);
 }
 
 template <class Decoder, class Result>
-void keep(AbstractParser& parser, std::uint8_t type, Decoder decode, Result& result)
+void registerDecoder(AbstractParser& parser, std::uint8_t type, Decoder decode, Result& result)
 {
     parser.registerHandler(type, [decode, &result](const Version& version, const Struct* structure)
-                           { store(result, decode(version, *structure)); });
+                           { assign(result, decode(version, *structure)); });
 }
 }
 
@@ -43,12 +43,12 @@ SmbiosInventory::SmbiosInventory()
     if (!Win32Parser::isAvailable())
         return;
     parser_ = std::make_shared<Win32Parser>();
-    keep(*parser_, StructureType::baseBoard, decodeBaseBoard, baseBoards_);
-    keep(*parser_, StructureType::processor, decodeProcessor, processors_);
-    keep(*parser_, StructureType::memoryDevice, decodeMemoryDevice, memoryModules_);
-    keep(*parser_, StructureType::system, decodeSystem, system_);
-    keep(*parser_, StructureType::bios, decodeBios, biosVersion_);
-    keep(*parser_, StructureType::systemChassis, decodeChassis, chassisType_);
+    registerDecoder(*parser_, StructureType::baseBoard, decodeBaseBoard, baseBoards_);
+    registerDecoder(*parser_, StructureType::processor, decodeProcessor, processors_);
+    registerDecoder(*parser_, StructureType::memoryDevice, decodeMemoryDevice, memoryModules_);
+    registerDecoder(*parser_, StructureType::system, decodeSystem, system_);
+    registerDecoder(*parser_, StructureType::bios, decodeBios, biosVersion_);
+    registerDecoder(*parser_, StructureType::systemChassis, decodeChassis, chassisType_);
     parser_->read();
 }
 }

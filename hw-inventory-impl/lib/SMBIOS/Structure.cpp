@@ -1,46 +1,33 @@
 #include "hw-inventory-impl/lib/SMBIOS/Structure.h"
 
-#include <algorithm>
-#include <array>
+#include "st-core/lib/HostLogger.h"
+#include "st-core/lib/Text.h"
+
+#include <exception>
 
 namespace HardwareInventory::SMBIOS
 {
 namespace
 {
-// A structure whose length byte is the table's last has its strings at most 253 bytes behind the table, and one that begins
-// at the last byte takes its length from the fill: strings always start in the table or in the fill. Those that reach the
-// fill run through it to the two zeros, behind which the closing structure stands. A step that ends short of that, right
-// behind the table's end or one byte further, is at a fill byte, which is the type of the closing structure too.
-constexpr std::size_t kFillSize = 256;
-constexpr std::array<std::uint8_t, 8> kClosing{0, 0, StructureType::endOfTable, 4, 0xFE, 0xFF, 0, 0};
-static_assert(kFillSize + kClosing.size() == kTableTailSize);
-}
-
-std::span<const std::uint8_t> Struct::rest() const
+std::wstring convert(std::string_view text)
 {
-    return {bytes_, std::max(bytes_, tableEnd_)};
-}
-
-std::span<const std::uint8_t> Struct::formattedArea() const
-{
-    return rest().first(std::min<std::size_t>(rest().size(), length()));
-}
-
-std::vector<std::string_view> Struct::stringSet() const
-{
-    std::vector<std::string_view> strings;
-    for (const std::uint8_t* begin = bytes_ + length(); begin < tableEnd_ && *begin != 0;)
+    try
     {
-        const std::uint8_t* const end = std::find(begin, tableEnd_, std::uint8_t{0});
-        strings.emplace_back(reinterpret_cast<const char*>(begin), static_cast<std::size_t>(end - begin));
-        begin = end + 1;
+        return ZelStdCore::widen(text);
     }
-    return strings;
+    catch (const std::exception& error)
+    {
+        ZelStdCore::logWarning(L"string conversion failed: %1%", error.what());
+        return {};
+    }
+}
 }
 
-void closeTable(std::vector<std::uint8_t>& table)
+std::vector<std::wstring> strings(const Struct& structure)
 {
-    table.insert(table.end(), kFillSize, StructureType::endOfTable);
-    table.insert(table.end(), kClosing.begin(), kClosing.end());
+    std::vector<std::wstring> strings(1);
+    for (const std::string_view text : structure.strings(ZelStdCore::CutString::keep))
+        strings.push_back(convert(text));
+    return strings;
 }
 }

@@ -2,7 +2,6 @@
 
 #include "hw-inventory-impl/lib/NameTable.h"
 #include "hw-inventory-impl/lib/PCI/PciIdDatabase.h"
-#include "hw-inventory-impl/lib/SMBIOS/AbstractParser.h"
 #include "hw-inventory-impl/lib/SMBIOS/IdentifierText.h"
 
 #include <array>
@@ -26,8 +25,8 @@ constexpr std::uint16_t kUnknownSize = 0xFFFF;
 constexpr std::uint16_t kExtendedSize = 0x7FFF; // also the bits of a size
 constexpr std::uint16_t kSizeInKib = 0x8000;
 
-// Product names that are numbers belong to this vendor.
-constexpr wchar_t kSystemVendor[] = L"0x106B";
+// Numeric product names of a system are looked up under Apple.
+constexpr wchar_t kAppleVendorId[] = L"0x106B";
 
 constexpr auto kChassisNames = std::to_array<const wchar_t*>({
     L"other",
@@ -56,10 +55,10 @@ constexpr int kFirstChassis = 1;
 static_assert(kChassisNames.size() == 21);
 
 // A structure's strings, found through the fields that hold their numbers.
-class Texts
+class Strings
 {
 public:
-    explicit Texts(const Struct& structure) : structure_(structure), strings_(AbstractParser::strings(structure)) {}
+    explicit Strings(const Struct& structure) : structure_(structure), strings_(strings(structure)) {}
 
     const std::wstring& at(std::size_t offset) const
     {
@@ -125,10 +124,10 @@ std::optional<std::wstring> decodeBios(const Version& version, const Struct& str
     if (structure.type() != StructureType::bios || version < kVersion2_0)
         return std::nullopt;
 
-    const Texts texts(structure);
-    std::wstring bios = texts.at(0x04);
-    append(bios, L" ", texts.at(0x05));
-    append(bios, L", ", texts.at(0x08));
+    const Strings strings(structure);
+    std::wstring bios = strings.at(0x04);
+    append(bios, L" ", strings.at(0x05));
+    append(bios, L", ", strings.at(0x08));
     return bios;
 }
 
@@ -137,11 +136,11 @@ std::optional<SystemFacts> decodeSystem(const Version& version, const Struct& st
     if (structure.type() != StructureType::system || version < kVersion2_0)
         return std::nullopt;
 
-    const Texts texts(structure);
+    const Strings strings(structure);
     SystemFacts facts;
-    facts.manufacturer = vendorText(texts.at(0x04));
-    facts.model = modelText(kSystemVendor, texts.at(0x05));
-    facts.serialNumber = texts.at(0x07);
+    facts.manufacturer = vendorText(strings.at(0x04));
+    facts.model = modelText(kAppleVendorId, strings.at(0x05));
+    facts.serialNumber = strings.at(0x07);
     return facts;
 }
 
@@ -151,12 +150,12 @@ std::optional<MotherBoardInfo> decodeBaseBoard(const Version&, const Struct& str
     if (structure.type() != StructureType::baseBoard || structure.byteAt(0x0D) != kMotherboard)
         return std::nullopt;
 
-    const Texts texts(structure);
+    const Strings strings(structure);
     MotherBoardInfo board;
-    board.name = texts.at(0x08);
-    board.serialNumber = texts.at(0x07);
-    board.manufacturer = vendorText(texts.at(0x04));
-    board.model = modelText(texts.at(0x04), texts.at(0x05));
+    board.name = strings.at(0x08);
+    board.serialNumber = strings.at(0x07);
+    board.manufacturer = vendorText(strings.at(0x04));
+    board.model = modelText(strings.at(0x04), strings.at(0x05));
     return board;
 }
 
@@ -178,13 +177,13 @@ std::optional<CpuInfo> decodeProcessor(const Version& version, const Struct& str
     if (structure.type() != StructureType::processor || structure.field<std::uint8_t>(0x05) != kCentralProcessor)
         return std::nullopt;
 
-    const Texts texts(structure);
+    const Strings strings(structure);
     CpuInfo processor;
     processor.status = DeviceStatus::hasIssues;
     if (version >= kVersion2_0)
     {
-        processor.name = texts.at(0x10);
-        processor.manufacturer = vendorText(texts.at(0x07));
+        processor.name = strings.at(0x10);
+        processor.manufacturer = vendorText(strings.at(0x07));
         processor.maxClockSpeed = structure.field<std::uint16_t>(0x14).value_or(0);
         processor.status = processorStatus(structure.field<std::uint8_t>(0x18).value_or(0));
     }
@@ -193,7 +192,7 @@ std::optional<CpuInfo> decodeProcessor(const Version& version, const Struct& str
         processor.cores = structure.field<std::uint8_t>(0x24).value_or(0); // the enabled ones
     if (const auto id = structure.field<std::uint64_t>(0x08))
         processor.processorID = hexadecimal(*id);
-    processor.socketDesignation = texts.at(0x04);
+    processor.socketDesignation = strings.at(0x04);
     return processor;
 }
 
@@ -203,19 +202,19 @@ std::optional<RamInfo> decodeMemoryDevice(const Version& version, const Struct& 
     if (structure.type() != StructureType::memoryDevice || size == kEmptySocket)
         return std::nullopt;
 
-    const Texts texts(structure);
+    const Strings strings(structure);
     RamInfo memory;
     if (version >= kVersion3_2)
         nameModule(memory, structure);
     if (version >= kVersion2_3)
     {
-        memory.name = texts.at(0x19);
+        memory.name = strings.at(0x19);
         if (memory.manufacturer.empty())
-            memory.manufacturer = vendorText(texts.at(0x17));
-        memory.serialNumber = texts.at(0x18);
+            memory.manufacturer = vendorText(strings.at(0x17));
+        memory.serialNumber = strings.at(0x18);
     }
     memory.capacity = capacityOf(structure, size);
-    memory.deviceLocator = texts.at(0x10);
+    memory.deviceLocator = strings.at(0x10);
     return memory;
 }
 }

@@ -1,5 +1,5 @@
 #include "hw-inventory-impl/lib/NameTable.h"
-#include "hw-inventory-impl/lib/SMBIOS/AbstractParser.h"
+#include "hw-inventory-impl/lib/SMBIOS/Structure.h"
 
 namespace HardwareInventory::SMBIOS
 {
@@ -57,7 +57,7 @@ constexpr int kInactive = 126;
 constexpr auto kControlNames = std::to_array<const wchar_t*>({L"inactive", L"end-of-table"});
 }
 
-const wchar_t* AbstractParser::structureTypeName(std::uint8_t type)
+const wchar_t* structureTypeName(std::uint8_t type)
 {
     if (type >= kInactive)
         return nameOf(kControlNames, type, kInactive, L"invalid");

@@ -15,9 +15,6 @@ constexpr std::uint32_t kRawFirmwareProvider = 0x4649524D; // 'FIRM'
 
 // The raw firmware provider's tables: ranges of this size, each named by its address.
 constexpr std::uint32_t kMemoryRangeSize = 0x20000;
-
-// In front of the structures: calling method, major and minor version, DMI revision, length.
-constexpr std::size_t kHeadSize = 8;
 }
 
 bool Win32Parser::isAvailable()
@@ -30,10 +27,10 @@ void Win32Parser::read()
     if (!isAvailable())
         throw std::runtime_error("SMBIOS table is unavailable");
     fill(kSmbiosProvider, 0);
-    if (buffer_.size() < kHeadSize)
+    if (buffer_.size() < ZelStdCore::kRawSmbiosHeaderSize)
         throw std::runtime_error("failed to read SMBIOS table");
     version_ = {buffer_[1], buffer_[2]};
-    walkBuffer(kHeadSize, buffer_.size());
+    walk(Struct(std::span(buffer_).subspan(ZelStdCore::kRawSmbiosHeaderSize)));
 }
 
 void Win32Parser::handleEntryPoint32(std::span<const std::uint8_t> entryPoint)
@@ -46,13 +43,12 @@ void Win32Parser::handleEntryPoint64(std::span<const std::uint8_t> entryPoint)
     walkPhysicalMemory(numberAt<std::uint64_t>(entryPoint, 0x10), numberAt<std::uint32_t>(entryPoint, 0x0C));
 }
 
-// Leaves the table in the buffer, with room for the tail.
 void Win32Parser::fill(std::uint32_t provider, std::uint32_t table)
 {
     const std::uint32_t size = Platform::firmwareTable(provider, table, nullptr, 0);
     if (size == 0)
         throw std::runtime_error("failed to get SMBIOS table size");
-    buffer_.resize(size + kTableTailSize);
+    buffer_.resize(size);
     const std::uint32_t copied = Platform::firmwareTable(provider, table, buffer_.data(), size);
     // A table that has outgrown the buffer since was not copied.
     if (copied == 0 || copied > size)
@@ -71,13 +67,6 @@ void Win32Parser::walkPhysicalMemory(std::optional<std::uint64_t> address, std::
     const auto begin = static_cast<std::size_t>(*address - range);
     if (begin >= buffer_.size())
         throw std::runtime_error("failed to read SMBIOS table");
-    walkBuffer(begin, std::min<std::size_t>(begin + *length, buffer_.size()));
-}
-
-void Win32Parser::walkBuffer(std::size_t begin, std::size_t end)
-{
-    buffer_.resize(end);
-    closeTable(buffer_);
-    walk(Struct(buffer_.data() + begin, buffer_.data() + end));
+    walk(Struct(std::span(buffer_).subspan(begin, std::min<std::size_t>(*length, buffer_.size() - begin))));
 }
 }

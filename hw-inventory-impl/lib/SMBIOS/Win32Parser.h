@@ -13,11 +13,11 @@ public:
     // Whether the system offers SMBIOS data at all.
     static bool isAvailable();
 
-    // Throws std::runtime_error for a table that the system does not give whole.
+    // Throws std::runtime_error for a truncated table.
     void read() override;
 
-    // The system shows a process the physical memory from 0xC0000 to 0xFFFFF alone, where firmware without UEFI keeps the table.
-    // Throws std::runtime_error for a table elsewhere, and for an entry point too short to say where.
+    // A process can read the physical memory from 0xC0000 to 0xFFFFF alone, where firmware without UEFI keeps the table. Throws
+    // std::runtime_error for a table elsewhere, and for an entry point too short for its address.
     void handleEntryPoint32(std::span<const std::uint8_t> entryPoint) override;
     void handleEntryPoint64(std::span<const std::uint8_t> entryPoint) override;
 
@@ -25,8 +25,7 @@ private:
     void fill(std::uint32_t provider, std::uint32_t table);
     // Unset: the entry point ends before the field does.
     void walkPhysicalMemory(std::optional<std::uint64_t> address, std::optional<std::uint32_t> length);
-    void walkBuffer(std::size_t begin, std::size_t end);
 
-    std::vector<std::uint8_t> buffer_; // what handlers see lies in it
+    std::vector<std::uint8_t> buffer_; // handlers get views of it
 };
 }

@@ -31,10 +31,10 @@ std::wstring vendor(std::uint16_t id)
     return PciIdDatabase::instance().vendorName(id);
 }
 
-// A memory device of the given length with all six texts.
+// A memory device of the given length with all six strings.
 Structure memory(std::uint8_t length, std::uint16_t size)
 {
-    Structure structure(17, length, {"DIMM 0", "BANK 0", "Maker ", "1234ABCD", "Tag", "Part"});
+    Structure structure(17, length, {"DIMM 0", "BANK 0", "Contoso ", "1234ABCD", "Tag", "Part"});
     const std::pair<std::size_t, std::uint8_t> strings[] = {{0x10, 1}, {0x11, 2}, {0x17, 3}, {0x18, 4}, {0x19, 5}, {0x1A, 6}};
     for (const auto& [offset, number] : strings)
         if (offset < length)
@@ -43,7 +43,7 @@ Structure memory(std::uint8_t length, std::uint16_t size)
 }
 }
 
-TEST(Decoders, TellTheSizeOfAMemoryDevice)
+TEST(Decoders, ReadTheSizeOfAMemoryDevice)
 {
     const auto extended = [](std::uint32_t mebibytes) { return memory(0x22, 0x7FFF).set<std::uint32_t>(0x1C, mebibytes); };
     std::vector<std::uint64_t> sizes;
@@ -60,7 +60,7 @@ TEST(Decoders, TellTheSizeOfAMemoryDevice)
 TEST(Decoders, TakeFromAMemoryDeviceWhatItsVersionAndLengthOffer)
 {
     const std::wstring named = L" status=3 serialNumber=1234ABCD capacity=1048576 deviceLocator=DIMM 0";
-    const std::wstring whole = L"name=Tag manufacturer=Maker  model=" + named;
+    const std::wstring whole = L"name=Tag manufacturer=Contoso  model=" + named;
     const std::wstring bare = L"name= manufacturer= model= status=3 serialNumber= capacity=1048576 deviceLocator=DIMM 0";
     const auto identified = [](std::uint16_t manufacturer, std::uint16_t product, std::uint8_t length = 0x54)
     { return memory(length, 1).set(0x2C, manufacturer).set(0x2E, product); };
@@ -77,11 +77,11 @@ TEST(Decoders, TakeFromAMemoryDeviceWhatItsVersionAndLengthOffer)
         {{2, 2}, memory(0x54, 1), bare},
         {{2, 3}, memory(0x1B, 1), whole},
         {{2, 7}, memory(0x15, 1), bare}, // shorter than its version promises: letters follow where the numbers would be
-        {{2, 3}, memory(0x19, 1), L"name= manufacturer=Maker  model=" + named},
+        {{2, 3}, memory(0x19, 1), L"name= manufacturer=Contoso  model=" + named},
         {{3, 1}, identified(0x8086, 0x1237), whole},
         {{3, 2}, identified(0x8086, 0x1237), L"name=Tag manufacturer=" + vendor(0x8086) + L" model=" + intelModel + named},
-        {{4, 0}, identified(0xFFF0, 0x1237), whole},                                                    // nobody's number: the text
-        {{3, 2}, memory(0x28, 1), whole},                                                               // no room for numbers
+        {{4, 0}, identified(0xFFF0, 0x1237), whole}, // nobody's number: the string
+        {{3, 2}, memory(0x28, 1), whole},            // no room for numbers
         {{2, 7}, memory(0x22, 1).set<std::uint8_t>(0x17, 7), L"name=Tag manufacturer= model=" + named}, // no such string
     };
     for (const Case& test : cases)
@@ -95,10 +95,10 @@ TEST(Decoders, TakeFromAMemoryDeviceWhatItsVersionAndLengthOffer)
     EXPECT_TRUE(log.contains(1, "failed to lookup model (FFF0:1237)"));
 }
 
-TEST(Decoders, ReadNumericMakersAndProducts)
+TEST(Decoders, ReadNumericManufacturersAndProducts)
 {
-    const auto board = [](const std::string& maker, const std::string& product) {
-        return Structure(2, 15, {maker, product}).set<std::uint8_t>(4, 1).set<std::uint8_t>(5, 2).set<std::uint8_t>(13, 10);
+    const auto board = [](const std::string& manufacturer, const std::string& product) {
+        return Structure(2, 15, {manufacturer, product}).set<std::uint8_t>(4, 1).set<std::uint8_t>(5, 2).set<std::uint8_t>(13, 10);
     };
     const std::wstring intel = vendor(0x8086);
     const std::wstring intelModel = PciIdDatabase::instance().modelName(0x8086, 0x1237);
@@ -107,7 +107,7 @@ TEST(Decoders, ReadNumericMakersAndProducts)
 
     struct Case
     {
-        std::string maker;
+        std::string vendor;
         std::string product;
         std::wstring manufacturer;
         std::wstring model;
@@ -116,7 +116,7 @@ TEST(Decoders, ReadNumericMakersAndProducts)
     const Case cases[] = {
         {"0x8086", "0x1237", intel, intelModel, L""},
         {"0x18086", "0x91237", intel, intelModel, L""}, // the low 16 bits
-        {"Maker", "0x0001", L"Maker", L"0x0001", appleModel},
+        {"Contoso", "0x0001", L"Contoso", L"0x0001", appleModel},
         {"0xFFF0", "0x1237", L"", L"", L""},
         {"0x1G", "0x", L"0x1G", L"0x", L""},
         {"0X8086", "0x1237", L"0X8086", L"0x1237", L""},
@@ -125,12 +125,12 @@ TEST(Decoders, ReadNumericMakersAndProducts)
     for (const Case& test : cases)
     {
         const auto inventory =
-            decode({2, 3}, {board(test.maker, test.product),
-                            Structure(1, 8, {test.maker, test.product}).set<std::uint8_t>(4, 1).set<std::uint8_t>(5, 2)});
+            decode({2, 3}, {board(test.vendor, test.product),
+                            Structure(1, 8, {test.vendor, test.product}).set<std::uint8_t>(4, 1).set<std::uint8_t>(5, 2)});
         ASSERT_EQ(inventory.baseBoards().size(), 1u);
-        EXPECT_EQ(inventory.baseBoards()[0].manufacturer, test.manufacturer) << test.maker;
+        EXPECT_EQ(inventory.baseBoards()[0].manufacturer, test.manufacturer) << test.vendor;
         EXPECT_EQ(inventory.baseBoards()[0].model, test.model) << test.product;
-        EXPECT_EQ(inventory.manufacturer(), test.manufacturer) << test.maker;
+        EXPECT_EQ(inventory.manufacturer(), test.manufacturer) << test.vendor;
         EXPECT_EQ(inventory.model(), test.systemModel) << test.product;
     }
 
@@ -148,22 +148,22 @@ TEST(Decoders, KeepMotherboardsAlone)
     const auto board = [](std::uint8_t length, std::vector<std::string> strings)
     { return Structure(2, length, std::move(strings)).set<std::uint8_t>(4, 1).set<std::uint8_t>(5, 2).set<std::uint8_t>(7, 3); };
     const auto typed = [board](std::uint8_t type) {
-        return board(15, {"Maker", "Board", "Serial", "Tag"}).set<std::uint8_t>(8, 4).set<std::uint8_t>(13, type);
+        return board(15, {"Contoso", "Board", "Serial", "Tag"}).set<std::uint8_t>(8, 4).set<std::uint8_t>(13, type);
     };
     // Shorter than its type: the byte is one of the strings.
-    const auto accidental = board(8, {"Maker\nWorks", "Board", "Serial"});
-    const auto plain = board(8, {"Maker Works", "Board", "Serial"});
+    const auto accidental = board(8, {"ACME,\nInc.", "Board", "Serial"});
+    const auto plain = board(8, {"ACME, Inc.", "Board", "Serial"});
     const auto inventory = decode({1, 0}, {typed(3), typed(10), accidental, typed(9), plain});
     EXPECT_THAT(showAll(inventory.baseBoards()),
-                ElementsAre(L"name=Tag manufacturer=Maker model=Board status=3 serialNumber=Serial",
-                            L"name= manufacturer=Maker\nWorks model=Board status=3 serialNumber=Serial"));
+                ElementsAre(L"name=Tag manufacturer=Contoso model=Board status=3 serialNumber=Serial",
+                            L"name= manufacturer=ACME,\nInc. model=Board status=3 serialNumber=Serial"));
 }
 
 TEST(Decoders, TakeFromAProcessorWhatItsVersionAndLengthOffer)
 {
     const auto processor = [](std::uint8_t length, std::uint8_t status)
     {
-        Structure structure = Structure(4, length, {"Socket", "Maker", "Processor"})
+        Structure structure = Structure(4, length, {"Socket", "Contoso", "Processor"})
                                   .set<std::uint8_t>(0x04, 1)
                                   .set<std::uint8_t>(0x05, 3)
                                   .set<std::uint8_t>(0x07, 2)
@@ -175,7 +175,7 @@ TEST(Decoders, TakeFromAProcessorWhatItsVersionAndLengthOffer)
     };
     const auto line = [](int status, const std::wstring& cores)
     {
-        return L"name=Processor manufacturer=Maker model=Processor status=" + std::to_wstring(status) +
+        return L"name=Processor manufacturer=Contoso model=Processor status=" + std::to_wstring(status) +
                L" maxClockSpeed=4700 cores=" + cores + L" socketDesignation=Socket processorID=bfebfbff000906a7";
     };
     struct Case
@@ -202,13 +202,13 @@ TEST(Decoders, TakeFromAProcessorWhatItsVersionAndLengthOffer)
     EXPECT_EQ(decode({2, 5}, {processor(0x28, 0).set<std::uint64_t>(8, 0x0A)}).processors()[0].processorID, L"a");
 }
 
-TEST(Decoders, KeepTheLastWordOnTheSystem)
+TEST(Decoders, KeepTheLastFactsOfTheSystem)
 {
     const auto bios = [](std::vector<std::string> strings, std::uint8_t vendor, std::uint8_t version, std::uint8_t date)
     { return Structure(0, 9, std::move(strings)).set(4, vendor).set(5, version).set(8, date); };
     const auto system = [](const std::string& serial)
     {
-        Structure structure(1, 8, {"Maker", "Product", serial});
+        Structure structure(1, 8, {"Contoso", "Product", serial});
         return structure.set<std::uint8_t>(4, 1).set<std::uint8_t>(5, 2).set<std::uint8_t>(7, 3);
     };
     const auto chassis = [](std::uint8_t type) { return Structure(3, 9).set(5, type); };
@@ -221,7 +221,7 @@ TEST(Decoders, KeepTheLastWordOnTheSystem)
     };
     const Structure whole = bios({"ACME", "1.2", "01/02/2020"}, 1, 2, 3);
     const Case cases[] = {
-        {{2, 0}, {whole, system("First"), system("Last"), chassis(3)}, L"ACME 1.2, 01/02/2020|Maker Product Last|desktop"},
+        {{2, 0}, {whole, system("First"), system("Last"), chassis(3)}, L"ACME 1.2, 01/02/2020|Contoso Product Last|desktop"},
         {{1, 9}, {whole, system("First"), chassis(3)}, L"|  |"},
         {{3, 0}, {whole, bios({"1.2", "01/02/2020"}, 0, 1, 2)}, L"1.2, 01/02/2020|  |"},
         {{3, 0}, {bios({"ACME"}, 1, 0, 0)}, L"ACME , |  |"},

@@ -55,7 +55,7 @@ TEST(Inventory, ReadsTheTableOnceItCan)
     failAt("GetSystemFirmwareTable");
     EXPECT_THAT(instance, ThrowsMessage<std::runtime_error>("failed to read SMBIOS table"));
 
-    // What the second answer does not vouch for is not looked at.
+    // Bytes beyond the size that the second call returns do not count.
     fakes::machine().fails = [](const char*) { return false; };
     for (std::size_t size = 1; size < 8; ++size)
     {

@@ -77,11 +77,11 @@ std::optional<std::vector<std::wstring>> locators(const Bytes& table)
     }
     catch (const std::runtime_error&)
     {
-        return std::nullopt; // no head
+        return std::nullopt; // no header
     }
     catch (const std::out_of_range&)
     {
-        return std::nullopt; // a numeric maker of more than 32 bits
+        return std::nullopt; // a numeric manufacturer of more than 32 bits
     }
     return places;
 }

@@ -34,7 +34,7 @@ std::ifstream open(const fs::path& path)
     return stream;
 }
 
-// What dmidecode tells of a structure, and the structure itself for what it does not tell.
+// dmidecode's fields of a structure, and the structure itself for those that dmidecode lacks.
 struct Source
 {
     const json& fields; // null: the structure is too short, or the socket empty
@@ -47,16 +47,16 @@ struct Source
     }
 };
 
-// Numbers that the PCI ID list knows win over texts.
+// Numbers that the PCI ID list contains win over strings.
 RamInfo moduleOf(const Source& source, Version version)
 {
     RamInfo module;
     module.name = source.text("Asset Tag");
     if (version >= Version{3, 2} && source.structure.length() >= 0x30)
     {
-        const auto maker = source.structure.field<std::uint16_t>(0x2C).value();
-        module.manufacturer = PciIdDatabase::instance().vendorName(maker);
-        module.model = PciIdDatabase::instance().modelName(maker, source.structure.field<std::uint16_t>(0x2E).value());
+        const auto manufacturer = source.structure.field<std::uint16_t>(0x2C).value();
+        module.manufacturer = PciIdDatabase::instance().vendorName(manufacturer);
+        module.model = PciIdDatabase::instance().modelName(manufacturer, source.structure.field<std::uint16_t>(0x2E).value());
     }
     if (module.manufacturer.empty())
         module.manufacturer = vendorText(source.text("Manufacturer"));
@@ -124,7 +124,7 @@ void add(RealMachine& machine, const Struct& structure, const json& fields)
     const Source source{fields, structure};
     if (type == StructureType::memoryDevice && !source.fields["Size"].is_null())
         machine.memory.push_back(show(moduleOf(source, version)));
-    // dmidecode knows no type of a board whose structure ends before it; the byte there decides all the same.
+    // dmidecode prints no type of a board whose structure ends before it; the byte there decides all the same.
     if (type == StructureType::baseBoard && structure.byteAt(13) == 10)
         machine.boards.push_back(show(boardOf(source)));
     if (type == StructureType::processor && source.fields["Type"] == "Central Processor")
@@ -145,19 +145,19 @@ RealMachine load(fs::path path)
     machine.name = path.stem().string();
     machine.table.assign(std::istreambuf_iterator<char>(raw), {});
     auto expected = open(path.replace_extension(".expect.json"));
-    std::map<int, std::vector<json>> told;
+    std::map<int, std::vector<json>> printed;
     for (json& structure : json::parse(expected))
-        told[structure["type"]].push_back(std::move(structure["fields"]));
+        printed[structure["type"]].push_back(std::move(structure["fields"]));
 
     fakes::machine().smbiosTable = machine.table;
     std::map<int, std::size_t> seen;
     Win32Parser parser;
     for (int type = 0; type < 256; ++type)
         parser.registerHandler(static_cast<std::uint8_t>(type),
-                               [&machine, &told, &seen](const Version&, const Struct* structure)
+                               [&machine, &printed, &seen](const Version&, const Struct* structure)
                                {
                                    machine.broken = machine.broken || structure->length() < 4;
-                                   const auto& fields = told[structure->type()];
+                                   const auto& fields = printed[structure->type()];
                                    const std::size_t index = seen[structure->type()]++;
                                    if (index < fields.size())
                                        add(machine, *structure, fields[index]);

@@ -7,8 +7,8 @@
 
 namespace smbios_test
 {
-// A table of a real machine and what dmidecode tells of it, where the inventory means to tell the same. Where it means to differ,
-// the rule for that is applied.
+// A table of a real machine, and the inventory's records of it as dmidecode's output has them. Where the inventory differs by
+// intent, the rule for that is applied.
 struct RealMachine
 {
     std::string name;

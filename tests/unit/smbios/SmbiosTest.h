@@ -43,7 +43,7 @@ private:
     std::vector<std::string> strings_;
 };
 
-// As the firmware call returns it: structures as they are given, behind their head.
+// As the firmware call returns it: the structures behind their header.
 inline Bytes rawTable(std::uint8_t major, std::uint8_t minor, const Bytes& structures)
 {
     Bytes table{0, major, minor, 0, 0, 0, 0, 0};

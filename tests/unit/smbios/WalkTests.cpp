@@ -33,9 +33,9 @@ private:
     void see(const Struct& structure)
     {
         if (trace.empty())
-            first_ = structure.bytes();
-        std::string line = std::to_string(structure.type()) + "@" + std::to_string(structure.bytes() - first_);
-        for (const std::wstring& text : AbstractParser::strings(structure))
+            first_ = structure.bytes().data();
+        std::string line = std::to_string(structure.type()) + "@" + std::to_string(structure.bytes().data() - first_);
+        for (const std::wstring& text : strings(structure))
             line += ":" + ZelStdCore::toUtf8(text);
         trace.push_back(line);
     }
@@ -44,11 +44,11 @@ private:
     const std::uint8_t* first_ = nullptr;
 };
 
-// Touches whatever a handler can reach, and checks that it lies in the table's buffer.
+// Touches whatever a handler can reach, and checks that it lies in the table.
 class Prober
 {
 public:
-    explicit Prober(const Bytes& structures) : size_(structures.size())
+    explicit Prober(const Bytes& structures)
     {
         fakes::machine().smbiosTable = rawTable(3, 6, structures);
         for (unsigned type = 0; type <= std::numeric_limits<std::uint8_t>::max(); ++type)
@@ -64,25 +64,24 @@ private:
     void probe(const Struct& structure)
     {
         if (count_++ == 0)
-            first_ = structure.bytes();
-        inside_ = inside_ && static_cast<std::size_t>(structure.bytes() - first_) < size_ + kTableTailSize;
+            table_ = structure.bytes();
+        const std::size_t left = structure.bytes().size();
+        inside_ = inside_ && left <= table_.size() && structure.bytes().data() == table_.data() + table_.size() - left;
         lastWasEnd_ = structure.type() == StructureType::endOfTable;
         ends_ += lastWasEnd_;
-        const std::ptrdiff_t left = first_ + size_ - structure.bytes();
-        for (const std::ptrdiff_t offset : {0x00, 0x0D, 0xF7, 0xF8, 0xFF})
+        for (const std::size_t offset : {0x00, 0x0D, 0xF7, 0xF8, 0xFF})
         {
-            const bool within = offset + 8 <= std::min<std::ptrdiff_t>(structure.length(), left);
+            const bool within = offset + 8 <= std::min<std::size_t>(structure.length(), left);
             inside_ = inside_ && structure.field<std::uint64_t>(offset).has_value() == within;
             inside_ = inside_ && (offset < left || structure.byteAt(offset) == 0);
         }
-        for (const std::string_view text : structure.stringSet())
+        for (const std::string_view text : structure.strings(ZelStdCore::CutString::keep))
             inside_ = inside_ && text.find('\0') == std::string_view::npos &&
-                      reinterpret_cast<const std::uint8_t*>(text.data() + text.size()) <= first_ + size_;
+                      text.data() + text.size() <= reinterpret_cast<const char*>(table_.data() + table_.size());
     }
 
     Win32Parser parser_;
-    std::size_t size_;
-    const std::uint8_t* first_ = nullptr;
+    std::span<const std::uint8_t> table_;
     std::size_t count_ = 0;
     int ends_ = 0;
     bool lastWasEnd_ = false;
@@ -102,13 +101,13 @@ TEST(Walk, VisitsEveryStructureAndItsStringsUpToTheEndOfTable)
     EXPECT_THAT(Witness(rawTable(2, 7, std::vector<Structure>{})).trace, ElementsAre("127@0:"));
     EXPECT_THAT(Witness(rawTable(2, 7, {Structure(32, 11), Structure(11, 5, {"A", "BC"}), Structure(11, 5, {"\xFC"})})).trace,
                 ElementsAre("32@0:", "11@13::A:BC", "11@24::\xC3\xBC", "127@32:"));
-    // What follows the end is not looked at, and a length in the head that says otherwise is not either.
+    // What follows the end does not count, nor does a length in the header that says otherwise.
     Bytes table = rawTable(2, 7, join({Structure(8, 4), Structure(127, 4), Structure(9, 4)}));
     table[4] = 2;
     EXPECT_THAT(Witness(table).trace, ElementsAre("8@0:", "127@6:"));
 }
 
-TEST(Walk, ComesToRestBehindATableWithoutAnEnd)
+TEST(Walk, EndsBehindATableWithoutAnEnd)
 {
     struct Case
     {
@@ -119,12 +118,12 @@ TEST(Walk, ComesToRestBehindATableWithoutAnEnd)
     const Case cases[] = {
         {{}, {"127@0:"}},
         {sound, {"11@0::A:BC", "127@11:"}},
-        {{sound.begin(), sound.begin() + 10}, {"11@0::A:BC", "127@268:"}}, // no zero behind the last string's own
-        {{sound.begin(), sound.begin() + 8}, {"11@0::A:B", "127@266:"}},
-        {{sound.begin(), sound.begin() + 5}, {"11@0:", "127@263:"}},
-        {{sound.begin(), sound.begin() + 1}, {"11@0:", "127@259:"}},
-        {{5, 200, 0, 0}, {"5@0:", "127@262:"}},                                // formatted beyond the table
-        {{8, 4, 0, 0, 0}, {"8@0:", "127@6:"}},                                 // one of the two zeros
+        {{sound.begin(), sound.begin() + 10}, {"11@0::A:BC", "127@10:"}}, // no zero behind the last string's own
+        {{sound.begin(), sound.begin() + 8}, {"11@0::A:B", "127@8:"}},
+        {{sound.begin(), sound.begin() + 5}, {"11@0:", "127@5:"}},
+        {{sound.begin(), sound.begin() + 1}, {"11@0:", "127@1:"}},
+        {{5, 200, 0, 0}, {"5@0:", "127@4:"}},                                  // formatted beyond the table
+        {{8, 4, 0, 0, 0}, {"8@0:", "127@5:"}},                                 // one of the two zeros
         {{0, 0, 0, 0, 8, 4, 0, 0, 0, 0}, {"0@0:", "0@2:", "8@4:", "127@10:"}}, // scratch bytes
     };
     for (const Case& test : cases)

@@ -22,9 +22,9 @@ RawTable fullTable()
     RawTable table;
     // Vendor, version, segment, release date, ROM size, characteristics (8 bytes), extension bytes 1 and 2.
     table.add(0, {1, 2, 0, 0xE0, 3, 1, 0, 0, 0, 0, 0, 0, 0, 0, 3, 0x1C}, {"Vendor ", " 1.0", "01/01/2020"});
-    table.add(1, {1, 2, 3}, {"Maker", "Product\t", "Version"});
-    table.add(2, {2, 1}, {"Board product", "Board maker"});
-    table.add(3, {1, 3, 0, 0, 2}, {"Chassis maker", "First tag"});
+    table.add(1, {1, 2, 3}, {"Manufacturer", "Product\t", "Version"});
+    table.add(2, {2, 1}, {"Board product", "Board manufacturer"});
+    table.add(3, {1, 3, 0, 0, 2}, {"Chassis manufacturer", "First tag"});
     table.add(3, {0, 3, 0, 0, 1}, {"Second tag"});
     table.add(11, {2}, {"OEM one", "OEM two "});
     return table;
@@ -40,15 +40,15 @@ FirmwareFacts factsOf(const std::vector<std::uint8_t>& raw)
 
 Texts textsOf(const FirmwareFacts& facts)
 {
-    Texts texts{facts.biosVendor, facts.biosVersion, facts.maker,       facts.product,
-                facts.version,    facts.boardMaker,  facts.boardProduct};
+    Texts texts{facts.biosVendor, facts.biosVersion,       facts.manufacturer, facts.product,
+                facts.version,    facts.boardManufacturer, facts.boardProduct};
     texts.insert(texts.end(), facts.assetTags.begin(), facts.assetTags.end());
     texts.insert(texts.end(), facts.oemStrings.begin(), facts.oemStrings.end());
     return texts;
 }
 
-const Texts kFullTexts{"Vendor",        "1.0",       "Maker",      "Product", "Version", "Board maker",
-                       "Board product", "First tag", "Second tag", "OEM one", "OEM two"};
+const Texts kFullTexts{"Vendor",        "1.0",       "Manufacturer", "Product", "Version", "Board manufacturer",
+                       "Board product", "First tag", "Second tag",   "OEM one", "OEM two"};
 
 TEST(VmFirmwareFacts, ReadsEveryTextAndTheMark)
 {
@@ -63,20 +63,20 @@ TEST(VmFirmwareFacts, OddTables)
     {
         const char* what;
         std::vector<std::uint8_t> raw;
-        const char* maker;
+        const char* manufacturer;
         const char* product = "";
     } cases[] = {
-        {"no head", {0, 2, 8, 0, 1, 0, 0}, ""},
+        {"no header", {0, 2, 8, 0, 1, 0, 0}, ""},
         {"a short structure", RawTable().add(1, {1}, {"M", "P"}).bytes(), "M"},
         {"string numbers beyond the set", RawTable().add(1, {1, 2}, {"M"}).bytes(), "M"},
         {"the first of two", RawTable().add(1, {1}, {"M"}).add(1, {1, 2}, {"N", "O"}).bytes(), "M"},
         {"behind structures without strings", RawTable().add(126, {}, {}).add(1, {1}, {"M"}).bytes(), "M"},
         {"behind the end", RawTable().add(127, {}, {}).add(1, {1}, {"M"}).bytes(), ""},
         {"behind a length of nothing", RawTable().addBytes({9, 0, 0}).add(1, {1}, {"M"}).bytes(), ""},
-        {"beyond the length in the head", RawTable().add(126, {}, {}).add(1, {1}, {"M"}).bytes(6), ""},
-        {"a length in the head beyond the bytes", RawTable().add(1, {1}, {"M"}).bytes(0xFFFFFFFF), "M"},
+        {"beyond the length in the header", RawTable().add(126, {}, {}).add(1, {1}, {"M"}).bytes(6), ""},
+        {"a length in the header beyond the bytes", RawTable().add(1, {1}, {"M"}).bytes(0xFFFFFFFF), "M"},
         {"a structure longer than the table", RawTable().addBytes({1, 9, 0, 0, 1, 2, 3}).bytes(), ""},
-        {"a text without end", RawTable().addBytes({1, 7, 0, 0, 1, 2, 3, 'M', 0, 'P'}).bytes(), "M"},
+        {"a string without end", RawTable().addBytes({1, 7, 0, 0, 1, 2, 3, 'M', 0, 'P'}).bytes(), "M"},
         {"letters above ASCII, padding", RawTable().add(1, {1, 2}, {"\xB5M\xFF", " \t "}).bytes(), "\xB5M\xFF"},
         // The mark is one bit of a byte that must be there.
         {"other bits", RawTable().add(0, {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xEF}, {}).bytes(), ""},
@@ -86,13 +86,13 @@ TEST(VmFirmwareFacts, OddTables)
     {
         SCOPED_TRACE(each.what);
         const FirmwareFacts facts = factsOf(each.raw);
-        EXPECT_EQ(facts.maker, each.maker);
+        EXPECT_EQ(facts.manufacturer, each.manufacturer);
         EXPECT_EQ(facts.product, each.product);
         EXPECT_FALSE(facts.virtualMachine);
     }
 }
 
-// Whatever is cut or flipped: no read outside (the sanitizer's task), and no text that the table does not hold.
+// Whatever is cut or flipped: no read outside (the sanitizer's task), and no string that the table lacks.
 TEST(VmFirmwareFacts, DamagedTablesYieldNothingInvented)
 {
     const std::vector<std::uint8_t> raw = fullTable().bytes();

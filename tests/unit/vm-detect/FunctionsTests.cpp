@@ -63,7 +63,7 @@ TEST(VmFunctions, FromTheProcessorsLeaves)
         VmDetect::CpuidRegisters secondSignature;
         int expected;
     } cases[] = {
-        {"no bit, leaves that look like KVM", {~0u, ~0u, 0x7FFFFFFF, ~0u}, kKvm, kKvm, kKvm, kKvm, 0},
+        {"no bit, leaves like those of KVM", {~0u, ~0u, 0x7FFFFFFF, ~0u}, kKvm, kKvm, kKvm, kKvm, 0},
         {"KVM behind Hyper-V", kBit, microsoft(0x4000000A), kHv1, kNotRoot, kKvm, 17},
         {"host of Hyper-V", kBit, microsoft(0x40000003), kHv1, kRoot, kNone, 0},
         {"guest of Hyper-V", kBit, microsoft(0x4000000B), kHv1, kNotRoot, kNone, 8},
@@ -82,7 +82,7 @@ TEST(VmFunctions, FromTheProcessorsLeaves)
     }
 }
 
-// Only the firmware is left to judge by. Leaf 0 has its letters in EBX, EDX and ECX.
+// Only the firmware is left. Leaf 0 has its letters in EBX, EDX and ECX.
 TEST(VmFunctions, AnEmulatedProcessorSaysNothingOfHypervisors)
 {
     const VmDetect::CpuidRegisters virtualCpu{1, 0x74726956, 0x20555043, 0x206C6175};   // "Virtual CPU "

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-// Builds the answer of GetSystemFirmwareTable('RSMB') piece by piece.
+// Builds the result of GetSystemFirmwareTable('RSMB') piece by piece.
 class RawTable
 {
 public:
@@ -28,7 +28,7 @@ public:
 
     std::vector<std::uint8_t> bytes() const { return bytes(static_cast<std::uint32_t>(structures_.size())); }
 
-    // With a length in the head that need not be true.
+    // With a length in the header that need not be true.
     std::vector<std::uint8_t> bytes(std::uint32_t length) const
     {
         std::vector<std::uint8_t> raw{0, 2, 8, 0};
