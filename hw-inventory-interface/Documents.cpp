@@ -24,7 +24,7 @@ bool isMeaningful(std::wstring_view text)
     return !isBlank(text) && !text.starts_with(L"0x");
 }
 
-// Two texts that makers leave in place of a serial number.
+// Manufacturers leave these two texts in place of a serial number.
 bool isValidSerial(std::wstring_view text)
 {
     return !isBlank(text) && text != L"9876543210" && text != L"0x00000000";
@@ -124,7 +124,7 @@ void write(json& target, const GpuInfo& gpu)
 {
     writeDevice(target, gpu);
     putValidSerial(target, "serialNumber", gpu.serialNumber);
-    // As a double: the digits of the widened value are part of the format.
+    // As a double: the documents contain the digits of the widened value.
     if (gpu.temperature)
         member(target, "temperature") = static_cast<double>(*gpu.temperature);
 }

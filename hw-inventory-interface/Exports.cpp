@@ -19,12 +19,12 @@ namespace
 constexpr auto kNoSize = L"null buffer_size provided to write JSON data to";
 constexpr auto kNoSizeForRam = L"null buffer size provided to write JSON data to";
 
-// An exception of another language or C++ runtime, of which this one has no pointer.
+// Stands for an exception of another language or C++ runtime: std::current_exception() is null for it.
 struct ForeignException
 {
 };
 
-// Both outputs are stored before the allocation is judged: the host sees the size that could not be had.
+// Both outputs are set before the allocation is checked: after a failure *bufferSize is the size that was needed.
 ExportStatus handOver(const std::string& document, char** buffer, size_t* bufferSize)
 {
     const size_t size = document.size() + 1;
@@ -36,9 +36,9 @@ ExportStatus handOver(const std::string& document, char** buffer, size_t* buffer
     return EXPORT_STATUS_SUCCESS;
 }
 
-// The body of the collecting functions. The machine is read before the size argument is judged; the document is written after
-// it, since writing it can log. A failure is recorded after its handler: that logs too, and a foreign exception out of the callback
-// would end the process while another one is handled.
+// The body of the collecting functions. The records are collected before the size argument is checked; the document is written
+// after it, since writing can log. A failure is recorded outside its handler: that logs too, and a foreign exception from the
+// host's callback would end the process while another one is being handled.
 template <class Collect, class Write>
 ExportStatus answer(char** buffer, size_t* bufferSize, const wchar_t* noSize, Collect collect, Write write) noexcept
 {
@@ -121,7 +121,7 @@ const ExceptionRecord* hardware_inventory_get_exception(void)
     return &lastException();
 }
 
-// A failure in here is none of a collection: the record keeps what the caller came to read.
+// A failure here must not overwrite the record that the caller is reading.
 ExportStatus hardware_inventory_exception_string(char* buffer, size_t* buffer_size)
 {
     try
@@ -152,6 +152,6 @@ void hardware_inventory_set_logger(HardwareInventoryLogger logger)
     }
     catch (...)
     {
-        // Without memory for the slot there is no logging.
+        // Without memory for the logger there is no logging.
     }
 }

@@ -30,7 +30,7 @@ std::vector<Info> emulated(EmulatedDevice device)
     return {std::move(info)};
 }
 
-// The firmware's table is a source of second choice: without it the list is empty, and the collection goes on.
+// The SMBIOS table is a fallback source: if it cannot be read, the list is empty and the collection goes on.
 std::vector<RamInfo> modulesFromFirmware()
 {
     try

@@ -8,16 +8,16 @@
 
 namespace HardwareInventory
 {
-// The lines of a list with the place where their two fields meet, found in one pass. The text is looked at in blocks of 64 bytes:
-// a loop that compilers vectorise marks the line ends and the blank pairs of a block, and only marked bytes are then visited.
-// Searching for each of them by itself would take longer than the whole parse does, because their distances cannot be predicted.
+// Finds the lines of a list and the separator of each line's two fields in one pass. The text is scanned in blocks of 64 bytes: a
+// loop that compilers vectorise marks the line ends and the double spaces of a block, and only marked bytes are then visited.
+// Separate searches would take longer than the whole parse does, because the distances cannot be predicted.
 class ListLines
 {
 public:
     explicit ListLines(std::string_view text) : text_(text) {}
 
-    // Calls visit(line, separator) for each line that has its line end, until it answers false. The separator is the only blank
-    // pair in the line, null where it has none or several that do not overlap.
+    // Calls visit(line, separator) for each line that has a line end, until it returns false. The separator is the only double
+    // space in the line, null if it has none or several that do not overlap.
     template <class Visit>
     void forEach(Visit visit) const
     {
@@ -55,14 +55,14 @@ private:
         return marksOfBlock(padded.data());
     }
 
-    // Looks at one byte more than the block has.
+    // Reads one byte beyond the block.
     static std::uint64_t marksOfBlock(const char* block)
     {
         std::array<unsigned char, blockSize> isMarked;
         for (std::size_t index = 0; index < blockSize; ++index)
             isMarked[index] = (block[index] == '\n') | ((block[index] == ' ') & (block[index + 1] == ' '));
 
-        // Eight bytes of 0 or 1 become eight bits by one multiplication, each byte arriving at its own bit of the highest byte.
+        // One multiplication gathers eight bytes of 0 or 1 into the eight bits of the highest byte.
         static_assert(std::endian::native == std::endian::little);
         constexpr std::uint64_t gather = 0x0102040810204080;
         std::uint64_t marks = 0;

@@ -32,11 +32,11 @@ constexpr IdWarnings subsystemVendorWarnings{L"'%1%' (line %2%) contains illegal
 constexpr IdWarnings subsystemWarnings{L"'%1%' (line %2%) contains illegal value of subsystem id: '%3%'",
                                        L"'%1%' (line %2%) contains out of range value of subsystem id: '%3%'"};
 
-// What is left of a line when the tabs that tell its kind are gone.
+// A line without its leading tabs.
 struct Entry
 {
     std::string_view text;
-    const char* separator; // between identifier and name; null in an entry of another form
+    const char* separator; // between identifier and name; null if the line has another form
 
     std::string_view idText() const { return {text.data(), static_cast<std::size_t>(separator - text.data())}; }
     const char* name() const { return separator + fieldSeparator.size(); }
@@ -53,7 +53,7 @@ constexpr std::array<unsigned char, 256> digitValues = []
     return values;
 }();
 
-// The form that nearly all identifiers have, read without a branch for each digit: every other one would be guessed wrong.
+// Reads the form of nearly all identifiers without a branch for each digit: half of the branches would be mispredicted.
 bool readFourDigits(std::string_view text, std::uint16_t& id)
 {
     if (text.size() != 4)
@@ -128,7 +128,7 @@ private:
             tables_.models.append(joinPciIds(vendor_, device_), entry.name());
     }
 
-    // A device counts as current until the next device line, under another vendor too.
+    // A device stays current until the next device line, even under another vendor.
     void readSubsystem(const Entry& entry)
     {
         if (!hasDevice_)
@@ -175,7 +175,7 @@ void parsePciIdList(std::string_view text, PciIdTables& tables)
     tables.models.reserve(text.size() / 64);
     tables.subsystems.reserve(text.size() / 64);
 
-    // The list is 8-bit text that a byte 0xFF ends wherever it stands.
+    // A byte 0xFF ends the list wherever it stands.
     Parser parser(tables);
     const ListLines lines(text.substr(0, text.find('\xFF')));
     lines.forEach([&parser](std::string_view line, const char* separator) { return parser.readLine(line, separator); });

@@ -9,7 +9,7 @@
 
 namespace HardwareInventory
 {
-// Names by identifier in one flat table in ascending order. A name stays in the text of its list, where the line's end ends it.
+// Names by identifier in one flat, sorted table. A name points into the text of its list and ends at the line feed.
 class PciIdTable
 {
 public:
@@ -38,13 +38,13 @@ public:
         entries_.erase(entries_.begin(), std::unique(entries_.rbegin(), entries_.rend(), sameId).base());
     }
 
-    // Null when the identifier is unknown.
+    // Null if the identifier is unknown.
     const char* find(std::uint64_t id) const
     {
         if (entries_.empty())
             return nullptr;
-        // A binary search over ranges of a power of two, the first of which may overlap the second. It adds what it compares
-        // instead of branching on it, which the processor would guess wrong every other time.
+        // A binary search over ranges of a power of two, the first two of which may overlap. It adds the result of a comparison
+        // instead of branching on it: the processor mispredicts such a branch half the time.
         const std::size_t length = std::bit_floor(entries_.size());
         const Entry* entry = entries_.data();
         if (const Entry* const upper = entry + entries_.size() - length; upper->id <= id)

@@ -28,7 +28,7 @@ public:
     const VARIANT& get() const { return value_; }
     VARTYPE type() const { return value_.vt; }
 
-    // Takes the other's value and leaves it empty.
+    // Takes the other's value and leaves the other empty.
     HRESULT attach(Variant& other)
     {
         const HRESULT result = VariantClear(&value_);
@@ -48,13 +48,13 @@ bool read(IWbemClassObject& object, const wchar_t* property, Variant& value)
     return SUCCEEDED(object.Get(property, 0, value.put(), nullptr, nullptr));
 }
 
-// The counted text, which may hold zeros; a null BSTR is an empty one.
+// By length: a BSTR may contain NULs. A null BSTR is an empty one.
 std::wstring textOf(BSTR text)
 {
     return text ? std::wstring(text, SysStringLen(text)) : std::wstring();
 }
 
-// Access to the elements of an array, which cannot be resized or freed meanwhile.
+// Locks an array for access to its elements. It cannot be resized or freed meanwhile.
 class LockedTexts
 {
 public:
@@ -85,7 +85,7 @@ SAFEARRAY* textArrayOf(const VARIANT& value)
     return value.parray;
 }
 
-// Counted, not bounded: an array may start at any index, and the upper bound of an empty one lies below the lower.
+// By count, not by bounds: an array may start at any index, and the upper bound of an empty one is below the lower.
 std::vector<std::wstring> textsOf(SAFEARRAY* array)
 {
     const LockedTexts locked(array);
@@ -126,7 +126,7 @@ std::optional<bool> WMIObject::getBool(const wchar_t* property) const
     if (value.type() == VT_BOOL)
         return value.get().boolVal != VARIANT_FALSE;
 
-    // A null value does not convert either: it is no default.
+    // A null value does not convert either: the caller's default is not for it.
     Variant converted;
     const HRESULT result = VariantChangeType(converted.put(), value.put(), 0, VT_BOOL);
     if (FAILED(result))
