@@ -14,20 +14,20 @@ namespace HardwareInventory
 {
 namespace
 {
-bool isBlank(std::wstring_view text)
+bool hasText(std::wstring_view text)
 {
-    return ZelStdCore::trim(text).empty();
+    return !ZelStdCore::trim(text).empty();
 }
 
 bool isMeaningful(std::wstring_view text)
 {
-    return !isBlank(text) && !text.starts_with(L"0x");
+    return hasText(text) && !text.starts_with(L"0x");
 }
 
 // Manufacturers leave these two texts in place of a serial number.
 bool isValidSerial(std::wstring_view text)
 {
-    return !isBlank(text) && text != L"9876543210" && text != L"0x00000000";
+    return hasText(text) && text != L"9876543210" && text != L"0x00000000";
 }
 
 void put(json& record, const char* key, std::wstring_view text)

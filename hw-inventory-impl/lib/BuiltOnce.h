@@ -17,20 +17,20 @@ public:
     constexpr BuiltOnce() = default;
     BuiltOnce(const BuiltOnce&) = delete;
     BuiltOnce& operator=(const BuiltOnce&) = delete;
-    ~BuiltOnce() { delete kept_.load(); }
+    ~BuiltOnce() { delete object_.load(); }
 
     // The object. The first call gets it from build(), which returns a std::unique_ptr or throws.
     template <class Build>
     Object& get(Build build)
     {
-        Object* kept = kept_.load();
-        if (kept)
-            return *kept;
+        Object* object = object_.load();
+        if (object)
+            return *object;
         std::unique_ptr<Object> built = build();
-        return kept_.compare_exchange_strong(kept, built.get()) ? *built.release() : *kept;
+        return object_.compare_exchange_strong(object, built.get()) ? *built.release() : *object;
     }
 
 private:
-    std::atomic<Object*> kept_ = nullptr;
+    std::atomic<Object*> object_ = nullptr;
 };
 }

@@ -72,14 +72,14 @@ bool readFourDigits(std::string_view text, std::uint16_t& id)
     return true;
 }
 
-// Cuts the text at its only blank; false when it has none or several.
+// Cuts the text at its only space; false if it has none or several.
 bool splitIds(std::string_view text, std::string_view& first, std::string_view& second)
 {
-    const auto blank = std::ranges::find(text, ' ');
-    if (blank == text.end())
+    const auto space = std::ranges::find(text, ' ');
+    if (space == text.end())
         return false;
-    first = {text.begin(), blank};
-    second = {blank + 1, text.end()};
+    first = {text.begin(), space};
+    second = {space + 1, text.end()};
     return std::ranges::find(second, ' ') == second.end();
 }
 
@@ -179,8 +179,8 @@ void parsePciIdList(std::string_view text, PciIdTables& tables)
     Parser parser(tables);
     const ListLines lines(text.substr(0, text.find('\xFF')));
     lines.forEach([&parser](std::string_view line, const char* separator) { return parser.readLine(line, separator); });
-    tables.vendors.arrange();
-    tables.models.arrange();
-    tables.subsystems.arrange();
+    tables.vendors.sort();
+    tables.models.sort();
+    tables.subsystems.sort();
 }
 }

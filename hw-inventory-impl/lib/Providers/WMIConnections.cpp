@@ -45,7 +45,7 @@ WMIConnections::~WMIConnections()
     {
         if (!source)
             continue;
-        if (kept_)
+        if (endsWithThread_)
             source->release();
         else
             source->disconnect();
@@ -63,7 +63,7 @@ WMIConnections& WMIConnections::forThisThread()
         return *static_cast<WMIConnections*>(kept);
     if (!Platform::keepForThread(connections.get(), [](void* value) { delete static_cast<WMIConnections*>(value); }))
         throw std::runtime_error("failed to keep the WMI connections of the thread");
-    connections->kept_ = true;
+    connections->endsWithThread_ = true;
     return *connections.release();
 }
 }

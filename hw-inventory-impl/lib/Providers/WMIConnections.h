@@ -34,7 +34,7 @@ public:
 private:
     explicit WMIConnections(std::unique_ptr<ManagementSource> cimv2);
 
-    bool kept_ = false; // until the thread ends
+    bool endsWithThread_ = false;
     std::unique_ptr<ManagementSource> cimv2_;
     std::unique_ptr<ManagementSource> standardCimv2_; // empty if the namespace could not be bound; destroyed first
 };

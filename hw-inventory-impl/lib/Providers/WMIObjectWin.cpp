@@ -55,26 +55,26 @@ std::wstring textOf(BSTR text)
 }
 
 // Locks an array for access to its elements. It cannot be resized or freed meanwhile.
-class LockedTexts
+class LockedStrings
 {
 public:
-    explicit LockedTexts(SAFEARRAY* array) : array_(array)
+    explicit LockedStrings(SAFEARRAY* array) : array_(array)
     {
         void* data = nullptr;
         raiseIfFailed(SafeArrayAccessData(array_, &data));
-        texts_ = static_cast<BSTR*>(data);
+        strings_ = static_cast<BSTR*>(data);
     }
-    LockedTexts(const LockedTexts&) = delete;
-    ~LockedTexts() { SafeArrayUnaccessData(array_); }
+    LockedStrings(const LockedStrings&) = delete;
+    ~LockedStrings() { SafeArrayUnaccessData(array_); }
 
-    BSTR operator[](std::size_t index) const { return texts_[index]; }
+    BSTR operator[](std::size_t index) const { return strings_[index]; }
 
 private:
     SAFEARRAY* array_;
-    BSTR* texts_ = nullptr;
+    BSTR* strings_ = nullptr;
 };
 
-SAFEARRAY* textArrayOf(const VARIANT& value)
+SAFEARRAY* stringArrayOf(const VARIANT& value)
 {
     if ((value.vt & ~VT_TYPEMASK) != VT_ARRAY || !value.parray)
         throw _com_error(E_INVALIDARG);
@@ -86,15 +86,15 @@ SAFEARRAY* textArrayOf(const VARIANT& value)
 }
 
 // By count, not by bounds: an array may start at any index, and the upper bound of an empty one is below the lower.
-std::vector<std::wstring> textsOf(SAFEARRAY* array)
+std::vector<std::wstring> stringsOf(SAFEARRAY* array)
 {
-    const LockedTexts locked(array);
+    const LockedStrings locked(array);
     const std::size_t count = array->rgsabound[0].cElements;
-    std::vector<std::wstring> texts;
-    texts.reserve(count);
+    std::vector<std::wstring> strings;
+    strings.reserve(count);
     for (std::size_t index = 0; index < count; ++index)
-        texts.push_back(textOf(locked[index]));
-    return texts;
+        strings.push_back(textOf(locked[index]));
+    return strings;
 }
 }
 
@@ -150,7 +150,7 @@ std::variant<std::vector<std::wstring>, ManagementObject::ArrayFailure> WMIObjec
         return std::vector<std::wstring>{};
     try
     {
-        return textsOf(textArrayOf(owned.get()));
+        return stringsOf(stringArrayOf(owned.get()));
     }
     catch (const _com_error& error)
     {
