@@ -8,6 +8,7 @@
 #include "hw-inventory-impl/lib/VirtualMachine.h"
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/OSError.h"
+#include "st-core/lib/Text.h"
 
 #include <exception>
 #include <utility>

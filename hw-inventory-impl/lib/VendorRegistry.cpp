@@ -6,10 +6,12 @@
 
 #include <algorithm>
 #include <limits>
+#include <memory>
 #include <numeric>
 #include <set>
 #include <span>
 #include <string_view>
+#include <utility>
 
 using ZelStdCore::HostLogger;
 using ZelStdCore::logInfo;

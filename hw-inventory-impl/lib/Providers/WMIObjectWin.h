@@ -7,6 +7,8 @@
 
 #include <wbemcli.h>
 
+#include <utility>
+
 namespace HardwareInventory::Providers::WMIProvider
 {
 // A result object of WMI. Owns one reference to the COM object.

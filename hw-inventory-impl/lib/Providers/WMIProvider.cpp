@@ -5,6 +5,7 @@
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/OSError.h"
+#include "st-core/lib/Text.h"
 
 #include <comdef.h>
 
