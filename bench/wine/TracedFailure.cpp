@@ -8,8 +8,8 @@
 #include <stdexcept>
 #include <vector>
 
-// Holds the time of a failing collection, nearly all of which is its stack trace, to that of a bare session of the system's symbol
-// handler over the same kind of stack. Both work in turn within one run; the first failure of the process is told apart.
+// Compares the time of a failing collection, nearly all of which is its stack trace, with that of a bare session of the symbol
+// handler over the same kind of stack. Both run in turn; the first failure of the process is reported by itself.
 //   traced-failure
 namespace
 {

@@ -6,7 +6,7 @@ namespace fakes
 {
 namespace
 {
-// With both namespaces unless a test takes the second away.
+// With both namespaces, unless a test removes the second.
 class NetworkReaderTest : public ProvidersTest
 {
 protected:
