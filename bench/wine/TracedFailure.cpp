@@ -33,12 +33,12 @@ bool run()
     FakeWmi::failWhen([](const std::string& call) { return call == "ExecQuery"; });
 
     const double cold = failingCollection(product);
-    traceWithBareEngine(product.module());
+    traceWithBareSession(product.module());
     std::vector<double> warm, bare;
     for (int round = 0; round < kRounds; ++round)
     {
         warm.push_back(failingCollection(product));
-        bare.push_back(milliseconds([&] { traceWithBareEngine(product.module()); }));
+        bare.push_back(milliseconds([&] { traceWithBareSession(product.module()); }));
     }
     const double ratio = quantile(warm, 0.5) / quantile(bare, 0.5);
     std::printf("traced failure: cold %.0f ms, warm %.0f ms, bare session of the symbol handler %.0f ms\n", cold,

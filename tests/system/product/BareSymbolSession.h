@@ -4,4 +4,4 @@
 
 // The least that a trace of a failure in the module needs of dbghelp: its own session, and the names and lines of the calling
 // thread's frames.
-void traceWithBareEngine(HMODULE module);
+void traceWithBareSession(HMODULE module);

@@ -64,16 +64,16 @@ public:
         *returned = 0;
         if (fails("Next"))
             return WBEM_E_FAILED;
-        if (told_)
+        if (returned_)
             return WBEM_S_FALSE;
-        told_ = true;
+        returned_ = true;
         *objects = new Object;
         *returned = 1;
         return S_OK;
     }
 
 private:
-    bool told_ = false;
+    bool returned_ = false;
 };
 
 // Has its own proxy settings, like a real proxy.

@@ -13,9 +13,9 @@ namespace
 // What Wine's dbghelp keeps of each session. The number of bytes depends on the last file name that it searched for.
 Balance leftBySymbolSession(HMODULE module)
 {
-    std::thread(traceWithBareEngine, module).join();
+    std::thread(traceWithBareSession, module).join();
     const Balance before = Balance::take();
-    std::thread(traceWithBareEngine, module).join();
+    std::thread(traceWithBareSession, module).join();
     return Balance::take().since(before);
 }
 }

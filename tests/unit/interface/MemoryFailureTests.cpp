@@ -194,7 +194,7 @@ TEST_F(MemoryFailures, WhileAFailureIsTold)
     for (const Case& each : cases)
     {
         fakes::management().cimv2.otherwise = [fail = each.fail](const std::wstring&) { return fail(), fakes::FakeObjects(); };
-        std::size_t told = 0;
+        std::size_t reported = 0;
         failEachAllocation(kCollectors[0],
                            [&](const Attempt& hurt, std::size_t, const std::string& context)
                            {
@@ -206,11 +206,11 @@ TEST_F(MemoryFailures, WhileAFailureIsTold)
                                    EXPECT_EQ(hurt.status, empty ? each.status : EXPORT_STATUS_OTHER) << context;
                                    return;
                                }
-                               ++told;
+                               ++reported;
                                EXPECT_EQ(hurt.status, each.status) << context;
                                EXPECT_EQ(stringsOfRecord(), each.strings) << context;
                            });
-        EXPECT_GT(told, 1u) << "a failing log must not change the outcome";
+        EXPECT_GT(reported, 1u) << "a failing log must not change the outcome";
     }
 }
 

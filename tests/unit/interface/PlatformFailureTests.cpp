@@ -41,16 +41,16 @@ struct Machine
 {
     const char* name;
     std::int32_t vmType;
-    bool modernNetworkClass;
+    bool hasStandardCimv2;
 };
 
-constexpr Machine kMachines[] = {{"physical", 0, true}, {"virtual", 8, true}, {"without the modern network class", 0, false}};
+constexpr Machine kMachines[] = {{"physical", 0, true}, {"virtual", 8, true}, {"without StandardCIMV2", 0, false}};
 
 void setUp(const Machine& kind)
 {
     setUpWholeMachine();
     machine().vmType = kind.vmType;
-    if (!kind.modernNetworkClass)
+    if (!kind.hasStandardCimv2)
         fakes::management().standardCimv2.failure = fakes::ErrorCode::wmiBind;
 }
 

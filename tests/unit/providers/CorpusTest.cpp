@@ -135,8 +135,8 @@ void checkPciDevice(const DeviceInfo& info, std::wstring id)
 
 std::size_t checkAdapters(WMIConnections& connections)
 {
-    const bool modern = !management().standardCimv2.failure;
-    FakeObjects objects = objectsOf(modern ? L"MSFT_NetAdapter" : L"Win32_NetworkAdapter");
+    const bool hasStandardCimv2 = !management().standardCimv2.failure;
+    FakeObjects objects = objectsOf(hasStandardCimv2 ? L"MSFT_NetAdapter" : L"Win32_NetworkAdapter");
     std::erase_if(objects,
                   [](const FakeObject& object)
                   {
@@ -150,12 +150,12 @@ std::size_t checkAdapters(WMIConnections& connections)
         checkPciDevice(adapters[i], textOf(objects[i], L"PNPDeviceID"));
         std::wstring address = adapters[i].macAddress;
         EXPECT_TRUE(address.empty() || address.size() == 17);
-        if (modern)
+        if (hasStandardCimv2)
             std::erase(address, L':');
-        EXPECT_EQ(address, textOf(objects[i], modern ? L"PermanentAddress" : L"MACAddress"));
+        EXPECT_EQ(address, textOf(objects[i], hasStandardCimv2 ? L"PermanentAddress" : L"MACAddress"));
         for (const FakeObject& each : objectsOf(L"Win32_NetworkAdapterConfiguration"))
         {
-            if (textOf(each, L"SettingID") == textOf(objects[i], modern ? L"DeviceID" : L"GUID"))
+            if (textOf(each, L"SettingID") == textOf(objects[i], hasStandardCimv2 ? L"DeviceID" : L"GUID"))
                 EXPECT_EQ(adapters[i].ipAddresses, valueOf<Texts>(each, L"IPAddress"));
         }
     }

@@ -51,9 +51,9 @@ protected:
 };
 
 // The answers to the query for all objects of a class.
-inline FakeObjects& objectsOf(const std::wstring& managementClass)
+inline FakeObjects& objectsOf(const std::wstring& wmiClass)
 {
-    return management().cimv2.answers[L"SELECT * FROM " + managementClass];
+    return management().cimv2.answers[L"SELECT * FROM " + wmiClass];
 }
 
 // The warnings for reading these properties, one after the other, of an object that has none of them.
