@@ -21,7 +21,7 @@ namespace HardwareInventory
 {
 namespace
 {
-constexpr wchar_t separator = L'~';
+constexpr wchar_t kSeparator = L'~';
 
 struct CharacterRange
 {
@@ -31,7 +31,7 @@ struct CharacterRange
 
 // The letters of Windows, as whole blocks, without the capital ASCII letters. The C library's own class depends on the platform
 // and on the locale that the host has set: it may contain ASCII alone, and an umlaut would end a word.
-constexpr CharacterRange letters[] = {{L'a', L'z'}, {0x00C0, 0x00D6}, {0x00D8, 0x00F6}, {0x00F8, 0x1FFF}, {0x3041, 0xD7FF}};
+constexpr CharacterRange kLetters[] = {{L'a', L'z'}, {0x00C0, 0x00D6}, {0x00D8, 0x00F6}, {0x00F8, 0x1FFF}, {0x3041, 0xD7FF}};
 
 // Lowers ASCII letters only, as Windows' C locale does.
 wchar_t reduce(wchar_t character)
@@ -39,12 +39,12 @@ wchar_t reduce(wchar_t character)
     if (character >= L'A' && character <= L'Z')
         return static_cast<wchar_t>(character - L'A' + L'a');
     const auto holds = [character](const CharacterRange& range) { return character >= range.first && character <= range.last; };
-    return std::ranges::any_of(letters, holds) ? character : separator;
+    return std::ranges::any_of(kLetters, holds) ? character : kSeparator;
 }
 
 std::wstring reduce(const std::wstring& text)
 {
-    std::wstring reduced(text.size(), separator);
+    std::wstring reduced(text.size(), kSeparator);
     std::ranges::transform(text, reduced.begin(), [](wchar_t character) { return reduce(character); });
     return reduced;
 }
@@ -105,7 +105,7 @@ VendorRegistry::Match VendorRegistry::closestVendor(const std::wstring& text) co
 
     const Entry& winner = closest(candidates, reduced);
     logInfo(L"closest vendor for '%1%' := '%2%'", text, winner.name);
-    return {winner.name, text.substr(std::min(reduced.find(separator), text.size()))};
+    return {winner.name, text.substr(std::min(reduced.find(kSeparator), text.size()))};
 }
 
 // Returns the entries that begin with the text's first word (with the whole text, if it begins with no letter), and the shorter
@@ -113,7 +113,7 @@ VendorRegistry::Match VendorRegistry::closestVendor(const std::wstring& text) co
 // text is narrowed one character at a time.
 VendorRegistry::Candidates VendorRegistry::candidatesFor(const std::wstring& reduced) const
 {
-    const auto firstSeparator = reduced.find(separator);
+    const auto firstSeparator = reduced.find(kSeparator);
     const bool isOneWord = firstSeparator == std::wstring::npos;
     const std::size_t length = isOneWord || firstSeparator == 0 ? reduced.size() : firstSeparator;
 

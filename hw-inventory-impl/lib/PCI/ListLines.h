@@ -25,7 +25,7 @@ public:
         const char* begin = text_.data();
         const char* separator = nullptr;
         bool isOnly = true;
-        for (std::size_t block = 0; block < text_.size(); block += blockSize)
+        for (std::size_t block = 0; block < text_.size(); block += kBlockSize)
             for (std::uint64_t marks = marksOf(text_.substr(block)); marks != 0; marks &= marks - 1)
             {
                 const char* const position = text_.data() + block + std::countr_zero(marks);
@@ -44,30 +44,30 @@ public:
     }
 
 private:
-    static constexpr std::size_t blockSize = 64;
+    static constexpr std::size_t kBlockSize = 64;
 
     // A bit for each of the first 64 bytes, the lowest for the first byte.
     static std::uint64_t marksOf(std::string_view text)
     {
-        if (text.size() > blockSize)
+        if (text.size() > kBlockSize)
             return marksOfBlock(text.data());
-        std::array<char, blockSize + 1> padded{};
-        text.copy(padded.data(), blockSize);
+        std::array<char, kBlockSize + 1> padded{};
+        text.copy(padded.data(), kBlockSize);
         return marksOfBlock(padded.data());
     }
 
     // Reads one byte beyond the block.
     static std::uint64_t marksOfBlock(const char* block)
     {
-        std::array<unsigned char, blockSize> isMarked;
-        for (std::size_t index = 0; index < blockSize; ++index)
+        std::array<unsigned char, kBlockSize> isMarked;
+        for (std::size_t index = 0; index < kBlockSize; ++index)
             isMarked[index] = (block[index] == '\n') | ((block[index] == ' ') & (block[index + 1] == ' '));
 
         // One multiplication gathers eight bytes of 0 or 1 into the eight bits of the highest byte.
         static_assert(std::endian::native == std::endian::little);
         constexpr std::uint64_t gather = 0x0102040810204080;
         std::uint64_t marks = 0;
-        for (std::size_t index = 0; index < blockSize; index += 8)
+        for (std::size_t index = 0; index < kBlockSize; index += 8)
         {
             std::uint64_t eight;
             std::memcpy(&eight, isMarked.data() + index, sizeof eight);

@@ -15,7 +15,7 @@ namespace HardwareInventory
 {
 namespace
 {
-constexpr std::string_view fieldSeparator = "  ";
+constexpr std::string_view kFieldSeparator = "  ";
 
 struct IdWarnings
 {
@@ -23,14 +23,14 @@ struct IdWarnings
     const wchar_t* outOfRange;
 };
 
-constexpr IdWarnings vendorWarnings{L"'%1%' (line %2%) contains illegal value of vendor id: %3%",
-                                    L"'%1%' (line %2%) contains out of bound value of vendor id: %3%"};
-constexpr IdWarnings modelWarnings{L"'%1%' (line %2%) contains illegal value of model id: %3%",
-                                   L"'%1%' (line %2%) contains out of range value of model id: %3%"};
-constexpr IdWarnings subsystemVendorWarnings{L"'%1%' (line %2%) contains illegal value of subsystem vendor: '%3%'",
-                                             L"'%1%' (line %2%) contains out of range value of subsystem vendor: '%3%'"};
-constexpr IdWarnings subsystemWarnings{L"'%1%' (line %2%) contains illegal value of subsystem id: '%3%'",
-                                       L"'%1%' (line %2%) contains out of range value of subsystem id: '%3%'"};
+constexpr IdWarnings kVendorWarnings{L"'%1%' (line %2%) contains illegal value of vendor id: %3%",
+                                     L"'%1%' (line %2%) contains out of bound value of vendor id: %3%"};
+constexpr IdWarnings kModelWarnings{L"'%1%' (line %2%) contains illegal value of model id: %3%",
+                                    L"'%1%' (line %2%) contains out of range value of model id: %3%"};
+constexpr IdWarnings kSubsystemVendorWarnings{L"'%1%' (line %2%) contains illegal value of subsystem vendor: '%3%'",
+                                              L"'%1%' (line %2%) contains out of range value of subsystem vendor: '%3%'"};
+constexpr IdWarnings kSubsystemWarnings{L"'%1%' (line %2%) contains illegal value of subsystem id: '%3%'",
+                                        L"'%1%' (line %2%) contains out of range value of subsystem id: '%3%'"};
 
 // A line without its leading tabs.
 struct Entry
@@ -39,15 +39,15 @@ struct Entry
     const char* separator; // between identifier and name; null if the line has another form
 
     std::string_view idText() const { return {text.data(), static_cast<std::size_t>(separator - text.data())}; }
-    const char* name() const { return separator + fieldSeparator.size(); }
+    const char* name() const { return separator + kFieldSeparator.size(); }
 };
 
-constexpr unsigned noDigit = 0x10;
+constexpr unsigned kNoDigit = 0x10;
 
-constexpr std::array<unsigned char, 256> digitValues = []
+constexpr std::array<unsigned char, 256> kDigitValues = []
 {
     std::array<unsigned char, 256> values{};
-    values.fill(noDigit);
+    values.fill(kNoDigit);
     for (unsigned digit = 0; digit < 16; ++digit)
         values["0123456789abcdef"[digit]] = values["0123456789ABCDEF"[digit]] = static_cast<unsigned char>(digit);
     return values;
@@ -62,11 +62,11 @@ bool readFourDigits(std::string_view text, std::uint16_t& id)
     unsigned seen = 0;
     for (const char character : text)
     {
-        const unsigned digit = digitValues[static_cast<unsigned char>(character)];
+        const unsigned digit = kDigitValues[static_cast<unsigned char>(character)];
         value = value << 4 | digit;
         seen |= digit;
     }
-    if (seen >= noDigit)
+    if (seen >= kNoDigit)
         return false;
     id = static_cast<std::uint16_t>(value);
     return true;
@@ -110,7 +110,7 @@ private:
     {
         if (!entry.separator)
             return;
-        hasVendor_ = readId(entry, entry.idText(), vendorWarnings, vendor_);
+        hasVendor_ = readId(entry, entry.idText(), kVendorWarnings, vendor_);
         if (hasVendor_)
             tables_.vendors.append(vendor_, entry.name());
         else
@@ -123,7 +123,7 @@ private:
             return logWarning(L"ambigous device information at line %1%: %2%", lineNumber_, entry.text);
         if (!entry.separator)
             return;
-        hasDevice_ = readId(entry, entry.idText(), modelWarnings, device_);
+        hasDevice_ = readId(entry, entry.idText(), kModelWarnings, device_);
         if (hasDevice_)
             tables_.models.append(joinPciIds(vendor_, device_), entry.name());
     }
@@ -138,9 +138,9 @@ private:
             return;
         std::uint16_t vendor = 0;
         std::uint16_t device = 0;
-        if (!readId(entry, vendorText, subsystemVendorWarnings, vendor))
+        if (!readId(entry, vendorText, kSubsystemVendorWarnings, vendor))
             return;
-        if (readId(entry, deviceText, subsystemWarnings, device))
+        if (readId(entry, deviceText, kSubsystemWarnings, device))
             tables_.subsystems.append(joinPciIds(vendor_, device_, vendor, device), entry.name());
     }
 
