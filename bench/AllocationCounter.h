@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-// What the program has taken from operator new. The counter replaces the global operators of the whole program.
+// Counts the program's allocations with operator new. The counter replaces the global operators of the whole program.
 namespace bench
 {
 struct Allocations

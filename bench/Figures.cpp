@@ -27,7 +27,7 @@ std::vector<Figure>& figures()
     return all;
 }
 
-// Keeps the fastest repetition of each benchmark: what others do on the machine can only slow one down.
+// Keeps the fastest repetition of each benchmark: other load on the machine can only slow one down.
 class FigureReporter : public benchmark::BenchmarkReporter
 {
 public:
@@ -72,7 +72,7 @@ private:
         result.skipped = run.error_occurred ? run.error_message : "";
     }
 
-    // Why the quantity has no value; empty when it has one.
+    // Why the quantity has no value; empty if it has one.
     std::string missing(const Quantity& quantity) const
     {
         const auto result = results_.find(quantity.benchmark);

@@ -84,7 +84,7 @@ std::wstring nameOf(const PciIdDatabase& database, std::uint64_t id)
     return database.modelName(static_cast<std::uint16_t>(id >> 16), static_cast<std::uint16_t>(id));
 }
 
-// Every device of the list, in no order that a cache could profit from.
+// Every device of the list, in an order that no cache can profit from.
 std::vector<std::uint64_t> shuffledDevices()
 {
     PciIdTables tables;

@@ -7,7 +7,7 @@
 #include <vector>
 
 // The vendor query in its plainest form: every entry is compared, and each candidate gets a full table of distances. The measure
-// for the speed and for the answers of the real one.
+// for the speed and the results of the real one.
 namespace plain
 {
 class VendorRegistry

@@ -58,7 +58,7 @@ void decodeTable(benchmark::State& state)
 }
 BENCHMARK(decodeTable);
 
-// The 64-bit entry point, which names offset 32 as the table's address; then the table.
+// The 64-bit entry point with 32 as the table's address, then the table.
 void writeDump(const fs::path& path, const Bytes& table)
 {
     const auto length = static_cast<std::uint32_t>(table.size() - 8);
@@ -75,7 +75,7 @@ void writeDump(const fs::path& path, const Bytes& table)
     std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(dump.data()), static_cast<long>(dump.size()));
 }
 
-// The processor time of a dmidecode process in seconds; negative where it cannot be run.
+// The processor time of a dmidecode process in seconds; negative if it cannot be run.
 double runDmidecode(const fs::path& dump)
 {
     std::string name = "dmidecode", option = "--from-dump", path = dump.string();

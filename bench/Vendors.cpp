@@ -30,7 +30,7 @@ std::vector<std::wstring> diskModels()
     return models;
 }
 
-// An iteration asks for the vendor of every disk model.
+// An iteration finds the vendor of every disk model.
 template <class Registry>
 void findEach(benchmark::State& state, const Registry& registry)
 {

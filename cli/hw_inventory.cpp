@@ -53,7 +53,7 @@ struct Request
     bool pretty = false;
     bool log = false;
     std::vector<Kind> kinds;
-    std::optional<std::string_view> wrong; // the first argument that is not understood
+    std::optional<std::string_view> wrong; // the first unknown argument
 };
 
 Request parse(const std::vector<std::string_view>& arguments)
@@ -84,7 +84,7 @@ void printLogLine(uint32_t level, const char* message)
     std::fprintf(stderr, "<%s> %s\n", level < std::size(names) ? names[level] : "unknown", message);
 }
 
-// The library does not tell how long the text is.
+// The library does not return the length of the text.
 std::string lastFailure()
 {
     std::string text(4096, '\0');
@@ -109,7 +109,7 @@ ExportStatus print(const Kind& kind, bool pretty)
     return status;
 }
 
-// The documents are UTF-8 with plain line feeds, wherever they are sent.
+// The output is UTF-8 with plain line feeds on every platform.
 void makeOutputBinary()
 {
 #ifdef _WIN32

@@ -14,20 +14,20 @@ namespace HardwareInventory
 {
 namespace
 {
-bool isBlank(std::wstring_view text)
+bool hasText(std::wstring_view text)
 {
-    return ZelStdCore::trim(text).empty();
+    return !ZelStdCore::trim(text).empty();
 }
 
 bool isMeaningful(std::wstring_view text)
 {
-    return !isBlank(text) && !text.starts_with(L"0x");
+    return hasText(text) && !text.starts_with(L"0x");
 }
 
-// Two texts that makers leave in place of a serial number.
+// Manufacturers leave these two texts in place of a serial number.
 bool isValidSerial(std::wstring_view text)
 {
-    return !isBlank(text) && text != L"9876543210" && text != L"0x00000000";
+    return hasText(text) && text != L"9876543210" && text != L"0x00000000";
 }
 
 void put(json& record, const char* key, std::wstring_view text)
@@ -124,7 +124,7 @@ void write(json& target, const GpuInfo& gpu)
 {
     writeDevice(target, gpu);
     putValidSerial(target, "serialNumber", gpu.serialNumber);
-    // As a double: the digits of the widened value are part of the format.
+    // As a double: the documents contain the digits of the widened value.
     if (gpu.temperature)
         member(target, "temperature") = static_cast<double>(*gpu.temperature);
 }

@@ -6,15 +6,15 @@
 #include <string>
 #include <vector>
 
-// The documents: compact JSON in UTF-8, keys sorted, unknown values left out. A date that cannot be written throws
-// RuntimeException, memory that runs out throws std::bad_alloc.
+// The documents: compact JSON in UTF-8, keys sorted, unknown values left out. Throw RuntimeException for a date that cannot be
+// written, and std::bad_alloc.
 namespace HardwareInventory
 {
 std::string cpusDocument(const std::vector<CpuInfo>& cpus);
 std::string gpusDocument(const std::vector<GpuInfo>& gpus);
 std::string ramDocument(const std::vector<RamInfo>& modules, std::uint64_t usableMemory);
 
-// Warns of partitions and disks that report more used space than they have, once per call.
+// Each call logs a warning for every partition and disk that reports more used space than it has.
 std::string disksDocument(const std::vector<DiskInfo>& disks);
 
 std::string networkAdaptersDocument(const std::vector<NetworkAdapterInfo>& adapters);

@@ -19,13 +19,13 @@ namespace
 constexpr auto kNoSize = L"null buffer_size provided to write JSON data to";
 constexpr auto kNoSizeForRam = L"null buffer size provided to write JSON data to";
 
-// An exception of another language or C++ runtime, of which this one has no pointer.
+// Stands for an exception of another language or C++ runtime: std::current_exception() is null for it.
 struct ForeignException
 {
 };
 
-// Both outputs are stored before the allocation is judged: the host sees the size that could not be had.
-ExportStatus handOver(const std::string& document, char** buffer, size_t* bufferSize)
+// Both outputs are set before the allocation is checked: after a failure *bufferSize is the size that was needed.
+ExportStatus copyToHost(const std::string& document, char** buffer, size_t* bufferSize)
 {
     const size_t size = document.size() + 1;
     *bufferSize = size;
@@ -36,11 +36,11 @@ ExportStatus handOver(const std::string& document, char** buffer, size_t* buffer
     return EXPORT_STATUS_SUCCESS;
 }
 
-// The body of the collecting functions. The machine is read before the size argument is judged; the document is written after
-// it, since writing it can log. A failure is recorded after its handler: that logs too, and a foreign exception out of the callback
-// would end the process while another one is handled.
+// The body of the collecting functions. The records are collected before the size argument is checked; the document is written
+// after it, since writing can log. A failure is recorded outside its handler: that logs too, and a foreign exception from the
+// host's callback would end the process while another one is being handled.
 template <class Collect, class Write>
-ExportStatus answer(char** buffer, size_t* bufferSize, const wchar_t* noSize, Collect collect, Write write) noexcept
+ExportStatus runExport(char** buffer, size_t* bufferSize, const wchar_t* noSize, Collect collect, Write write) noexcept
 {
     std::exception_ptr failure;
     try
@@ -51,7 +51,7 @@ ExportStatus answer(char** buffer, size_t* bufferSize, const wchar_t* noSize, Co
             ZelStdCore::logError(noSize);
             return EXPORT_STATUS_NO_SIZE;
         }
-        return handOver(write(records), buffer, bufferSize);
+        return copyToHost(write(records), buffer, bufferSize);
     }
     catch (...)
     {
@@ -61,54 +61,54 @@ ExportStatus answer(char** buffer, size_t* bufferSize, const wchar_t* noSize, Co
 }
 
 template <class Records>
-ExportStatus answer(char** buffer, size_t* bufferSize, Records (InventoryService::*find)(),
-                    std::string (*write)(const Records&)) noexcept
+ExportStatus runExport(char** buffer, size_t* bufferSize, Records (InventoryService::*find)(),
+                       std::string (*write)(const Records&)) noexcept
 {
-    return answer(
+    return runExport(
         buffer, bufferSize, kNoSize, [find](InventoryService& service) { return (service.*find)(); }, write);
 }
 }
 
 ExportStatus hardware_inventory_find_cpus(char** buffer, size_t* buffer_size)
 {
-    return answer(buffer, buffer_size, &InventoryService::findCpus, &HardwareInventory::cpusDocument);
+    return runExport(buffer, buffer_size, &InventoryService::findCpus, &HardwareInventory::cpusDocument);
 }
 
 ExportStatus hardware_inventory_find_gpus(char** buffer, size_t* buffer_size)
 {
-    return answer(buffer, buffer_size, &InventoryService::findGpus, &HardwareInventory::gpusDocument);
+    return runExport(buffer, buffer_size, &InventoryService::findGpus, &HardwareInventory::gpusDocument);
 }
 
 ExportStatus hardware_inventory_find_ram(char** buffer, size_t* buffer_size)
 {
     const auto collect = [](InventoryService& service) { return std::pair{service.findRam(), service.usableMemory()}; };
     const auto write = [](const auto& memory) { return HardwareInventory::ramDocument(memory.first, memory.second); };
-    return answer(buffer, buffer_size, kNoSizeForRam, collect, write);
+    return runExport(buffer, buffer_size, kNoSizeForRam, collect, write);
 }
 
 ExportStatus hardware_inventory_find_disks(char** buffer, size_t* buffer_size)
 {
-    return answer(buffer, buffer_size, &InventoryService::findDisks, &HardwareInventory::disksDocument);
+    return runExport(buffer, buffer_size, &InventoryService::findDisks, &HardwareInventory::disksDocument);
 }
 
 ExportStatus hardware_inventory_find_network_adapters(char** buffer, size_t* buffer_size)
 {
-    return answer(buffer, buffer_size, &InventoryService::findNetworkAdapters, &HardwareInventory::networkAdaptersDocument);
+    return runExport(buffer, buffer_size, &InventoryService::findNetworkAdapters, &HardwareInventory::networkAdaptersDocument);
 }
 
 ExportStatus hardware_inventory_find_base_boards(char** buffer, size_t* buffer_size)
 {
-    return answer(buffer, buffer_size, &InventoryService::findBaseBoards, &HardwareInventory::baseBoardsDocument);
+    return runExport(buffer, buffer_size, &InventoryService::findBaseBoards, &HardwareInventory::baseBoardsDocument);
 }
 
 ExportStatus hardware_inventory_find_system(char** buffer, size_t* buffer_size)
 {
-    return answer(buffer, buffer_size, &InventoryService::findSystem, &HardwareInventory::systemDocument);
+    return runExport(buffer, buffer_size, &InventoryService::findSystem, &HardwareInventory::systemDocument);
 }
 
 ExportStatus hardware_inventory_find_hotfixes(char** buffer, size_t* buffer_size)
 {
-    return answer(buffer, buffer_size, &InventoryService::findHotfixes, &HardwareInventory::hotfixesDocument);
+    return runExport(buffer, buffer_size, &InventoryService::findHotfixes, &HardwareInventory::hotfixesDocument);
 }
 
 void release_buffer(void* buffer)
@@ -121,7 +121,7 @@ const ExceptionRecord* hardware_inventory_get_exception(void)
     return &lastException();
 }
 
-// A failure in here is none of a collection: the record keeps what the caller came to read.
+// A failure here must not overwrite the record that the caller is reading.
 ExportStatus hardware_inventory_exception_string(char* buffer, size_t* buffer_size)
 {
     try
@@ -152,6 +152,6 @@ void hardware_inventory_set_logger(HardwareInventoryLogger logger)
     }
     catch (...)
     {
-        // Without memory for the slot there is no logging.
+        // Without memory for the logger there is no logging.
     }
 }

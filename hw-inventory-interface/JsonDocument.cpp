@@ -6,7 +6,7 @@ namespace HardwareInventory
 {
 namespace
 {
-// From the leaves up: what is destroyed has no children any more.
+// From the leaves up: a destroyed value has no children any more.
 void dismantle(json& value) noexcept
 {
     if (auto* array = value.get_ptr<json::array_t*>())
@@ -34,7 +34,7 @@ std::string JsonDocument::text() const
     return root_.dump(-1, ' ', false, json::error_handler_t::strict);
 }
 
-// Containers are made whole and then assigned: a value that turns into a container by itself is torn when memory runs out.
+// Containers are made whole and then assigned: nlohmann leaves a half-converted value if allocation fails.
 json& member(json& target, const char* key)
 {
     if (target.is_null())

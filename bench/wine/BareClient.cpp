@@ -58,7 +58,7 @@ IWbemServices* connect(IWbemLocator* locator, const wchar_t* path)
     return services;
 }
 
-// Answers with the number of objects.
+// Returns the number of objects.
 template <class OnObject>
 std::size_t query(IWbemServices* services, const std::wstring& wql, OnObject onObject)
 {
@@ -89,7 +89,7 @@ std::size_t query(IWbemServices* services, const std::wstring& wql, std::initial
     return query(services, wql, [&](IWbemClassObject* object) { readAll(object, properties); });
 }
 
-// Names of a PCI device come from the list of identifiers.
+// The names of a PCI device come from the PCI ID list.
 bool isPciDevice(const std::wstring& pnpDeviceId)
 {
     return pnpDeviceId.starts_with(L"PCI\\");
@@ -128,7 +128,7 @@ void askForTrim(const std::wstring& drivePath)
     CloseHandle(drive);
 }
 
-// False where the value is empty or missing.
+// False if the value is empty or missing.
 bool readVersion(const wchar_t* valueName)
 {
     HKEY key = nullptr;
@@ -203,7 +203,7 @@ std::size_t BareClient::gpus()
                  });
 }
 
-// The firmware's table is decoded once a process: only the sizes are asked afresh.
+// The SMBIOS table is decoded once a process: only the sizes are read again.
 std::size_t BareClient::ram()
 {
     if (virtualHost_)

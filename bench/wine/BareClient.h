@@ -7,9 +7,9 @@
 #include <cstddef>
 #include <string>
 
-// The least that a client of its own must ask Windows for what the library's collections tell: the same queries with the same
-// properties, in the same order, and the same other questions. It keeps no answer but those that the next question needs, and
-// connects once, on the thread that uses it. Throws std::runtime_error where a question fails that the library would fail on.
+// The least that any client must ask Windows for what the library's collections contain: the same queries with the same properties,
+// in the same order, and the same other calls. It keeps only the results that a later call needs, and connects once, on the thread
+// that uses it. Throws std::runtime_error if a call fails on which the library would fail.
 class BareClient
 {
 public:
@@ -17,7 +17,7 @@ public:
     BareClient(const BareClient&) = delete;
     ~BareClient();
 
-    // Each asks for one kind, and answers for how many entries.
+    // Each collects one kind and returns the number of entries.
     std::size_t cpus();
     std::size_t gpus();
     std::size_t ram();
@@ -32,6 +32,6 @@ private:
 
     IWbemLocator* locator_ = nullptr;
     IWbemServices* cimv2_ = nullptr;
-    IWbemServices* standardCimv2_ = nullptr; // null where there is no such namespace
-    bool virtualHost_;                       // no host changes its kind: asked once
+    IWbemServices* standardCimv2_ = nullptr; // null if there is no such namespace
+    bool virtualHost_;                       // never changes: read once
 };

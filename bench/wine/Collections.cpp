@@ -14,9 +14,9 @@
 #include <thread>
 #include <vector>
 
-// Holds the time of the built library's collections to that of the bare client, and the time of a new thread's first one, which
-// connects the thread to WMI. Both sides work in turn within one run, so that what else the machine does meets both. What a process
-// does once is left out: the first collection of each kind is not timed.
+// Compares the time of the built library's collections with that of the bare client, and so that of a new thread's first one, which
+// connects the thread to WMI. Both sides run in turn, so that other load on the machine affects both. What a process does once is
+// left out: the first collection of each kind is not timed.
 //   collections [ROUNDS]
 namespace
 {
@@ -54,7 +54,7 @@ std::string collect(const Kind& kind)
     return document;
 }
 
-// A client that sees other entries than the library does other work. Without any, a virtual host gets one that is made up.
+// A client with other entries than the library's does other work. If WMI has none, a virtual host gets an emulated one.
 void warmUp(const Kind& kind, BareClient& client)
 {
     const auto document = nlohmann::json::parse(collect(kind));
@@ -99,7 +99,7 @@ auto onNewThread(Work work)
     };
 }
 
-// The connection included, which is given back after the measured time.
+// Includes the connection, but not its release.
 Times measureFirstCall(bool libraryFirst)
 {
     const auto library = [] { return milliseconds([] { collect(kKinds[0]); }); };
@@ -111,7 +111,7 @@ Times measureFirstCall(bool libraryFirst)
     return inTurn(libraryFirst, onNewThread(library), onNewThread(bare));
 }
 
-// One line of medians; answers their ratio.
+// Prints one line of medians; returns their ratio.
 double report(const char* name, const std::vector<Times>& rounds)
 {
     std::vector<double> library, bare, ratios;

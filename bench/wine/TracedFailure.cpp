@@ -8,8 +8,8 @@
 #include <stdexcept>
 #include <vector>
 
-// Holds the time of a failing collection, nearly all of which is its stack trace, to that of a bare session of the system's symbol
-// handler over the same kind of stack. Both work in turn within one run; the first failure of the process is told apart.
+// Compares the time of a failing collection, nearly all of which is its stack trace, with that of a bare session of the symbol
+// handler over the same kind of stack. Both run in turn; the first failure of the process is reported by itself.
 //   traced-failure
 namespace
 {
@@ -33,12 +33,12 @@ bool run()
     FakeWmi::failWhen([](const std::string& call) { return call == "ExecQuery"; });
 
     const double cold = failingCollection(product);
-    traceWithBareEngine(product.module());
+    traceWithBareSession(product.module());
     std::vector<double> warm, bare;
     for (int round = 0; round < kRounds; ++round)
     {
         warm.push_back(failingCollection(product));
-        bare.push_back(milliseconds([&] { traceWithBareEngine(product.module()); }));
+        bare.push_back(milliseconds([&] { traceWithBareSession(product.module()); }));
     }
     const double ratio = quantile(warm, 0.5) / quantile(bare, 0.5);
     std::printf("traced failure: cold %.0f ms, warm %.0f ms, bare session of the symbol handler %.0f ms\n", cold,

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <exception>
 
-// Asks once for every kind, as the command-line host does without arguments, and prints how many entries each has.
+// Collects every kind once, as the command-line host does without arguments, and prints the number of entries of each.
 int main()
 try
 {

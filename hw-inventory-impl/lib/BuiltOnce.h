@@ -5,11 +5,11 @@
 
 namespace HardwareInventory
 {
-// An object of which the process has one, built on first use and destroyed when the process ends.
+// The process's one object of a type, built on first use and destroyed when the process ends.
 //
-// It is kept when it is built, not while it is being built as a function-local static would be. Building logs, and the host's
-// callback may collect again, which would wait for ever for the object, or leave by longjmp, after which every later call would.
-// Where several calls build one at the same time, they all get the one that was finished first.
+// The pointer is set after the object is built. A function-local static would be locked meanwhile, but building logs, and the
+// host's callback may collect again or leave by longjmp: that call, or every later one, would wait for ever. If several calls build
+// at the same time, all of them get the object that was finished first.
 template <class Object>
 class BuiltOnce
 {
@@ -17,20 +17,20 @@ public:
     constexpr BuiltOnce() = default;
     BuiltOnce(const BuiltOnce&) = delete;
     BuiltOnce& operator=(const BuiltOnce&) = delete;
-    ~BuiltOnce() { delete kept_.load(); }
+    ~BuiltOnce() { delete object_.load(); }
 
-    // The object, from build() where there is none yet: a function that returns a std::unique_ptr, or throws.
+    // The object. The first call gets it from build(), which returns a std::unique_ptr or throws.
     template <class Build>
     Object& get(Build build)
     {
-        Object* kept = kept_.load();
-        if (kept)
-            return *kept;
+        Object* object = object_.load();
+        if (object)
+            return *object;
         std::unique_ptr<Object> built = build();
-        return kept_.compare_exchange_strong(kept, built.get()) ? *built.release() : *kept;
+        return object_.compare_exchange_strong(object, built.get()) ? *built.release() : *object;
     }
 
 private:
-    std::atomic<Object*> kept_ = nullptr;
+    std::atomic<Object*> object_ = nullptr;
 };
 }

@@ -6,9 +6,9 @@
 
 namespace HardwareInventory
 {
-// The status behind a management class's "Status" text, compared exactly. Degraded and failing devices still work.
+// The status for the "Status" text of a WMI class, compared exactly. Degraded and failing devices still work.
 DeviceStatus statusFromWmiText(std::wstring_view text);
 
-// The text in the documents; empty for the unknown status and every value outside the enumeration.
+// The text in the documents; empty for the unknown status and any value outside the enumeration.
 const wchar_t* statusText(DeviceStatus status);
 }

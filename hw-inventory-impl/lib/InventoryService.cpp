@@ -8,6 +8,7 @@
 #include "hw-inventory-impl/lib/VirtualMachine.h"
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/OSError.h"
+#include "st-core/lib/Text.h"
 
 #include <exception>
 #include <utility>
@@ -30,7 +31,7 @@ std::vector<Info> emulated(EmulatedDevice device)
     return {std::move(info)};
 }
 
-// The firmware's table is a source of second choice: without it the list is empty, and the collection goes on.
+// The SMBIOS table is a fallback source: if it cannot be read, the list is empty and the collection goes on.
 std::vector<RamInfo> modulesFromFirmware()
 {
     try

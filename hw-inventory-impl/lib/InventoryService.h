@@ -9,8 +9,8 @@ namespace HardwareInventory
 {
 class VendorRegistry;
 
-// Decides for each kind of inventory which source is asked, in which order, and how the answer is completed. Keeps nothing: every
-// call collects afresh on the calling thread. A source that cannot be reached throws ErrorHandling::Exception.
+// Chooses the sources of each kind of inventory and their order, and completes the records. Stateless: every call collects afresh
+// on the calling thread. A failed WMI connection or query throws ErrorHandling::Exception.
 class InventoryService
 {
 public:
@@ -20,7 +20,7 @@ public:
     std::vector<CpuInfo> findCpus();
     std::vector<GpuInfo> findGpus();
     std::vector<RamInfo> findRam();
-    std::uint64_t usableMemory(); // bytes; 0 when the system does not tell
+    std::uint64_t usableMemory(); // bytes; 0 if unknown
     std::vector<DiskInfo> findDisks();
     std::vector<NetworkAdapterInfo> findNetworkAdapters();
     std::vector<MotherBoardInfo> findBaseBoards();
@@ -30,6 +30,6 @@ public:
 
 // The steps of the service on plain records.
 void nameNameless(std::vector<GpuInfo>& gpus);                    // "GPU 1", "GPU 2" ... in list order
-void numberSlots(std::vector<RamInfo>& modules);                  // "Physical Memory Slot 1" ..., makers trimmed
-void splitVendor(DiskInfo& disk, const VendorRegistry& registry); // the model text into maker and model
+void numberSlots(std::vector<RamInfo>& modules);                  // "Physical Memory Slot 1" ..., manufacturers trimmed
+void splitVendor(DiskInfo& disk, const VendorRegistry& registry); // the model text into manufacturer and model
 }

@@ -5,7 +5,7 @@
 
 namespace HardwareInventory
 {
-// A dense table of names, the first of which belongs to the given code. Any code outside it has the fallback name.
+// The name of a code in a dense table whose first name belongs to the code `first`. A code outside the table has the fallback name.
 template <std::size_t Size>
 constexpr const wchar_t* nameOf(const std::array<const wchar_t*, Size>& names, long long code, long long first = 0,
                                 const wchar_t* fallback = L"")

@@ -6,7 +6,7 @@
 #include <vector>
 
 // The inventory's records: plain values, each field named as its key in the documents. An empty text, a zero number or an unset
-// optional means "not known"; the documents then leave the key out.
+// optional means "unknown"; the documents leave the key out.
 namespace HardwareInventory
 {
 enum class DeviceStatus : std::uint32_t
@@ -80,7 +80,7 @@ struct NetworkAdapterInfo : DeviceInfo
 struct HotfixInfo
 {
     std::wstring name;
-    std::wstring installationDate; // the source's own text
+    std::wstring installationDate; // as WMI returns it
 };
 
 struct OsInfo

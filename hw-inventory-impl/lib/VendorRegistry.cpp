@@ -6,10 +6,12 @@
 
 #include <algorithm>
 #include <limits>
+#include <memory>
 #include <numeric>
 #include <set>
 #include <span>
 #include <string_view>
+#include <utility>
 
 using ZelStdCore::HostLogger;
 using ZelStdCore::logInfo;
@@ -19,7 +21,7 @@ namespace HardwareInventory
 {
 namespace
 {
-constexpr wchar_t separator = L'~';
+constexpr wchar_t kSeparator = L'~';
 
 struct CharacterRange
 {
@@ -27,22 +29,22 @@ struct CharacterRange
     wchar_t last;
 };
 
-// What Windows counts as letters, by whole blocks, capital ASCII letters aside. The C library's own class depends on the
-// platform and on the locale that the host has set: elsewhere it may know ASCII alone, and an umlaut would end a word.
-constexpr CharacterRange letters[] = {{L'a', L'z'}, {0x00C0, 0x00D6}, {0x00D8, 0x00F6}, {0x00F8, 0x1FFF}, {0x3041, 0xD7FF}};
+// The letters of Windows, as whole blocks, without the capital ASCII letters. The C library's own class depends on the platform
+// and on the locale that the host has set: it may contain ASCII alone, and an umlaut would end a word.
+constexpr CharacterRange kLetters[] = {{L'a', L'z'}, {0x00C0, 0x00D6}, {0x00D8, 0x00F6}, {0x00F8, 0x1FFF}, {0x3041, 0xD7FF}};
 
-// Only ASCII letters have their case lowered, as in Windows' C locale.
+// Lowers ASCII letters only, as Windows' C locale does.
 wchar_t reduce(wchar_t character)
 {
     if (character >= L'A' && character <= L'Z')
         return static_cast<wchar_t>(character - L'A' + L'a');
     const auto holds = [character](const CharacterRange& range) { return character >= range.first && character <= range.last; };
-    return std::ranges::any_of(letters, holds) ? character : separator;
+    return std::ranges::any_of(kLetters, holds) ? character : kSeparator;
 }
 
 std::wstring reduce(const std::wstring& text)
 {
-    std::wstring reduced(text.size(), separator);
+    std::wstring reduced(text.size(), kSeparator);
     std::ranges::transform(text, reduced.begin(), [](wchar_t character) { return reduce(character); });
     return reduced;
 }
@@ -103,15 +105,15 @@ VendorRegistry::Match VendorRegistry::closestVendor(const std::wstring& text) co
 
     const Entry& winner = closest(candidates, reduced);
     logInfo(L"closest vendor for '%1%' := '%2%'", text, winner.name);
-    return {winner.name, text.substr(std::min(reduced.find(separator), text.size()))};
+    return {winner.name, text.substr(std::min(reduced.find(kSeparator), text.size()))};
 }
 
-// The entries that agree with the text in its first word (in the whole of it, when it begins with no letter), and the shorter
-// ones that the text begins with; a text of one word has the latter only. The range of entries that begin like the text is
-// narrowed one character at a time.
+// Returns the entries that begin with the text's first word (with the whole text, if it begins with no letter), and the shorter
+// ones that the text begins with. A text of one word has only the latter. The range of entries that share a beginning with the
+// text is narrowed one character at a time.
 VendorRegistry::Candidates VendorRegistry::candidatesFor(const std::wstring& reduced) const
 {
-    const auto firstSeparator = reduced.find(separator);
+    const auto firstSeparator = reduced.find(kSeparator);
     const bool isOneWord = firstSeparator == std::wstring::npos;
     const std::size_t length = isOneWord || firstSeparator == 0 ? reduced.size() : firstSeparator;
 
@@ -132,7 +134,7 @@ VendorRegistry::Candidates VendorRegistry::candidatesFor(const std::wstring& red
     return candidates;
 }
 
-// Of entries that agree up to the length, those that are no longer; in order, they come first.
+// Of entries that agree up to the length, those of just that length. They are sorted first.
 std::span<const std::size_t> VendorRegistry::endingAt(std::size_t length, std::span<const std::size_t> alike) const
 {
     const auto ends = [this, length](std::size_t position) { return entries_[position].reduced.size() == length; };
@@ -159,7 +161,7 @@ const VendorRegistry::Entry& VendorRegistry::closest(const Candidates& candidate
     for (const std::size_t position : candidates)
     {
         const std::wstring& candidate = entries_[position].reduced;
-        // The difference in length is the least that the distance can be.
+        // The distance is at least the difference in length.
         if (std::max(candidate.size(), reduced.size()) - std::min(candidate.size(), reduced.size()) >= smallest)
             continue;
         const std::size_t distance = editDistance(candidate, reduced, row);

@@ -14,12 +14,12 @@ class VendorRegistry
 public:
     struct Match
     {
-        std::wstring vendor; // empty when no known name begins like the text
+        std::wstring vendor; // empty if no name matches
         std::wstring rest;   // the text behind its first word, the separator included; the whole text without a match
     };
 
-    // Filled with every vendor name of the PCI ID database, in ascending vendor order. Built on first use, destroyed
-    // when the process ends.
+    // Contains every vendor name of the PCI ID database, in ascending order of vendor ID. Built on first use, destroyed when the
+    // process ends.
     static const VendorRegistry& instance();
 
     VendorRegistry() = default;

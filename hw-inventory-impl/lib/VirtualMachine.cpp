@@ -31,7 +31,7 @@ constexpr auto kHypervisors = std::to_array<const wchar_t*>({
     L"Oracle Virtual Machine",
     L"Parallels Cloud Server",
     L"Amazon Cloud",
-    L"Miscrosoft Azure", // spelled so wherever the documents are read: part of the output
+    L"Miscrosoft Azure", // sic: readers of the documents expect this spelling
     L"HCI",
     L"KVM Server",
     L"Scale HC3",

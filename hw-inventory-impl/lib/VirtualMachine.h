@@ -4,13 +4,13 @@
 
 namespace HardwareInventory
 {
-// Whether the host runs under a hypervisor, as the VM detection library says. Asked anew at every call.
+// Whether the host is a virtual machine, according to the VM detection library. Every call asks the library.
 bool isHostVirtual();
 
 // The hypervisor's display name; "Unknown" for a type without one. Throws std::runtime_error on a host that is not virtual.
 std::wstring hypervisorName();
 
-// What the devices are called that a hypervisor emulates.
+// The names of a device that a hypervisor emulates.
 struct EmulatedDevice
 {
     std::wstring name;

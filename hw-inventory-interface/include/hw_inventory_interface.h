@@ -8,24 +8,24 @@
  *         release_buffer(document);
  *     }
  *
- * What a host must know. docs/hosting.md has the reasons and the rest.
+ * Rules for the host; docs/hosting.md has the reasons and the rest.
  * - Load the library by its absolute path, and search its own folder and the system's for what it imports:
  *   LoadLibraryExW(path, NULL, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32). A plain LoadLibrary can take a
  *   vm_detect.dll that somebody else put into the program's folder, the current folder or a folder of PATH, and fails with
  *   error 126 where there is none, even with the right one beside the library.
- * - From its load on the module stays until the process ends; freeing it has no effect.
+ * - The module stays loaded until the process ends; FreeLibrary has no effect.
  * - Serialise the calls. The library takes no lock; the record of the last failure, the logging callback and what is kept between
- *   calls belong to the whole process. Reading a failure belongs to the failing call: nothing may come between. Two components of
- *   one process cannot serialise against each other: one of them owns the library.
+ *   calls belong to the whole process. Read a failure directly after the failing call: no other call may come between. Two
+ *   components of one process cannot serialise against each other: one of them owns the library.
  * - Prefer one long-lived thread for all collections, initialised for COM's multithreaded apartment or not at all. A thread's
  *   first collection connects it to WMI, and the connections live until the thread ends. A thread of a single-threaded apartment
- *   works too, but waits in its calls without serving its windows.
+ *   works too, but blocks without pumping window messages.
  * - After status 1 or 2 collect on a new thread. When the WMI service is restarted, the threads that were connected to it stay cut
  *   off.
  * - Do not call from DllMain, on a fiber or from the logging callback.
  * - A call takes as long as WMI takes: usually well under a second, but a WMI service that hangs makes the call hang. There is no
  *   time limit and no way to cancel.
- * - Do not use dbghelp in another thread during a call: a call that fails takes its stack trace with it, and it serves one thread
+ * - Do not use dbghelp in another thread during a call: a failing call takes its stack trace with dbghelp, which serves one thread
  *   at a time.
  * - Reading some facts takes administrative rights (a disk's "mediaType"). Without them the keys are left out.
  *
@@ -69,7 +69,7 @@ typedef struct ExceptionRecord
     const char* stackTrace; /* one line a frame: "[displacement] file:function:line" */
     const char* file;       /* the source file of the library that raised it */
     const char* function;
-    int64_t line; /* 0 when unknown */
+    int64_t line; /* 0 if unknown */
     const char* message;
     const char* errorText; /* what failed, in fixed words; only failures that the library itself classifies have one */
 } ExceptionRecord;
@@ -77,18 +77,18 @@ typedef struct ExceptionRecord
 /* Called on the thread of the call that logs. The message is valid only during the call, and may contain line breaks.
  * Levels: 0 information, 1 warning (a value or a source could not be read), 2 error (a call fails), 3 trace. A sound machine causes
  * warnings too; docs/hosting.md lists them.
- * Do not collect from it, though such a call is answered. Do not throw, and do not leave by longjmp: an exception that leaves the
+ * Do not collect from it, though such a call works. Do not throw, and do not leave by longjmp: an exception that leaves the
  * callback ends the call, as a rule with status 8. */
 typedef void (*HardwareInventoryLogger)(uint32_t level, const char* message);
 
-/* The collecting functions. Each reads the machine afresh and answers with one document in compact JSON:
+/* The collecting functions. Each reads the machine afresh and returns one document in compact JSON:
  *
- *   *buffer       receives the document, to be given back through release_buffer; the pointer to it must not be null
- *   *buffer_size  receives its size in bytes, the terminating NUL included; null gives EXPORT_STATUS_NO_SIZE, but only after the
- *                 machine was read: a failure on the way gives its own status
+ *   *buffer       receives the document, which the host frees with release_buffer; buffer itself must not be null
+ *   *buffer_size  receives its size in bytes, the terminating NUL included; a null buffer_size returns EXPORT_STATUS_NO_SIZE, but
+ *                 only after the machine was read: a failure before that returns its own status
  *
- * After a failure both are as they were, except when memory for the buffer could not be had: then *buffer is null and
- * *buffer_size the size that was needed.
+ * A failure leaves both unchanged, unless memory for the buffer was lacking: then *buffer is null, and *buffer_size is the size
+ * that was needed.
  *
  * Keys are sorted; a key whose value is unknown is left out, as is an empty "partitions" or "ipAddresses"; a document without
  * entries has an empty array; a record of which nothing is known is null; a key called reserved is never written. Numbers are
@@ -104,8 +104,8 @@ ExportStatus hardware_inventory_find_cpus(char** buffer, size_t* buffer_size);
  * Source: WMI, Win32_VideoController, without the remote desktop's adapter; names from the built-in PCI ID list; the address from
  * SetupAPI; temperature and serial number from the vendors' libraries (nvml.dll, atiadlxx.dll, atiadlxy.dll) where they are
  * installed. A virtual machine without an adapter gets the one that its hypervisor emulates.
- * - The vendors' libraries are loaded from the system folder, where the process has not loaded them already, and stay loaded.
- * - The adapters that they list at the first call are the only ones that they are ever asked for.
+ * - The vendors' libraries are loaded from the system folder, unless the process has loaded them already, and stay loaded.
+ * - They list their adapters at the first call only: one that comes later has no readings.
  * - "temperature" stays as last read when a card stops answering.
  * - NVML writes addresses in capital letters: an NVIDIA adapter whose address contains a letter never gets its readings. */
 ExportStatus hardware_inventory_find_gpus(char** buffer, size_t* buffer_size);
@@ -153,11 +153,11 @@ ExportStatus hardware_inventory_find_base_boards(char** buffer, size_t* buffer_s
  * - "type" is "Unspecified" also where it is unknown. */
 ExportStatus hardware_inventory_find_system(char** buffer, size_t* buffer_size);
 
-/* {"hotfixes": [{name, installationDate (the source's own text)}]}
+/* {"hotfixes": [{name, installationDate (the text that WMI returns)}]}
  * Source: WMI, Win32_QuickFixEngineering. */
 ExportStatus hardware_inventory_find_hotfixes(char** buffer, size_t* buffer_size);
 
-/* Gives back a document's buffer. Null is ignored. The library has a heap of its own: free() is no substitute. */
+/* Frees a document. Null is ignored. The library has its own heap: do not use free(). */
 void release_buffer(void* buffer);
 
 /* The process-wide record of the last failure; never null. */
@@ -165,13 +165,13 @@ const ExceptionRecord* hardware_inventory_get_exception(void);
 
 /* Writes the record as one text, "file:function:line:message:errorText:stackTrace" without the parts that it does not have and
  * "(no meta)" for a missing message, into a buffer of the caller's. *buffer_size is its size in bytes; all of them are written,
- * zeros behind the text. A buffer that is null or too small for the text and its NUL is not written to and gives
- * EXPORT_STATUS_BUFFER_TOO_SMALL; the size needed is not returned: try a larger one. A null size gives EXPORT_STATUS_NO_SIZE, lack
- * of memory EXPORT_STATUS_OTHER. The record stays as it was. */
+ * zeros behind the text. A buffer that is null or too small for the text and its NUL is not written to: the function returns
+ * EXPORT_STATUS_BUFFER_TOO_SMALL, but not the size needed; try a larger one. A null size returns EXPORT_STATUS_NO_SIZE, lack of
+ * memory EXPORT_STATUS_OTHER. The record stays as it was. */
 ExportStatus hardware_inventory_exception_string(char* buffer, size_t* buffer_size);
 
-/* Installs the process-wide logging callback; null switches logging off. To see a collection's warnings, install it before. Switch
- * it off before its code is unloaded. */
+/* Installs the process-wide logging callback; null switches logging off. Install it before the collection whose messages you want.
+ * Switch it off before its code is unloaded. */
 void hardware_inventory_set_logger(HardwareInventoryLogger logger);
 
 #ifdef __cplusplus

@@ -4,7 +4,7 @@
 
 #include <wbemcli.h>
 
-// The management service's interfaces with every method refused; a fake overrides what the library calls.
+// The interfaces of WMI with every method refused; a fake overrides what the library calls.
 namespace fakes
 {
 #define REFUSED(method, ...) \

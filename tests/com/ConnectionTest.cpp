@@ -28,7 +28,7 @@ const std::string kBindRefused = "IWbemLocator::ConnectServer 'ROOT\\CIMV2' fail
 
 Trace logLines;
 
-// The text of the failing call's error, whatever the way back left.
+// The text of the failing call's error, not of the error that the cleanup leaves.
 std::wstring failureText()
 {
     const ZelStdCore::LastError error{fakes::kErrorOfFailure};
@@ -103,7 +103,7 @@ TEST(Connection, AFailingStepTellsItsCodeAndLeavesNothingBehind)
          connect,
          L"",
          "CoSetProxyBlanket failed: 0x80004002"},
-        // The apartment of the host is not closed for a connection that never stood.
+        // A connection that was never established must not close the host's apartment.
         {"ConnectServer",
          E_ACCESSDENIED,
          RPC_E_CHANGED_MODE,
@@ -156,7 +156,7 @@ TEST(Connection, LeavesComOnceWhateverApartmentItFound)
     }
 }
 
-// What both connections of a thread do on the way, and what is left of it in the end.
+// The steps of both connections of a thread, and what is left of them in the end.
 const Trace kBothConnect{kJoin, kCreate, kBind, kBlanket, kJoin, kCreate, kBindStandard, kBlanket};
 const Trace kReleased{"~services", "~locator", "~services", "~locator"};
 
@@ -185,7 +185,7 @@ TEST(Connection, AThreadReleasesBeforeItLeavesComAndNothingIntoAClosedApartment)
     }
 }
 
-// The loading thread, too: it goes on, and its next call connects anew.
+// The loading thread, too: it goes on, and its next call connects again.
 TEST(Connection, AThreadThatCannotKeepItsConnectionsGivesThemBack)
 {
     while (FlsAlloc(nullptr) != FLS_OUT_OF_INDEXES)
@@ -198,7 +198,7 @@ TEST(Connection, AThreadThatCannotKeepItsConnectionsGivesThemBack)
     EXPECT_EQ(takeTrace(), kBothConnect + kReleased);
 }
 
-// The half-made connection is given back before the warning is written.
+// The half-made connection is released before the warning is logged.
 TEST(Connection, TheMissingOptionalNamespaceIsToldWithItsOwnError)
 {
     keepLog();
@@ -243,7 +243,7 @@ TEST(Connection, AQueryDeliversWhatCameBeforeItsEnd)
         EXPECT_EQ(std::exchange(logLines, {}), test.log);
         takeTrace();
 
-        // An object lives as long as its last holder.
+        // An object lives as long as its last owner.
         fakes::com().results.clear();
         EXPECT_EQ(takeTrace(), Trace{});
         held.clear();

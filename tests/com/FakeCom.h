@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-// A management service inside the test: the calls into COM and the interfaces behind them, every step recorded.
+// WMI inside the test: the functions of COM and the interfaces behind them, with every step recorded.
 namespace fakes
 {
 using ObjectPointer = HardwareInventory::Providers::ComPointer<IWbemClassObject>;
@@ -19,23 +19,23 @@ struct FakeCom
     std::map<std::string, HRESULT> answers;         // by the call with its arguments or by its name; others succeed
     std::optional<APTTYPE> apartment = APTTYPE_MTA; // of every thread
 
-    std::vector<ObjectPointer> results; // what a query yields
-    HRESULT end = WBEM_S_FALSE;         // what the enumerator answers behind the last result
+    std::vector<ObjectPointer> results; // of a query
+    HRESULT end = WBEM_S_FALSE;         // what the enumerator returns after the last result
 
-    // The calls with their arguments, and "~name" where the last reference to an object goes.
+    // The calls with their arguments, and "~name" for the release of an object's last reference.
     std::vector<std::string> trace;
 };
 
 FakeCom& com();
 
-// Every failing call leaves this as the last error; whatever runs on the way back overwrites it.
+// The last error after every failing call, and after the cleanup.
 constexpr DWORD kErrorOfFailure = ERROR_ACCESS_DENIED;
 constexpr DWORD kErrorOfCleanup = ERROR_INVALID_FUNCTION;
 
-// Records the call and finds its answer.
+// Records the call and returns its result.
 HRESULT record(const std::string& name, const std::string& arguments = "");
 
-// A COM object that knows its name and tells when it goes.
+// A COM object with a name, which records its destruction.
 template <class Interface>
 class Counted : public Interface
 {
@@ -66,7 +66,7 @@ private:
     ULONG references_ = 1;
 };
 
-// A result object with at most one property, "P": a function that makes the value afresh.
+// A result object with at most one property, "P": a function that makes a new value for each call.
 class FakeObject final : public Counted<StubObject>
 {
 public:

@@ -48,7 +48,7 @@ Make reference(VARIANT_BOOL value)
     };
 }
 
-// A value that tells when it is cleared.
+// A value that records when it is cleared.
 void object(VARIANT& variant)
 {
     variant.vt = VT_UNKNOWN;
@@ -89,7 +89,7 @@ SAFEARRAY* twoDimensions()
     return SafeArrayCreate(VT_BSTR, 2, bounds);
 }
 
-// Answers as they read in the cases below.
+// The results in the words of the cases below.
 std::string described(const PropertyValue& answer)
 {
     if (const auto* wide = std::get_if<std::wstring>(&answer))
@@ -118,8 +118,8 @@ std::string described(const std::variant<Texts, ArrayFailure>& answer)
 
 std::string lines;
 
-// What a getter answers for the property "P" of an object, which has none where there is no value. The reason of an error is
-// logged before it is raised, and nothing else.
+// The result of a getter for the property "P" of an object, which has none if there is no value. The reason of an error is logged
+// before it is thrown, and nothing else is logged.
 template <class Getter>
 std::string answerOf(Getter getter, const Make& value, const wchar_t* reason = L"")
 {
@@ -173,7 +173,7 @@ TEST(Values, EachGetterTakesWhatItCan)
         {"one", number(VT_BOOL, 1), "true", "true", "invalid"},
         {"false", number(VT_BOOL, VARIANT_FALSE), "false", "false", "invalid"},
         {"reference to true", reference(VARIANT_TRUE), "other", "true", "invalid"},
-        {"reference to one", reference(1), "other", "false", "invalid"}, // only what is converted must be exact
+        {"reference to one", reference(1), "other", "false", "invalid"}, // a converted value must be VARIANT_TRUE
         {"object", object, "other", "mismatch", "invalid"},
         {"texts", texts(0, {L"10.0.0.7", L"", withZero}), "other", "mismatch", "[10.0.0.7][][a\0b]"s},
         {"no element", texts(0, {}), "other", "mismatch", ""},
@@ -188,7 +188,7 @@ TEST(Values, EachGetterTakesWhatItCan)
         {"numbers said to be texts", vector(VT_BSTR, VT_I4), "other", "mismatch", "invalid"},
         {"dispatch objects", vector(VT_DISPATCH, VT_DISPATCH), "other", "mismatch", "invalid"},
         {"two dimensions", array(VT_BSTR, twoDimensions), "other", "mismatch", "invalid"},
-        // Locked as often as the count goes: one more lock fails.
+        // The lock count is at its maximum: one more lock fails.
         {"locked out", texts(0, {L"a"}, VT_BSTR, 0xFFFF), "other", "mismatch", "error " + std::to_string(E_UNEXPECTED)},
     };
     for (const auto& test : cases)
@@ -198,7 +198,7 @@ TEST(Values, EachGetterTakesWhatItCan)
         EXPECT_EQ(answerOf(&WMIObject::getBool, test.make, L"does not convert to a boolean"), test.flag);
         EXPECT_EQ(answerOf(&WMIObject::getStringArray, test.make, L"cannot be read as an array of BSTR"), test.list);
     }
-    // A value is cleared once; each object goes once.
+    // Each value is cleared once; each object is released once.
     EXPECT_EQ(std::ranges::count(fakes::com().trace, "~value"), 3);
     EXPECT_EQ(std::ranges::count(fakes::com().trace, "~object"), 3 * std::ssize(cases));
 }

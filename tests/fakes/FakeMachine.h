@@ -11,15 +11,15 @@
 #include <utility>
 #include <vector>
 
-// The machine behind the tests' platform answers. A test fills in what its case needs; everything else answers like a physical
-// machine of which nothing is known.
+// The machine behind the tests' platform functions. A test fills in what its case needs; everything else is that of a physical
+// machine without any facts.
 namespace fakes
 {
 using namespace HardwareInventory::Platform;
 
 struct FakeMachine
 {
-    std::int32_t vmType = 0; // what the VM detection library says
+    std::int32_t vmType = 0; // of the VM detection library
     std::uint32_t lastError = 0;
     std::uint64_t physicalMemory = 8ull << 30;
 
@@ -35,16 +35,16 @@ struct FakeMachine
     std::vector<std::wstring> freedModules;
     bool terminating = false;
 
-    std::vector<ZelStdCore::StackFrame> stack; // what the tracer finds
+    std::vector<ZelStdCore::StackFrame> stack; // as the tracer returns it
 
     // Every platform call passes here with its name; true makes it fail. The default fails none.
     std::function<bool(const char* operation)> fails = [](const char*) { return false; };
-    std::vector<std::string> calls; // the operations asked, in order
+    std::vector<std::string> calls; // the operations, in order
 };
 
 FakeMachine& machine();
 
-// Records the call and asks the machine whether it fails; a failing call leaves 5 ("access denied") as the last error.
+// Records the call and returns whether it fails; a failing call leaves 5 ("access denied") as the last error.
 bool callFails(const char* operation);
 
 // The text that the fake system has for an error number.

@@ -108,7 +108,7 @@ public:
         }
         catch (const std::bad_alloc&)
         {
-            // A destructor has no better place to leave it.
+            // A destructor cannot throw: the event is lost.
         }
     }
 
@@ -135,7 +135,7 @@ private:
         return found == space_.answers.end() ? space_.otherwise(wql) : found->second;
     }
 
-    // Asks once more than there are objects, as an enumerator is asked.
+    // One call more than there are objects, as with an enumerator.
     void deliver(const std::wstring& wql, const ObjectCallback& callback) const
     {
         const FakeObjects objects = objectsOf(wql);

@@ -12,15 +12,15 @@
 #include <variant>
 #include <vector>
 
-// The management service behind the tests' connectManagementSource. Operations pass callFails (FakeMachine.h) under the names of
-// the platform calls that they stand for: "CoInitializeEx", "CoCreateInstance", "ConnectServer", "CoSetProxyBlanket",
-// "ExecQuery", "Next", "Get", "VariantClear".
+// WMI behind the tests' connectManagementSource. Operations pass callFails (FakeMachine.h) under the names of the platform calls
+// that they stand for: "CoInitializeEx", "CoCreateInstance", "ConnectServer", "CoSetProxyBlanket", "ExecQuery", "Next", "Get",
+// "VariantClear".
 namespace fakes
 {
 using namespace HardwareInventory::Providers::WMIProvider;
 using HardwareInventory::ErrorHandling::ErrorCode;
 
-// What a value raises that does not convert: like the platform's own, no std::exception.
+// Thrown for a value that does not convert. Like the platform's own, no std::exception.
 struct ComError
 {
     std::int32_t result;
@@ -34,7 +34,7 @@ struct IgnoringCase
 
 using Texts = std::vector<std::wstring>;
 
-// Copied alternative by alternative: libstdc++ 12 destroys garbage where memory runs out in its own copy of a variant.
+// Copied alternative by alternative: libstdc++ 12 destroys garbage if memory runs out in its own copy of a variant.
 struct FakeValue : std::variant<Unreadable, Null, std::wstring, std::int32_t, bool, OtherType, Texts>
 {
     using variant::variant;
@@ -57,10 +57,10 @@ using FakeObjects = std::vector<FakeObject>;
 
 struct FakeNamespace
 {
-    std::optional<ErrorCode> failure;            // what connecting throws; an absent namespace throws ErrorCode::wmiBind
+    std::optional<ErrorCode> failure;            // thrown by connecting; ErrorCode::wmiBind for an absent namespace
     std::map<std::wstring, FakeObjects> answers; // by the exact text of the query
 
-    // Asked for the queries that have no answer of their own. The default has no objects for any.
+    // For the queries without an entry in answers. The default returns no objects.
     std::function<FakeObjects(const std::wstring& wql)> otherwise = [](const std::wstring&) { return FakeObjects(); };
 };
 
@@ -80,6 +80,6 @@ int liveConnections();
 
 std::shared_ptr<const ManagementObject> makeObject(FakeObject properties);
 
-// Sets the machine and its management service up with one device of every kind, all of whose facts can be read.
+// Sets up the machine and its WMI with one device of every kind, all of whose facts can be read.
 void setUpOneOfEverything();
 }

@@ -1,4 +1,4 @@
-// Any bytes as a PCI ID list: the same names and warnings as by the plain parser.
+// Any bytes as a PCI ID list: the same names and warnings as from the plain parser.
 #include "hw-inventory-impl/lib/PCI/PciIdDatabase.h"
 #include "tests/fakes/FakeMachine.h"
 #include "tests/unit/pci/PlainPciIds.h"

@@ -10,7 +10,7 @@ using namespace HardwareInventory::SMBIOS;
 
 namespace
 {
-// Makes the sum right, so that more inputs get past it.
+// Corrects the checksum, so that more inputs pass it.
 void repairSum(std::vector<std::uint8_t>& entryPoint)
 {
     const std::size_t form = entryPoint.size() > 3 && entryPoint[3] == '3' ? 5 : 4;
@@ -21,7 +21,7 @@ void repairSum(std::vector<std::uint8_t>& entryPoint)
 }
 }
 
-// The first byte: how long the entry point is (its low six bits), and whether its sum is to be repaired. What follows the entry
+// The first byte: the length of the entry point (its low six bits), and whether to correct the checksum. What follows the entry
 // point is the range of physical memory.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-// Any bytes as the firmware table: decoded, or refused in one of the two known ways. No more comes out than can go in.
+// Any bytes as the firmware table: decoded, or refused with one of two errors. The output is never larger than the input allows.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     fakes::machine().smbiosTable.assign(data, data + size);

@@ -1,4 +1,4 @@
-// Lines of Latin-1 text: all but the last are registered as vendors, the last is asked for. The same answer as the plain query's.
+// Lines of Latin-1 text: all but the last are registered as vendors, the last is the query. The same result as the plain query's.
 #include "bench/PlainVendorRegistry.h"
 #include "hw-inventory-impl/lib/VendorRegistry.h"
 #include "tests/fakes/FakeMachine.h"

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string>
 
-// Any bytes as a firmware table, and as a registry value: the facts hold no more text than the bytes do, and yield a type.
+// Any bytes as a firmware table and as a registry value: the facts contain no more text than the bytes, and the rules accept them.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     VmDetect::HostFacts facts;

@@ -2,29 +2,30 @@
 
 #include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
 
 namespace HardwareInventory
 {
-// The lines of a list with the place where their two fields meet, found in one pass. The text is looked at in blocks of 64 bytes:
-// a loop that compilers vectorise marks the line ends and the blank pairs of a block, and only marked bytes are then visited.
-// Searching for each of them by itself would take longer than the whole parse does, because their distances cannot be predicted.
+// Finds the lines of a list and the separator of each line's two fields in one pass. The text is scanned in blocks of 64 bytes: a
+// loop that compilers vectorise marks the line ends and the double spaces of a block, and only marked bytes are then visited.
+// Separate searches would take longer than the whole parse does, because the distances cannot be predicted.
 class ListLines
 {
 public:
     explicit ListLines(std::string_view text) : text_(text) {}
 
-    // Calls visit(line, separator) for each line that has its line end, until it answers false. The separator is the only blank
-    // pair in the line, null where it has none or several that do not overlap.
+    // Calls visit(line, separator) for each line that has a line end, until it returns false. The separator is the only double
+    // space in the line, null if it has none or several that do not overlap.
     template <class Visit>
     void forEach(Visit visit) const
     {
         const char* begin = text_.data();
         const char* separator = nullptr;
         bool isOnly = true;
-        for (std::size_t block = 0; block < text_.size(); block += blockSize)
+        for (std::size_t block = 0; block < text_.size(); block += kBlockSize)
             for (std::uint64_t marks = marksOf(text_.substr(block)); marks != 0; marks &= marks - 1)
             {
                 const char* const position = text_.data() + block + std::countr_zero(marks);
@@ -43,30 +44,30 @@ public:
     }
 
 private:
-    static constexpr std::size_t blockSize = 64;
+    static constexpr std::size_t kBlockSize = 64;
 
     // A bit for each of the first 64 bytes, the lowest for the first byte.
     static std::uint64_t marksOf(std::string_view text)
     {
-        if (text.size() > blockSize)
+        if (text.size() > kBlockSize)
             return marksOfBlock(text.data());
-        std::array<char, blockSize + 1> padded{};
-        text.copy(padded.data(), blockSize);
+        std::array<char, kBlockSize + 1> padded{};
+        text.copy(padded.data(), kBlockSize);
         return marksOfBlock(padded.data());
     }
 
-    // Looks at one byte more than the block has.
+    // Reads one byte beyond the block.
     static std::uint64_t marksOfBlock(const char* block)
     {
-        std::array<unsigned char, blockSize> isMarked;
-        for (std::size_t index = 0; index < blockSize; ++index)
+        std::array<unsigned char, kBlockSize> isMarked;
+        for (std::size_t index = 0; index < kBlockSize; ++index)
             isMarked[index] = (block[index] == '\n') | ((block[index] == ' ') & (block[index + 1] == ' '));
 
-        // Eight bytes of 0 or 1 become eight bits by one multiplication, each byte arriving at its own bit of the highest byte.
+        // One multiplication gathers eight bytes of 0 or 1 into the eight bits of the highest byte.
         static_assert(std::endian::native == std::endian::little);
         constexpr std::uint64_t gather = 0x0102040810204080;
         std::uint64_t marks = 0;
-        for (std::size_t index = 0; index < blockSize; index += 8)
+        for (std::size_t index = 0; index < kBlockSize; index += 8)
         {
             std::uint64_t eight;
             std::memcpy(&eight, isMarked.data() + index, sizeof eight);

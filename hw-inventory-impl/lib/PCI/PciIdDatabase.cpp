@@ -3,6 +3,7 @@
 #include "hw-inventory-impl/lib/PCI/BuiltInList.h"
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/MemoryMappedFile.h"
+#include "st-core/lib/Text.h"
 
 #include <memory>
 #include <utility>
@@ -13,7 +14,7 @@ namespace HardwareInventory
 {
 namespace
 {
-// A name ends where its line does. All but a few are plain ASCII, which needs no decoding.
+// A name ends at the line feed. All but a few are plain ASCII, which needs no decoding.
 std::wstring nameAt(const char* name)
 {
     const char* end = name;
@@ -34,8 +35,8 @@ std::unique_ptr<PciIdDatabase> readBuiltInList()
 
 PciIdDatabase& PciIdDatabase::instance()
 {
-    // Set when the list is read, not while it is read: reading can log, and the host's callback can come here in its turn. What
-    // that call has read goes, as no one uses it any more.
+    // The pointer is set after the list is read: reading can log, and the host's callback can call this function again. The inner
+    // call's database is deleted; nothing uses it any more.
     static constinit PciIdDatabase* database = nullptr;
     if (!database)
         delete std::exchange(database, readBuiltInList().release());

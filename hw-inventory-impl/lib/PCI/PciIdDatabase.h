@@ -9,8 +9,8 @@
 
 namespace HardwareInventory
 {
-// The public PCI ID list: names of vendors, devices and subsystems. A name is what the list's line holds behind the two-space
-// separator, a trailing carriage return included, and is widened only when it is asked for.
+// The public PCI ID list: names of vendors, devices and subsystems. A name is the rest of the line behind the double space, a
+// trailing carriage return included. It is widened at each lookup.
 class PciIdDatabase
 {
 public:
@@ -20,7 +20,7 @@ public:
     // Empty; parse() adds to it.
     PciIdDatabase() = default;
 
-    // Of a list in a file. Throws RuntimeException when the file cannot be mapped.
+    // Reads a list in a file. Throws RuntimeException if the file cannot be mapped.
     explicit PciIdDatabase(const std::wstring& path);
 
     PciIdDatabase(const PciIdDatabase&) = delete;
@@ -29,13 +29,13 @@ public:
     // Adds a text's entries. The text must outlive the database.
     void parse(const char* text, std::size_t length);
 
-    // An unknown identifier is a warning and the empty text; an unknown subsystem a warning and the device's name.
+    // An unknown identifier logs a warning and yields the empty text; an unknown subsystem logs one and yields the device's name.
     std::wstring vendorName(std::uint16_t vendor) const;
     std::wstring modelName(std::uint16_t vendor, std::uint16_t device) const;
     std::wstring subsystemModelName(std::uint16_t vendor, std::uint16_t device, std::uint16_t subsystemVendor,
                                     std::uint16_t subsystemDevice) const;
 
-    // All vendor names in ascending vendor order.
+    // All vendor names in ascending order of vendor ID.
     std::vector<std::wstring> vendorNames() const;
 
 private:

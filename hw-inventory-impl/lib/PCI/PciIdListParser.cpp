@@ -15,7 +15,7 @@ namespace HardwareInventory
 {
 namespace
 {
-constexpr std::string_view fieldSeparator = "  ";
+constexpr std::string_view kFieldSeparator = "  ";
 
 struct IdWarnings
 {
@@ -23,37 +23,37 @@ struct IdWarnings
     const wchar_t* outOfRange;
 };
 
-constexpr IdWarnings vendorWarnings{L"'%1%' (line %2%) contains illegal value of vendor id: %3%",
-                                    L"'%1%' (line %2%) contains out of bound value of vendor id: %3%"};
-constexpr IdWarnings modelWarnings{L"'%1%' (line %2%) contains illegal value of model id: %3%",
-                                   L"'%1%' (line %2%) contains out of range value of model id: %3%"};
-constexpr IdWarnings subsystemVendorWarnings{L"'%1%' (line %2%) contains illegal value of subsystem vendor: '%3%'",
-                                             L"'%1%' (line %2%) contains out of range value of subsystem vendor: '%3%'"};
-constexpr IdWarnings subsystemWarnings{L"'%1%' (line %2%) contains illegal value of subsystem id: '%3%'",
-                                       L"'%1%' (line %2%) contains out of range value of subsystem id: '%3%'"};
+constexpr IdWarnings kVendorWarnings{L"'%1%' (line %2%) contains illegal value of vendor id: %3%",
+                                     L"'%1%' (line %2%) contains out of bound value of vendor id: %3%"};
+constexpr IdWarnings kModelWarnings{L"'%1%' (line %2%) contains illegal value of model id: %3%",
+                                    L"'%1%' (line %2%) contains out of range value of model id: %3%"};
+constexpr IdWarnings kSubsystemVendorWarnings{L"'%1%' (line %2%) contains illegal value of subsystem vendor: '%3%'",
+                                              L"'%1%' (line %2%) contains out of range value of subsystem vendor: '%3%'"};
+constexpr IdWarnings kSubsystemWarnings{L"'%1%' (line %2%) contains illegal value of subsystem id: '%3%'",
+                                        L"'%1%' (line %2%) contains out of range value of subsystem id: '%3%'"};
 
-// What is left of a line when the tabs that tell its kind are gone.
+// A line without its leading tabs.
 struct Entry
 {
     std::string_view text;
-    const char* separator; // between identifier and name; null in an entry of another form
+    const char* separator; // between identifier and name; null if the line has another form
 
     std::string_view idText() const { return {text.data(), static_cast<std::size_t>(separator - text.data())}; }
-    const char* name() const { return separator + fieldSeparator.size(); }
+    const char* name() const { return separator + kFieldSeparator.size(); }
 };
 
-constexpr unsigned noDigit = 0x10;
+constexpr unsigned kNoDigit = 0x10;
 
-constexpr std::array<unsigned char, 256> digitValues = []
+constexpr std::array<unsigned char, 256> kDigitValues = []
 {
     std::array<unsigned char, 256> values{};
-    values.fill(noDigit);
+    values.fill(kNoDigit);
     for (unsigned digit = 0; digit < 16; ++digit)
         values["0123456789abcdef"[digit]] = values["0123456789ABCDEF"[digit]] = static_cast<unsigned char>(digit);
     return values;
 }();
 
-// The form that nearly all identifiers have, read without a branch for each digit: every other one would be guessed wrong.
+// Reads the form of nearly all identifiers without a branch for each digit: half of the branches would be mispredicted.
 bool readFourDigits(std::string_view text, std::uint16_t& id)
 {
     if (text.size() != 4)
@@ -62,24 +62,24 @@ bool readFourDigits(std::string_view text, std::uint16_t& id)
     unsigned seen = 0;
     for (const char character : text)
     {
-        const unsigned digit = digitValues[static_cast<unsigned char>(character)];
+        const unsigned digit = kDigitValues[static_cast<unsigned char>(character)];
         value = value << 4 | digit;
         seen |= digit;
     }
-    if (seen >= noDigit)
+    if (seen >= kNoDigit)
         return false;
     id = static_cast<std::uint16_t>(value);
     return true;
 }
 
-// Cuts the text at its only blank; false when it has none or several.
+// Cuts the text at its only space; false if it has none or several.
 bool splitIds(std::string_view text, std::string_view& first, std::string_view& second)
 {
-    const auto blank = std::ranges::find(text, ' ');
-    if (blank == text.end())
+    const auto space = std::ranges::find(text, ' ');
+    if (space == text.end())
         return false;
-    first = {text.begin(), blank};
-    second = {blank + 1, text.end()};
+    first = {text.begin(), space};
+    second = {space + 1, text.end()};
     return std::ranges::find(second, ' ') == second.end();
 }
 
@@ -110,7 +110,7 @@ private:
     {
         if (!entry.separator)
             return;
-        hasVendor_ = readId(entry, entry.idText(), vendorWarnings, vendor_);
+        hasVendor_ = readId(entry, entry.idText(), kVendorWarnings, vendor_);
         if (hasVendor_)
             tables_.vendors.append(vendor_, entry.name());
         else
@@ -123,12 +123,12 @@ private:
             return logWarning(L"ambigous device information at line %1%: %2%", lineNumber_, entry.text);
         if (!entry.separator)
             return;
-        hasDevice_ = readId(entry, entry.idText(), modelWarnings, device_);
+        hasDevice_ = readId(entry, entry.idText(), kModelWarnings, device_);
         if (hasDevice_)
             tables_.models.append(joinPciIds(vendor_, device_), entry.name());
     }
 
-    // A device counts as current until the next device line, under another vendor too.
+    // A device stays current until the next device line, even under another vendor.
     void readSubsystem(const Entry& entry)
     {
         if (!hasDevice_)
@@ -138,9 +138,9 @@ private:
             return;
         std::uint16_t vendor = 0;
         std::uint16_t device = 0;
-        if (!readId(entry, vendorText, subsystemVendorWarnings, vendor))
+        if (!readId(entry, vendorText, kSubsystemVendorWarnings, vendor))
             return;
-        if (readId(entry, deviceText, subsystemWarnings, device))
+        if (readId(entry, deviceText, kSubsystemWarnings, device))
             tables_.subsystems.append(joinPciIds(vendor_, device_, vendor, device), entry.name());
     }
 
@@ -175,12 +175,12 @@ void parsePciIdList(std::string_view text, PciIdTables& tables)
     tables.models.reserve(text.size() / 64);
     tables.subsystems.reserve(text.size() / 64);
 
-    // The list is 8-bit text that a byte 0xFF ends wherever it stands.
+    // A byte 0xFF ends the list wherever it stands.
     Parser parser(tables);
     const ListLines lines(text.substr(0, text.find('\xFF')));
     lines.forEach([&parser](std::string_view line, const char* separator) { return parser.readLine(line, separator); });
-    tables.vendors.arrange();
-    tables.models.arrange();
-    tables.subsystems.arrange();
+    tables.vendors.sort();
+    tables.models.sort();
+    tables.subsystems.sort();
 }
 }

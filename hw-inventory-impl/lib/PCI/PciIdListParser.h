@@ -26,7 +26,7 @@ struct PciIdTables
     PciIdTable subsystems; // by vendor, device, subsystem vendor and subsystem device
 };
 
-// Adds the entries of a list to the tables, whose names then point into the text. A line that cannot be read is dropped: one with
-// a bad identifier, or without the vendor or device that it belongs to, with a warning; one of another form silently.
+// Adds the entries of a list to the tables, whose names then point into the text. A line with a bad identifier, or without the
+// vendor or device that it belongs to, is dropped with a warning; a line of another form is dropped silently.
 void parsePciIdList(std::string_view text, PciIdTables& tables);
 }

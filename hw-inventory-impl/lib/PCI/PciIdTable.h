@@ -9,7 +9,7 @@
 
 namespace HardwareInventory
 {
-// Names by identifier in one flat table in ascending order. A name stays in the text of its list, where the line's end ends it.
+// Names by identifier in one flat, sorted table. A name points into the text of its list and ends at the line feed.
 class PciIdTable
 {
 public:
@@ -21,30 +21,30 @@ public:
 
     void reserve(std::size_t count) { entries_.reserve(count); }
 
-    // Entries come in any order; arrange() makes them findable. A list is nearly in order: what comes late waits beside.
+    // Entries come in any order; sort() makes them findable. A list is nearly sorted: out-of-order entries are kept apart.
     void append(std::uint64_t id, const char* name)
     {
-        (entries_.empty() || entries_.back().id < id ? entries_ : late_).emplace_back(id, name);
+        (entries_.empty() || entries_.back().id < id ? entries_ : outOfOrder_).emplace_back(id, name);
     }
 
-    // Puts the entries in order; of several with the same identifier the last stays.
-    void arrange()
+    // Of several entries with the same identifier the last stays.
+    void sort()
     {
-        std::vector<Entry> late = std::move(late_);
-        std::ranges::stable_sort(late, {}, &Entry::id);
-        const auto middle = entries_.insert(entries_.end(), late.begin(), late.end());
+        std::vector<Entry> outOfOrder = std::move(outOfOrder_);
+        std::ranges::stable_sort(outOfOrder, {}, &Entry::id);
+        const auto middle = entries_.insert(entries_.end(), outOfOrder.begin(), outOfOrder.end());
         std::ranges::inplace_merge(entries_, middle, {}, &Entry::id);
         const auto sameId = [](const Entry& one, const Entry& other) { return one.id == other.id; };
         entries_.erase(entries_.begin(), std::unique(entries_.rbegin(), entries_.rend(), sameId).base());
     }
 
-    // Null when the identifier is unknown.
+    // Null if the identifier is unknown.
     const char* find(std::uint64_t id) const
     {
         if (entries_.empty())
             return nullptr;
-        // A binary search over ranges of a power of two, the first of which may overlap the second. It adds what it compares
-        // instead of branching on it, which the processor would guess wrong every other time.
+        // A binary search over ranges of a power of two, the first two of which may overlap. It adds the result of a comparison
+        // instead of branching on it: the processor mispredicts such a branch half the time.
         const std::size_t length = std::bit_floor(entries_.size());
         const Entry* entry = entries_.data();
         if (const Entry* const upper = entry + entries_.size() - length; upper->id <= id)
@@ -58,6 +58,6 @@ public:
 
 private:
     std::vector<Entry> entries_;
-    std::vector<Entry> late_; // in the order of their coming, empty once arranged
+    std::vector<Entry> outOfOrder_; // as appended; empty after sort()
 };
 }

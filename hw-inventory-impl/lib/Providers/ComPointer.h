@@ -4,7 +4,7 @@
 
 namespace HardwareInventory::Providers
 {
-// Owns one reference to a COM interface. The libraries' own pointers disagree between compilers on whether attaching counts.
+// Owns one reference to a COM interface. The compilers' own smart pointers differ in whether attaching adds a reference.
 template <class Interface>
 class ComPointer
 {
@@ -18,7 +18,7 @@ public:
     Interface* get() const { return interface_; }
     Interface* operator->() const { return interface_; }
 
-    // Where a call stores the reference that it gives; only for an empty object.
+    // For a call that stores a reference here. Only for an empty pointer.
     Interface** put() { return &interface_; }
 
     void reset()
@@ -27,7 +27,7 @@ public:
             owned->Release();
     }
 
-    // Gives the reference up without releasing it.
+    // Returns the reference without releasing it.
     Interface* detach() { return std::exchange(interface_, nullptr); }
 
 private:

@@ -28,7 +28,7 @@ void readVideoController(const ManagementObject& controller, std::vector<GpuInfo
     gpus.push_back(std::move(info));
 }
 
-// The display adapter of a hypervisor runs on the basic driver, which cannot name it.
+// A hypervisor's display adapter uses Windows' basic driver, which has no name for it.
 void nameEmulatedAdapters(std::vector<GpuInfo>& gpus)
 {
     const EmulatedDevice emulated = emulatedVideoAdapter(hypervisorName());

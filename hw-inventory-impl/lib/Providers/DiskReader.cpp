@@ -3,6 +3,7 @@
 #include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "hw-inventory-impl/lib/Providers/Properties.h"
 #include "st-core/lib/HostLogger.h"
+#include "st-core/lib/Text.h"
 
 #include <map>
 
@@ -21,7 +22,7 @@ VolumesByPartition findVolumes(ManagementSource& cimv2)
     cimv2.query(L"SELECT * FROM Win32_LogicalDiskToPartition",
                 [&](const ManagementObjectPtr& link)
                 {
-                    // Object paths, of which the quoted key value is wanted.
+                    // Object paths; the quoted key value is the identifier.
                     const std::wstring partition = getString(*link, L"Antecedent");
                     const std::wstring volume = getString(*link, L"Dependent");
                     const auto partitionPieces = ZelStdCore::split(partition, L"\"");
@@ -56,7 +57,7 @@ PartitionInfo readPartition(ManagementSource& cimv2, const ManagementObject& par
     read(partition, L"Size", info.size);
     read(partition, L"Status", info.status);
 
-    // Wraps around where the volumes use more than the partition has; whoever writes the record checks that.
+    // Wraps around if the volumes use more than the partition has; the document writer checks that.
     info.availableSpace = info.size;
     const auto found = volumes.find(deviceId);
     if (found == volumes.end())
@@ -66,7 +67,7 @@ PartitionInfo readPartition(ManagementSource& cimv2, const ManagementObject& par
     return info;
 }
 
-// "SSD" or "HDD"; empty, with a warning, when the driver does not tell.
+// "SSD" or "HDD"; empty, with a warning, if unknown.
 std::wstring getDiskMediaType(const std::wstring& drivePath)
 {
     const auto answer = Platform::trimEnabled(drivePath);

@@ -10,11 +10,11 @@
 #include <variant>
 #include <vector>
 
-// The management service as the readers see it: a source that runs queries, and the objects that it yields. Answered by WMI
-// through COM in the product, by canned objects in the tests.
+// WMI as the readers use it: a source that runs queries, and the result objects. The product implements it with COM, the tests
+// with prepared objects.
 namespace HardwareInventory::Providers::WMIProvider
 {
-// The property could not be read at all.
+// The property could not be read.
 struct Unreadable
 {
 };
@@ -24,41 +24,41 @@ struct Null
 {
 };
 
-// The property has a type for which no reader asks by value.
+// Any other VARIANT type.
 struct OtherType
 {
 };
 
 using PropertyValue = std::variant<Unreadable, Null, std::wstring, std::int32_t, bool, OtherType>;
 
-// A result object. Every operation asks the object once for the named property; none of them warns.
+// A result object. Each operation reads the named property once; none of them logs a warning.
 class ManagementObject
 {
 public:
     virtual ~ManagementObject() = default;
 
-    // What the log shows as the object's identity.
+    // Identifies the object in the log.
     virtual const void* address() const = 0;
 
-    // The value as it stands: no conversion between types.
+    // The value without conversion between types.
     virtual PropertyValue get(const wchar_t* property) const = 0;
 
-    // The value converted to a boolean; nothing when the property cannot be read. A value that does not convert raises the
-    // platform's COM error, which is no std::exception, behind a trace line that has its result.
+    // The value converted to a boolean; empty if the property cannot be read. For a value that does not convert, logs a trace line
+    // with the HRESULT and throws the platform's COM error, which is no std::exception.
     virtual std::optional<bool> getBool(const wchar_t* property) const = 0;
 
     enum class ArrayFailure
     {
         unreadable,
-        notAttached // the value could not be moved into an owned variant
+        notAttached // the value could not be moved into an owned VARIANT
     };
 
-    // The texts of an array, in index order; none for a null value. Anything else than an array of texts raises the platform's
-    // COM error, again behind a trace line.
+    // The strings of an array, in index order; none for a null value. For any other type, logs a trace line and throws the
+    // platform's COM error.
     virtual std::variant<std::vector<std::wstring>, ArrayFailure> getStringArray(const wchar_t* property) const = 0;
 };
 
-// Handed to callbacks by shared ownership, so that a callback may keep the object.
+// Shared, so that a callback may keep the object.
 using ManagementObjectPtr = std::shared_ptr<const ManagementObject>;
 using ObjectCallback = std::function<void(const ManagementObjectPtr&)>;
 
@@ -69,20 +69,19 @@ public:
     virtual ~ManagementSource() = default;
 
     // Calls back once per result object, in order, on this thread. Throws ErrorHandling::Exception with the code
-    // ErrorCode::wmiQuery when the query cannot be run; an iteration that breaks off is a warning, and what was delivered stays.
+    // ErrorCode::wmiQuery if the query cannot be run. An iteration that breaks off logs a warning and ends the query early.
     virtual void query(const std::wstring& wql, const ObjectCallback& callback) = 0;
 
-    // Before the destruction of a connection that ends with its thread: gives back what can be given back by then. Only the
-    // destructor leaves COM, since of a thread's connections the first to leave can close the apartment of all.
+    // Called before the destructor when the thread ends: releases what can still be released. Only the destructor leaves COM: the
+    // first of a thread's connections to leave can close the apartment of the others.
     virtual void release() = 0;
 
-    // Before the destruction of a connection whose thread goes on: gives back whatever it took, and leaves the host's apartment
-    // open.
+    // Called before the destructor when the thread goes on: releases everything, and leaves the host's apartment open.
     virtual void disconnect() = 0;
 };
 
-// Connects the calling thread to a namespace. Throws ErrorHandling::Exception with one of the connection's codes. The trace of the
-// code ErrorCode::wmiBind is as asked for: that of an optional namespace is caught and only logged.
+// Connects the calling thread to a namespace. Throws ErrorHandling::Exception with one of the connection's codes. bindTrace is for
+// the code ErrorCode::wmiBind: the failure of an optional namespace is only logged and needs no trace.
 std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath,
                                                           ZelStdCore::Trace bindTrace = ZelStdCore::Trace::capture);
 }

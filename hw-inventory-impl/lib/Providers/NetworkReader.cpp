@@ -5,6 +5,7 @@
 #include "hw-inventory-impl/lib/Providers/Properties.h"
 #include "hw-inventory-impl/lib/Providers/WMIConnections.h"
 #include "st-core/lib/HostLogger.h"
+#include "st-core/lib/Text.h"
 
 #include <array>
 
@@ -39,9 +40,9 @@ constexpr auto kNdisMedia = std::to_array<const wchar_t*>({
 });
 static_assert(kNdisMedia.size() == 20);
 
-bool isVirtualAdapter(const ManagementObject& adapter, bool modern)
+bool isVirtualAdapter(const ManagementObject& adapter, bool hasStandardCimv2)
 {
-    return modern ? getBool(adapter, L"Virtual", false) : !getBool(adapter, L"PhysicalAdapter", true);
+    return hasStandardCimv2 ? getBool(adapter, L"Virtual", false) : !getBool(adapter, L"PhysicalAdapter", true);
 }
 
 void fillIpAddresses(ManagementSource& cimv2, const std::wstring& settingId, NetworkAdapterInfo& info)
@@ -63,16 +64,16 @@ void fillFromWin32Adapter(const ManagementObject& adapter, NetworkAdapterInfo& i
 void readAdapter(const ManagementObject& adapter, ManagementSource& cimv2, const ManagementSource* standardCimv2,
                  std::vector<NetworkAdapterInfo>& adapters)
 {
-    const bool modern = standardCimv2 != nullptr;
+    const bool hasStandardCimv2 = standardCimv2 != nullptr;
     NetworkAdapterInfo info;
     read(adapter, L"Name", info.name);
     read(adapter, L"Status", info.status);
-    if (isVirtualAdapter(adapter, modern))
+    if (isVirtualAdapter(adapter, hasStandardCimv2))
         return ZelStdCore::logTrace(L"skipping logical '%1%' network adapter", info.name);
 
     fillFromPnpDeviceId(info, getString(adapter, L"PNPDeviceID"));
-    fillIpAddresses(cimv2, getString(adapter, modern ? L"DeviceID" : L"GUID"), info);
-    if (modern)
+    fillIpAddresses(cimv2, getString(adapter, hasStandardCimv2 ? L"DeviceID" : L"GUID"), info);
+    if (hasStandardCimv2)
         fillFromNetAdapter(adapter, standardCimv2, info);
     else
         fillFromWin32Adapter(adapter, info);

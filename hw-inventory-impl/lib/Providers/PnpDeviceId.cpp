@@ -3,6 +3,7 @@
 #include "hw-inventory-impl/lib/PCI/PciIdDatabase.h"
 #include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "st-core/lib/HostLogger.h"
+#include "st-core/lib/Text.h"
 
 #include <cstdint>
 #include <optional>
@@ -101,8 +102,8 @@ void fillFromPnpDeviceId(DeviceInfo& device, const std::wstring& pnpDeviceId)
     if (subsystem.size() != kSubsystemLength)
         return ZelStdCore::logWarning(L"failed to parse device subsystem information from device PNP id '%s'", pnpDeviceId);
 
-    // Windows stores the subsystem's device before its vendor. The names in the documents have always come from a lookup that
-    // takes the first half for the vendor, so that order stays.
+    // Windows puts the subsystem's device before its vendor. The documents have always had the names of a lookup that takes the
+    // first half for the vendor, so that order stays.
     const auto subsystemVendor = parseIdentifier(subsystem.substr(0, kIdentifierLength));
     if (!subsystemVendor)
         return ZelStdCore::logWarning(L"failed to parse device subsystem vendor from device PNP id '%s'", pnpDeviceId);
@@ -114,14 +115,14 @@ void fillFromPnpDeviceId(DeviceInfo& device, const std::wstring& pnpDeviceId)
 
 void fillPciAddress(DeviceInfo& device, const std::wstring& pnpDeviceId)
 {
-    // The empty identifier names no device; SetupAPI is not asked, which may take it for any.
+    // The empty identifier names no device, but SetupAPI may take it for any.
     if (pnpDeviceId.empty())
         return warnOfDeviceSetup({DeviceSetupStep::deviceSet, 0}, pnpDeviceId);
     const auto answer = Platform::deviceLocation(pnpDeviceId);
     if (const auto* failure = std::get_if<DeviceSetupFailure>(&answer))
         return warnOfDeviceSetup(*failure, pnpDeviceId);
 
-    // The vendor libraries' addresses, which this is compared with, have one digit for the function: four bits of it are kept.
+    // The vendor libraries' addresses, which are compared with this one, have one digit for the function, hence four bits.
     const auto& location = std::get<DeviceLocation>(answer);
     device.pciAddress = ZelStdCore::format(L"%04x:%02x:%02x.%01x", location.busNumber >> 8 & 0xFFFF, location.busNumber & 0xFF,
                                            location.address >> 16 & 0xFF, location.address & 0xF);

@@ -2,6 +2,7 @@
 
 #include "hw-inventory-impl/lib/DeviceStatus.h"
 #include "st-core/lib/HostLogger.h"
+#include "st-core/lib/Text.h"
 
 #include <locale>
 #include <sstream>
@@ -11,7 +12,7 @@ namespace HardwareInventory::Providers::WMIProvider
 {
 namespace
 {
-// What the C library makes of a date that it cannot count, such as one before 1970 on Windows.
+// The C library's value for a date that it cannot represent, such as one before 1970 on Windows.
 constexpr ZelStdCore::CalendarTime kNotRepresentable = -1;
 
 void warnUnreadable(const ManagementObject& object, const wchar_t* property)
@@ -79,7 +80,7 @@ ZelStdCore::CalendarTime getDateTime(const ManagementObject& object, const wchar
     if (pieces.size() != 2)
         return 0;
 
-    // Firmware dates may hold asterisks for what is not known: one odd date is not to end an inventory.
+    // Firmware dates may contain asterisks for unknown digits. One odd date must not end an inventory.
     const auto reading = ZelStdCore::readTime(std::wstring(pieces.front()), L"%Y%m%d%H%M%S");
     if (const auto* const failure = std::get_if<ZelStdCore::TimeFailure>(&reading))
     {

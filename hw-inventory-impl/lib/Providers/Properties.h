@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-// The typed getters of the readers. A property that is missing or odd is a warning and the neutral value: the empty text, 0, the
-// given default, no texts. What the object itself raises passes through.
+// The typed getters of the readers. A missing or mistyped property logs a warning and yields the neutral value: the empty text, 0,
+// the given default, no strings. Exceptions of the object pass through.
 namespace HardwareInventory::Providers::WMIProvider
 {
 std::wstring getString(const ManagementObject& object, const wchar_t* property);
@@ -17,11 +17,11 @@ std::int32_t getInt(const ManagementObject& object, const wchar_t* property);
 bool getBool(const ManagementObject& object, const wchar_t* property, bool defaultValue);
 std::vector<std::wstring> getStringArray(const ManagementObject& object, const wchar_t* property);
 
-// A date and time of the form yyyymmddHHMMSS.ffffff+UUU, taken as local time: fraction and time zone are ignored. 0 without
-// exactly one point.
+// A date and time of the form yyyymmddHHMMSS.ffffff+UUU, taken as local time: fraction and time zone are ignored. 0 if the text
+// has not exactly one point.
 ZelStdCore::CalendarTime getDateTime(const ManagementObject& object, const wchar_t* property);
 
-// The decimal number that the text begins with, as a stream extracts it: 0 without one, the greatest number for a greater one.
+// The decimal number that the text begins with, as a stream extracts it: 0 without one, the maximum if it does not fit.
 std::uint64_t toUInt64(const std::wstring& text);
 
 // Assigns the property to a field, whose type picks the getter.

@@ -6,6 +6,7 @@
 #include "hw-inventory-impl/lib/VirtualMachine.h"
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/OSError.h"
+#include "st-core/lib/Text.h"
 
 #include <array>
 
@@ -61,7 +62,7 @@ void readComputerSystem(const ManagementObject& computer, SystemInfo& system)
 
 void readOperatingSystem(const ManagementObject& os, SystemInfo& system)
 {
-    // The caption, the system's directory and the boot partition, between bars
+    // Caption, Windows directory and boot partition, separated by bars
     system.osInfo.name = ZelStdCore::split(getString(os, L"Name"), L"|").front();
     read(os, L"Version", system.osInfo.version);
     read(os, L"Manufacturer", system.osInfo.manufacturer);
@@ -74,7 +75,7 @@ void readOperatingSystem(const ManagementObject& os, SystemInfo& system)
     read(os, L"Organization", system.organization);
 }
 
-// Empty, with a warning, when the value cannot be read.
+// Empty, with a warning, if the value cannot be read.
 std::wstring readRegistryString(RegistryRoot root, const std::wstring& keyPath, const std::wstring& valueName)
 {
     const auto answer = Platform::registryString(root, keyPath, valueName);
@@ -115,7 +116,7 @@ void findLogonServer(SystemInfo& system)
     if (controller.freeStatus != 0)
         ZelStdCore::logWarning(L"failed to free domain controller buffer: %1%", controller.freeStatus);
 
-    // Without a controller, what the computer system class called the domain is the workgroup.
+    // Without a controller, the "Domain" of Win32_ComputerSystem is the workgroup.
     if (system.logonServer.empty())
     {
         system.domain.clear();
@@ -123,7 +124,7 @@ void findLogonServer(SystemInfo& system)
     }
 }
 
-// "language-COUNTRY"; empty, with a warning, when either is not known.
+// "language-COUNTRY"; empty, with a warning, if either is unknown.
 std::wstring getLocaleName(std::uint32_t locale)
 {
     const auto language = Platform::localeInfo(locale, LocalePart::language);

@@ -22,7 +22,7 @@ std::unique_ptr<ManagementSource> connectStandardCimv2()
     {
         if (failure.code() != ErrorHandling::ErrorCode::wmiBind)
             throw;
-        // The exception has the failing call's error; giving its connection back has changed the thread's.
+        // The failing call's error is in the exception: releasing the connection has overwritten the thread's last error.
         ZelStdCore::logWarning(L"failed to bind to ROOT\\StandardCIMV2 WMI namespace: %1%", failure.message());
         return nullptr;
     }
@@ -45,7 +45,7 @@ WMIConnections::~WMIConnections()
     {
         if (!source)
             continue;
-        if (kept_)
+        if (endsWithThread_)
             source->release();
         else
             source->disconnect();
@@ -58,12 +58,12 @@ WMIConnections& WMIConnections::forThisThread()
         return *static_cast<WMIConnections*>(kept);
 
     auto connections = std::make_unique<WMIConnections>();
-    // A line logged meanwhile can have made the host collect.
+    // The host's logging callback may have collected meanwhile.
     if (void* kept = Platform::threadValue())
         return *static_cast<WMIConnections*>(kept);
     if (!Platform::keepForThread(connections.get(), [](void* value) { delete static_cast<WMIConnections*>(value); }))
         throw std::runtime_error("failed to keep the WMI connections of the thread");
-    connections->kept_ = true;
+    connections->endsWithThread_ = true;
     return *connections.release();
 }
 }

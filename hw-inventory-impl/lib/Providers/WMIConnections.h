@@ -9,8 +9,8 @@
 
 namespace HardwareInventory::Providers::WMIProvider
 {
-// A thread's connections to the management service, and the class readers on them. A reader throws what a failing query throws;
-// a property that cannot be read is a warning and a neutral value.
+// A thread's connections to WMI, and the readers of its classes. A reader throws if a query fails. A property that cannot be read
+// logs a warning and yields a neutral value.
 class WMIConnections
 {
 public:
@@ -19,7 +19,7 @@ public:
     ~WMIConnections();
 
     // The calling thread's connections, made on its first call and destroyed when the thread ends. After a failure the next call
-    // tries again. A call from within the first one, out of the host's logging callback, makes them for both.
+    // tries again. If the host's logging callback calls this during the first call, both calls get the inner one's connections.
     static WMIConnections& forThisThread();
 
     std::vector<CpuInfo> getProcessors();
@@ -34,8 +34,8 @@ public:
 private:
     explicit WMIConnections(std::unique_ptr<ManagementSource> cimv2);
 
-    bool kept_ = false; // until the thread ends
+    bool endsWithThread_ = false;
     std::unique_ptr<ManagementSource> cimv2_;
-    std::unique_ptr<ManagementSource> standardCimv2_; // empty where the namespace could not be bound; destroyed first
+    std::unique_ptr<ManagementSource> standardCimv2_; // empty if the namespace could not be bound; destroyed first
 };
 }

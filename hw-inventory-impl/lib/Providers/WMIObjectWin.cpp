@@ -28,7 +28,7 @@ public:
     const VARIANT& get() const { return value_; }
     VARTYPE type() const { return value_.vt; }
 
-    // Takes the other's value and leaves it empty.
+    // Takes the other's value and leaves the other empty.
     HRESULT attach(Variant& other)
     {
         const HRESULT result = VariantClear(&value_);
@@ -48,33 +48,33 @@ bool read(IWbemClassObject& object, const wchar_t* property, Variant& value)
     return SUCCEEDED(object.Get(property, 0, value.put(), nullptr, nullptr));
 }
 
-// The counted text, which may hold zeros; a null BSTR is an empty one.
+// By length: a BSTR may contain NULs. A null BSTR is an empty one.
 std::wstring textOf(BSTR text)
 {
     return text ? std::wstring(text, SysStringLen(text)) : std::wstring();
 }
 
-// Access to the elements of an array, which cannot be resized or freed meanwhile.
-class LockedTexts
+// Locks an array for access to its elements. It cannot be resized or freed meanwhile.
+class LockedStrings
 {
 public:
-    explicit LockedTexts(SAFEARRAY* array) : array_(array)
+    explicit LockedStrings(SAFEARRAY* array) : array_(array)
     {
         void* data = nullptr;
         raiseIfFailed(SafeArrayAccessData(array_, &data));
-        texts_ = static_cast<BSTR*>(data);
+        strings_ = static_cast<BSTR*>(data);
     }
-    LockedTexts(const LockedTexts&) = delete;
-    ~LockedTexts() { SafeArrayUnaccessData(array_); }
+    LockedStrings(const LockedStrings&) = delete;
+    ~LockedStrings() { SafeArrayUnaccessData(array_); }
 
-    BSTR operator[](std::size_t index) const { return texts_[index]; }
+    BSTR operator[](std::size_t index) const { return strings_[index]; }
 
 private:
     SAFEARRAY* array_;
-    BSTR* texts_ = nullptr;
+    BSTR* strings_ = nullptr;
 };
 
-SAFEARRAY* textArrayOf(const VARIANT& value)
+SAFEARRAY* stringArrayOf(const VARIANT& value)
 {
     if ((value.vt & ~VT_TYPEMASK) != VT_ARRAY || !value.parray)
         throw _com_error(E_INVALIDARG);
@@ -85,16 +85,16 @@ SAFEARRAY* textArrayOf(const VARIANT& value)
     return value.parray;
 }
 
-// Counted, not bounded: an array may start at any index, and the upper bound of an empty one lies below the lower.
-std::vector<std::wstring> textsOf(SAFEARRAY* array)
+// By count, not by bounds: an array may start at any index, and the upper bound of an empty one is below the lower.
+std::vector<std::wstring> stringsOf(SAFEARRAY* array)
 {
-    const LockedTexts locked(array);
+    const LockedStrings locked(array);
     const std::size_t count = array->rgsabound[0].cElements;
-    std::vector<std::wstring> texts;
-    texts.reserve(count);
+    std::vector<std::wstring> strings;
+    strings.reserve(count);
     for (std::size_t index = 0; index < count; ++index)
-        texts.push_back(textOf(locked[index]));
-    return texts;
+        strings.push_back(textOf(locked[index]));
+    return strings;
 }
 }
 
@@ -126,7 +126,7 @@ std::optional<bool> WMIObject::getBool(const wchar_t* property) const
     if (value.type() == VT_BOOL)
         return value.get().boolVal != VARIANT_FALSE;
 
-    // A null value does not convert either: it is no default.
+    // A null value does not convert either: the caller's default is not for it.
     Variant converted;
     const HRESULT result = VariantChangeType(converted.put(), value.put(), 0, VT_BOOL);
     if (FAILED(result))
@@ -150,7 +150,7 @@ std::variant<std::vector<std::wstring>, ManagementObject::ArrayFailure> WMIObjec
         return std::vector<std::wstring>{};
     try
     {
-        return textsOf(textArrayOf(owned.get()));
+        return stringsOf(stringArrayOf(owned.get()));
     }
     catch (const _com_error& error)
     {

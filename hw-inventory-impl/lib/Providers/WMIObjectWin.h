@@ -7,9 +7,11 @@
 
 #include <wbemcli.h>
 
+#include <utility>
+
 namespace HardwareInventory::Providers::WMIProvider
 {
-// A result object of the management service. Shares the ownership of the COM object.
+// A result object of WMI. Owns one reference to the COM object.
 class WMIObject final : public ManagementObject
 {
 public:

@@ -5,6 +5,7 @@
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/OSError.h"
+#include "st-core/lib/Text.h"
 
 #include <comdef.h>
 
@@ -27,7 +28,7 @@ const wchar_t* const kFailure = L"%1% (GetLastError() = %2%)";
 // Static objects are initialised by the thread that loads the library.
 const DWORD loaderThreadId = GetCurrentThreadId();
 
-// The messages of the failures have the last OS error alone, which many of COM's refusals leave at 0.
+// The messages of the failures contain only the last OS error, which COM often leaves at 0.
 void logResult(const std::wstring& call, HRESULT result)
 {
     ZelStdCore::logTrace(L"%s failed: 0x%08X", call, static_cast<std::uint32_t>(result));
@@ -122,7 +123,7 @@ WMIConnection::WMIConnection(const std::wstring& namespacePath, ZelStdCore::Trac
         throw Exception(ErrorCode::wmiSecurityBlanket, format(kFailure, error.text(), error.code), kSource, kConnect, __LINE__);
     }
 
-    // A connection that stands leaves COM once in any case; one that failed must not close the apartment of its host.
+    // An established connection always leaves COM once; a failed one must not close the host's apartment.
     apartment_.stay();
 }
 
@@ -133,7 +134,7 @@ WMIConnection::~WMIConnection()
 
 void WMIConnection::release()
 {
-    // The loading thread can end while the process tears COM down; a call into the proxy could then wait for ever.
+    // The loading thread can end while the process shuts COM down; a call into the proxy could then wait for ever.
     if (GetCurrentThreadId() == loaderThreadId)
         services_.detach();
     releaseInterfaces();
@@ -147,8 +148,8 @@ void WMIConnection::disconnect()
 
 void WMIConnection::releaseInterfaces()
 {
-    // CoUninitialize has closed the thread's RPC connections, freed what the proxies rest on, and may have unloaded the modules
-    // that have their code. What is lost is memory of this process alone.
+    // CoUninitialize has closed the thread's RPC connections, freed what the proxies use, and may have unloaded their code. Only
+    // memory of this process leaks.
     if (apartment_.isGone())
     {
         services_.detach();
@@ -184,7 +185,7 @@ void WMIConnection::query(const std::wstring& wql, const ObjectCallback& callbac
             ZelStdCore::logWarning(L"failed to iterate %1%: %2% (GetLastError() = %3%)", wql, error.text(), error.code);
             return;
         }
-        // The end is told by the number of objects: the result may still be a success then.
+        // No object means the end; Next() may still return a success code.
         if (returned == 0)
             return;
         callback(std::make_shared<WMIObject>(std::move(object)));

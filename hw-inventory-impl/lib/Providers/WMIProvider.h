@@ -11,7 +11,7 @@
 
 namespace HardwareInventory::Providers::WMIProvider
 {
-// A thread's membership in an apartment of COM.
+// A thread's membership in a COM apartment.
 class ApartmentMembership
 {
 public:
@@ -19,16 +19,16 @@ public:
     ApartmentMembership(const ApartmentMembership&) = delete;
     ~ApartmentMembership();
 
-    // Joins the multithreaded apartment. What was joined is left on destruction; a thread of another apartment stays as it is.
+    // Joins the multithreaded apartment; the destructor leaves it. A thread of another apartment stays there.
     HRESULT join();
 
-    // Remembers the apartment. From now on COM is left on destruction even where the thread was in another apartment.
+    // Stores the thread's apartment type. From now on the destructor leaves COM, even if the thread was in another apartment.
     void stay();
 
-    // Leaves at once what was joined, and nothing on destruction.
+    // Leaves the apartment now, if joined. The destructor then does nothing.
     void leave();
 
-    // Whether the host has closed the apartment that was remembered. Another one of its kind, entered since, passes for it.
+    // Whether the host has closed the stored apartment. One of the same type, entered since, passes for it.
     bool isGone() const;
 
 private:
@@ -37,7 +37,7 @@ private:
     std::optional<APTTYPE> type_;
 };
 
-// A connection to one namespace of the management service through COM. Used and destroyed on the thread that made it.
+// A connection to one WMI namespace through COM. Used and destroyed on the thread that made it.
 class WMIConnection final : public ManagementSource
 {
 public:

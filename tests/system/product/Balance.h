@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <ostream>
 
-// What this process holds. Texts, variants and COM objects of the system are blocks of its heaps as well as the library's own.
+// The resources of this process. The system's strings, VARIANTs and COM objects are blocks of its heaps like the library's own.
 struct Balance
 {
     std::size_t heapBlocks;
@@ -13,10 +13,10 @@ struct Balance
 
     static Balance take();
 
-    // How much more is held than then.
+    // The difference to an earlier balance.
     Balance since(const Balance& then) const;
 
-    // A lock of the system takes a handle when it is contended for the first time, so that a few handles may differ.
+    // A system lock takes a handle when it is first contended, so that a few handles may differ.
     bool operator==(const Balance& other) const;
 };
 

@@ -18,7 +18,7 @@ void lookUp(HANDLE process, DWORD64 address)
 }
 }
 
-void traceWithBareEngine(HMODULE module)
+void traceWithBareSession(HMODULE module)
 {
     HANDLE process = nullptr;
     DuplicateHandle(GetCurrentProcess(), GetCurrentProcess(), GetCurrentProcess(), &process, 0, FALSE, DUPLICATE_SAME_ACCESS);

@@ -23,7 +23,7 @@ void keepErrors(std::uint32_t level, const char* message)
         lastError = message;
 }
 
-// A line of a trace that names the function, its file and the line in it.
+// A line of a trace with the function, its file and the line in it.
 MATCHER_P2(HasFrame, file, function, "")
 {
     const std::string frame = std::string("\\[[0-9]+\\] [^\n]*") + file + ":[^\n]*" + function + "[^\n]*:[1-9][0-9]*\n";
@@ -42,7 +42,7 @@ private:
     const FakeWmiHost host;
 };
 
-// The name that the engine has for a function of this program, in a session of the host's own.
+// The name that dbghelp has for a function of this program, in the host's own session.
 __declspec(noinline) std::string nameOfOwnFunction()
 {
     char buffer[sizeof(SYMBOL_INFO) + 256] = {};
@@ -72,8 +72,8 @@ TEST_F(Evidence, ARecordAndALogLineNameFunctionFileAndLine)
     EXPECT_THAT(lastError, frames);
 }
 
-// The symbol engine is the whole process's: a copy of the library in another component, and the host with a session of its own.
-TEST_F(Evidence, TwoCopiesAndAHostShareTheSymbolEngine)
+// The whole process shares dbghelp: here with a copy of the library in another component, and with a session of the host's own.
+TEST_F(Evidence, TwoCopiesAndAHostShareDbgHelp)
 {
     const OwnFolder folder;
     folder.add("vm_detect.dll");
@@ -99,7 +99,7 @@ TEST_F(Evidence, TwoCopiesAndAHostShareTheSymbolEngine)
     const Balance before = Balance::take();
     for (int count = 2; count < failures; count += 2)
         fail();
-    // Wine's engine keeps some blocks of each session.
+    // Wine's dbghelp keeps some blocks of each session.
     const Balance after = Balance::take();
     EXPECT_EQ(after, (Balance{after.heapBlocks, after.heapBytes, before.handles, before.modules}));
     EXPECT_EQ(SymGetOptions(), options);

@@ -64,19 +64,19 @@ public:
         *returned = 0;
         if (fails("Next"))
             return WBEM_E_FAILED;
-        if (told_)
+        if (returned_)
             return WBEM_S_FALSE;
-        told_ = true;
+        returned_ = true;
         *objects = new Object;
         *returned = 1;
         return S_OK;
     }
 
 private:
-    bool told_ = false;
+    bool returned_ = false;
 };
 
-// Its proxy settings are a part of it, as they are of a real proxy.
+// Has its own proxy settings, like a real proxy.
 class Services final : public Counted<fakes::StubServices>
 {
 public:
@@ -159,7 +159,7 @@ public:
 };
 }
 
-// The process environment block names the lock; a critical section names its owner.
+// The process environment block points to the lock; a critical section contains its owner.
 bool holdsLoaderLock()
 {
     constexpr std::size_t kLoaderLock = 0x110;
@@ -194,7 +194,7 @@ FakeWmi::FakeWmi()
 {
     static auto& factory = *new Factory;
     if (FAILED(CoRegisterClassObject(CLSID_WbemLocator, &factory, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &registration_)))
-        throw std::runtime_error("the management service cannot be registered");
+        throw std::runtime_error("the fake WMI cannot be registered");
 }
 
 FakeWmi::~FakeWmi()

@@ -9,15 +9,15 @@
 #include <functional>
 #include <string>
 
-// A management service in this process, found by the built library through COM as it finds the system's own: by class, in the
-// apartment that a provider is registered in. Every query yields one object, and every property of it is the text "42", but for an
-// odd release date of the firmware.
+// WMI in this process, which the built library finds through COM as it finds the system's own: by class, in the apartment where it
+// is registered. Every query yields one object, and every property of it is the text "42", apart from an odd release date of the
+// firmware.
 //
-// The class is looked up in the thread's apartment: the thread that registers it joins one first.
+// COM searches the thread's apartment for the class: the thread that registers it joins one first.
 class FakeWmi
 {
 public:
-    // The calls that can be made to fail, by their names: "CreateInstance", "ConnectServer", "SetBlanket", "ExecQuery", "Next",
+    // The names of the calls that can fail: "CreateInstance", "ConnectServer", "SetBlanket", "ExecQuery", "Next",
     // "Get". Set before any call; none fails without it.
     static void failWhen(std::function<bool(const std::string& call)> condition);
 
@@ -25,7 +25,7 @@ public:
     {
         std::atomic<std::size_t> connections{0};     // made
         std::atomic<std::size_t> living{0};          // objects with references, class factories left out
-        std::atomic<std::size_t> underLoaderLock{0}; // last references that went while the thread held the loader lock
+        std::atomic<std::size_t> underLoaderLock{0}; // last references released while the thread held the loader lock
     };
     static Counts& counts();
 

@@ -29,7 +29,7 @@ void collectAll(const Product& product)
 std::jmp_buf beforeTheCall;
 int linesToCome;
 
-// Whether the collection came to its line of that number, from which the callback does not return.
+// Whether the collection logged a line of that number, from which the callback does not return.
 bool isLeftAtLine(int line, const Product& product, std::size_t kind)
 {
     linesToCome = line;
@@ -39,7 +39,7 @@ bool isLeftAtLine(int line, const Product& product, std::size_t kind)
     return false;
 }
 
-// How many TLS indexes the process has left.
+// The number of TLS indexes that the process has left.
 std::size_t freeTlsIndexes()
 {
     std::vector<DWORD> taken;
@@ -128,7 +128,7 @@ TEST(Lifetime, TheCallbackCanBeSwappedAndRemovedBetweenCalls)
     EXPECT_EQ(linesAfter([](std::uint32_t, const char*) { ++second; }), std::pair(false, true));
 }
 
-// Even for a line of what the first call for disks builds, once in a process.
+// Even for a line that is logged while the first call for disks builds the vendor registry, once in a process.
 TEST(Lifetime, TheCallbackCanCollectEveryKind)
 {
     const FakeWmiHost host;

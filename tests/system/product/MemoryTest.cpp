@@ -15,7 +15,7 @@
 
 namespace
 {
-// What is left of the heap of the two libraries' runtime. Freed bytes count back.
+// The bytes left of the heap of the two libraries' runtime. Freed bytes are added.
 constexpr std::size_t kPlenty = std::numeric_limits<std::size_t>::max() / 2;
 std::size_t bytesLeft = kPlenty;
 
@@ -105,7 +105,7 @@ void ignoreLine(std::uint32_t, const char*)
 {
 }
 
-// What the outputs hold before a call.
+// The outputs before a call.
 char untouched[] = "untouched";
 
 struct Outcome
@@ -132,7 +132,7 @@ Outcome collectHere(std::size_t bytes, const Product& product, std::size_t kind)
     return outcome;
 }
 
-// On a new thread, so that the connections are made anew.
+// On a new thread, so that it connects again.
 Outcome collectWith(std::size_t bytes, const Product& product, std::size_t kind)
 {
     Outcome outcome;
@@ -163,8 +163,8 @@ void expectWhole(const Outcome& outcome, const Product& product, const std::stri
 }
 }
 
-// Whatever is left of the heap: when the library is loaded, in its first call and in a later one, the call succeeds or fails as
-// documented, and the next one succeeds.
+// However little of the heap is left, at the load of the library, in its first call and in a later one: the call succeeds or fails
+// as documented, and the next one succeeds.
 TEST(Memory, RunsOutAnywhere)
 {
     const FakeWmiHost host;

@@ -16,7 +16,7 @@ using testing::Not;
 const char* const kLibraries[] = {"nvml.dll",    "atiadlxx.dll", "atiadlxy.dll", "dbghelp.dll",
                                   "version.dll", "netapi32.dll", "vm_detect.dll"};
 
-// A host with libraries planted wherever a search would find them: beside the program, in the current folder and on the path. The
+// A host with libraries planted wherever a search would find them: beside the program, in the current folder and on PATH. The
 // product lies in a folder of its own.
 class Planting : public testing::Test
 {
@@ -63,11 +63,11 @@ private:
 TEST_F(Planting, ACollectionLoadsFromItsOwnAndTheSystemFolder)
 {
     auto paths = load("collect");
-    // Wine's own setup interface imports this one, by its bare name.
+    // Wine's own setupapi.dll imports this one, by its bare name.
     std::erase_if(paths, [](const std::string& path) { return path.ends_with("\\version.dll"); });
     EXPECT_THAT(paths, Not(Contains(HasSubstr("planted"))));
     EXPECT_THAT(paths, Contains(EndsWith("\\product\\vm_detect.dll")));
-    // Those that it needed even so: for the trace of a failure and for the domain.
+    // Loaded nevertheless: for the trace of a failure and for the domain.
     EXPECT_THAT(paths, Contains(EndsWith("\\system32\\dbghelp.dll")));
     EXPECT_THAT(paths, Contains(EndsWith("\\system32\\netapi32.dll")));
 }

@@ -26,7 +26,7 @@ OwnFolder::OwnFolder() : path_(std::filesystem::temp_directory_path() / ("hw-inv
     std::filesystem::create_directories(path_);
 }
 
-// What is loaded from it stays there: the system does not remove files in use.
+// Loaded files stay there: the system does not remove files in use.
 OwnFolder::~OwnFolder()
 {
     std::error_code ignored;

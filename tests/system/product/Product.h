@@ -10,7 +10,7 @@
 // The folder of this program, where the build puts the library too.
 std::filesystem::path programFolder();
 
-// A folder of its own for each process, removed at the end.
+// A separate folder for each process, removed at the end.
 class OwnFolder
 {
 public:
@@ -21,8 +21,8 @@ public:
 
     const std::filesystem::path& path() const { return path_; }
 
-    // Copies a built file, under another name where one is given, and answers where it lies now. Its PDB comes along: Wine's symbol
-    // engine frees memory that it never had for a module whose PDB is missing.
+    // Copies a built file, under another name if one is given, and returns its new path. Its PDB is copied too: Wine's symbol
+    // handler frees memory that it never allocated for a module whose PDB is missing.
     std::filesystem::path add(const std::filesystem::path& built, const std::filesystem::path& name = {}) const;
 
 private:
@@ -75,7 +75,7 @@ public:
         ExportStatus status;
         std::string document;
     };
-    // Collects the kind of that index, and gives the buffer back.
+    // Collects the kind of that index, and frees the buffer.
     Answer collect(std::size_t kind) const;
 
     // The function itself.

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-// The system's own service keeps some blocks of each query. A client that does nothing but ask has the same left.
+// The system's own WMI keeps some blocks of each query. The same number is left after a client that only runs the queries.
 TEST(ServiceBalance, ACollectionLeavesNoMoreThanTheSystemsServiceDoes)
 {
     const Product product;

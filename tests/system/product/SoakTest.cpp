@@ -10,17 +10,17 @@
 
 namespace
 {
-// What Wine's engine keeps of each session; of how many bytes depends on the last file name that it looked up.
+// What Wine's dbghelp keeps of each session. The number of bytes depends on the last file name that it searched for.
 Balance leftBySymbolSession(HMODULE module)
 {
-    std::thread(traceWithBareEngine, module).join();
+    std::thread(traceWithBareSession, module).join();
     const Balance before = Balance::take();
-    std::thread(traceWithBareEngine, module).join();
+    std::thread(traceWithBareSession, module).join();
     return Balance::take().since(before);
 }
 }
 
-// Ten thousand collections on ever new threads, while one in a hundred of the management service's calls fails.
+// Ten thousand collections on ever new threads, while one in a hundred of the calls into WMI fails.
 TEST(Soak, AThousandFaultsLeaveNothing)
 {
     const FakeWmiHost host;

@@ -32,7 +32,7 @@ TEST_F(Threads, OneAfterAnotherTakeTheirConnectionsWithThem)
     {
         if (index % 3 != 0)
             return collect(index);
-        // A thread that is in an apartment of its own already, and stays there until it ends.
+        // The thread is already in its own apartment, and stays there until it ends.
         ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
         const FakeWmi own;
         collect(index);
@@ -55,7 +55,7 @@ auto secondCallOf(const std::string& name)
     return [name, calls = 0](const std::string& call) mutable { return call == name && ++calls == 2; };
 }
 
-// The first connection stands when the second fails, and its thread goes on: here the one that loaded the library.
+// The first connection is established when the second fails, and the thread goes on: here the one that loaded the library.
 TEST_F(Threads, AFirstCollectionThatFailsHalfWayLeavesNothing)
 {
     FakeWmi::failWhen(secondCallOf("SetBlanket"));
@@ -63,7 +63,7 @@ TEST_F(Threads, AFirstCollectionThatFailsHalfWayLeavesNothing)
     EXPECT_EQ(counts.living, 0u);
 }
 
-// As a runtime's own worker does that ends its thread's apartment before the thread.
+// As a runtime's own worker that leaves its thread's apartment before the thread ends.
 TEST_F(Threads, ReleaseNothingIntoAnApartmentThatIsClosed)
 {
     const auto work = [&]

@@ -7,7 +7,7 @@
 
 // Loads the product and the named libraries, with "careless" as a program does that leaves the search to the system, with "collect"
 // as the product's header advises and by whatever its collections need, one of them that fails; then prints where those that are
-// loaded come from. Exits with the system's error where the product does not load.
+// loaded come from. Exits with the system's error if the product does not load.
 //   planting-host careless|collect PRODUCT NAME...
 int main(int argc, char** argv)
 try

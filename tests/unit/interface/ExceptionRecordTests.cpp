@@ -100,7 +100,7 @@ TEST(ExceptionRecord, FieldsTextAndLogOfEachKindOfException)
     }
 }
 
-// What breaks while a failure is told does not hide the failure.
+// An error while a failure is reported does not hide the failure.
 TEST(ExceptionRecord, SurvivesATracerThatFails)
 {
     machine().stack = {frame(L"inner")};

@@ -26,7 +26,7 @@ std::string exceptionString()
     return text.c_str();
 }
 
-// Every query that has no answer ends like this.
+// Every query without an entry in answers ends like this.
 void failQueriesWith(std::function<void()> failure)
 {
     management().cimv2.otherwise = [failure](const std::wstring&) { return failure(), fakes::FakeObjects(); };
@@ -87,7 +87,7 @@ TEST(Exports, DocumentsOfAWholeMachine)
     release_buffer(nullptr);
 }
 
-// The machine is read before the arguments are judged; the document, whose writing can log, is made after.
+// The machine is read before the arguments are checked; the document, whose writing can log, is written after.
 TEST(Exports, WithoutASize)
 {
     management().cimv2.answers[L"SELECT * FROM Win32_DiskDrive"] = {{{L"Size", L"0"}}};
@@ -119,7 +119,7 @@ TEST(Exports, FailureLeavesTheOutputsAndIsKept)
     for (const Collector& collector : kCollectors)
     {
         if (collector.find == hardware_inventory_find_ram)
-            continue; // asks no query
+            continue; // runs no query
         const fakes::LogCapture log;
         char untouched = 'u';
         char* buffer = &untouched;
@@ -140,7 +140,7 @@ TEST(Exports, ExceptionStringAndItsBuffer)
 {
     const fakes::LogCapture log;
     const std::string text = "(no meta)";
-    const std::string blank(text.size() + 2, 'x');
+    const std::string untouched(text.size() + 2, 'x');
     struct Case
     {
         std::size_t size;
@@ -150,11 +150,11 @@ TEST(Exports, ExceptionStringAndItsBuffer)
     const Case cases[] = {{0, true, 6}, {text.size(), true, 6}, {4096, false, 6}, {text.size() + 1, true, 0}};
     for (const Case& each : cases)
     {
-        std::string buffer = blank;
+        std::string buffer = untouched;
         std::size_t size = each.size;
         EXPECT_EQ(hardware_inventory_exception_string(each.given ? buffer.data() : nullptr, &size), each.status) << each.size;
         EXPECT_EQ(size, each.size);
-        EXPECT_EQ(buffer, each.status == 0 ? text + '\0' + 'x' : blank);
+        EXPECT_EQ(buffer, each.status == 0 ? text + '\0' + 'x' : untouched);
     }
     EXPECT_TRUE(log.lines().empty());
     EXPECT_EQ(hardware_inventory_exception_string(nullptr, nullptr), EXPORT_STATUS_NO_SIZE);
@@ -175,7 +175,7 @@ TEST(Exports, LoggerCanBeReplacedAndSwitchedOff)
     EXPECT_EQ(second.size(), 1u);
 }
 
-// The callback can collect every kind in its turn: while the first call builds what the process has once, and later.
+// The callback can collect every kind: while the first call builds the process-wide objects, and later.
 TEST_P(NestedCollection, IsWholeAndLeavesTheOuterOneWhole)
 {
     static bool nested = false;
@@ -199,7 +199,7 @@ TEST_P(NestedCollection, IsWholeAndLeavesTheOuterOneWhole)
         EXPECT_EQ(outer, collect(kCollectors[GetParam()]).document) << call;
         EXPECT_THAT(std::exchange(inner, {}), testing::Each(documentsOfAllKinds())) << call;
 
-        // Every property is a warning from now on.
+        // Every property logs a warning from now on.
         management().cimv2.answers.clear();
         management().standardCimv2.answers.clear();
         management().cimv2.otherwise = [](const std::wstring&) { return fakes::FakeObjects(1); };
@@ -211,8 +211,8 @@ TEST_P(NestedCollection, IsWholeAndLeavesTheOuterOneWhole)
 INSTANTIATE_TEST_SUITE_P(Exports, NestedCollection, testing::Range<std::size_t>(0, std::size(kCollectors)));
 
 #ifndef _MSC_VER
-// Two ways a panic of another language takes: out of the source that is asked, and out of the callback wherever it is called,
-// where the failure is logged too.
+// Two ways of a panic of another language: out of the source, and out of the callback wherever it is called, where the failure is
+// logged too.
 TEST(Exports, AForeignExceptionIsAFailure)
 {
     setUpWholeMachine();

@@ -16,7 +16,7 @@ std::string lastMessage()
     return message ? message : "";
 }
 
-// Where not even the failure can be told, the record is empty.
+// If not even the failure can be recorded, the record is empty.
 bool lastFailureIsMemory()
 {
     return lastMessage().empty() || lastMessage() == std::bad_alloc().what();
@@ -31,7 +31,7 @@ std::ptrdiff_t stringsOfRecord()
     return count;
 }
 
-// What the fakes gather is theirs, not a leak.
+// The fakes' own records are no leak.
 void forgetCalls()
 {
     fakes::machine().calls = {};
@@ -47,7 +47,7 @@ void countErrors(uint32_t level, const char*)
     errorLines += level == 2;
 }
 
-// What the outputs hold before a call.
+// The outputs before a call.
 char untouched = 'u';
 constexpr size_t kUntouched = 12345;
 
@@ -57,12 +57,12 @@ struct Attempt
     bool failed;
     std::string document;
     bool outputsUntouched;
-    size_t sizeNeeded; // where memory for the document alone was lacking
+    size_t sizeNeeded; // if only memory for the document was lacking
 };
 
 constexpr std::size_t kNever = static_cast<std::size_t>(-1);
 
-// On a thread of its own, so that the connections are made, and dropped again, in every attempt.
+// On its own thread, so that every attempt connects and disconnects.
 Attempt attempt(const Collector& collector, std::size_t failingAllocation = kNever, bool forGood = false)
 {
     ExportStatus status = EXPORT_STATUS_SUCCESS;
@@ -71,7 +71,7 @@ Attempt attempt(const Collector& collector, std::size_t failingAllocation = kNev
     std::thread(
         [&]
         {
-            // The slot of the fakes allocates where the thread first touches it.
+            // The fakes' thread slot allocates when the thread first uses it.
             HardwareInventory::Platform::threadValue();
             heap.arm(failingAllocation, forGood);
             status = collector.find(&buffer, &size);
@@ -153,7 +153,7 @@ TEST_F(MemoryFailures, AnywhereInACollection)
     }
 }
 
-// From the first call of the process: what is built once must be buildable after a failure half-way. In growing steps, since it
+// From the first call of the process: process-wide objects can be built after a failure half-way. In growing steps, since it
 // takes many thousand allocations.
 TEST_F(MemoryFailures, FirstCallsOfTheProcess)
 {
@@ -169,7 +169,7 @@ TEST_F(MemoryFailures, FirstCallsOfTheProcess)
     }
 }
 
-// Memory runs out while another failure is on its way to the host: the host gets the one or the other, whole.
+// Memory runs out while another failure is being reported: the host gets the one or the other, whole.
 TEST_F(MemoryFailures, WhileAFailureIsTold)
 {
     struct Case
@@ -194,23 +194,23 @@ TEST_F(MemoryFailures, WhileAFailureIsTold)
     for (const Case& each : cases)
     {
         fakes::management().cimv2.otherwise = [fail = each.fail](const std::wstring&) { return fail(), fakes::FakeObjects(); };
-        std::size_t told = 0;
+        std::size_t reported = 0;
         failEachAllocation(kCollectors[0],
                            [&](const Attempt& hurt, std::size_t, const std::string& context)
                            {
                                if (lastMessage() != each.message)
                                {
-                                   // Where memory lacks for the record alone, the status is that of the failure to be told.
+                                   // If only memory for the record is lacking, the status is that of the failure.
                                    const bool empty = hardware_inventory_get_exception()->message == nullptr;
                                    EXPECT_TRUE(lastFailureIsMemory()) << context << ": " << lastMessage();
                                    EXPECT_EQ(hurt.status, empty ? each.status : EXPORT_STATUS_OTHER) << context;
                                    return;
                                }
-                               ++told;
+                               ++reported;
                                EXPECT_EQ(hurt.status, each.status) << context;
                                EXPECT_EQ(stringsOfRecord(), each.strings) << context;
                            });
-        EXPECT_GT(told, 1u) << "a failing log must not change the outcome";
+        EXPECT_GT(reported, 1u) << "a failing log must not change the outcome";
     }
 }
 

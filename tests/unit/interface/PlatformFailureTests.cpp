@@ -9,7 +9,7 @@ using fakes::machine;
 
 namespace
 {
-// Lets exactly one platform call fail, counted from now; tells how many calls there were.
+// Lets exactly one platform call fail, counted from now.
 class FailingCall
 {
 public:
@@ -41,20 +41,20 @@ struct Machine
 {
     const char* name;
     std::int32_t vmType;
-    bool modernNetworkClass;
+    bool hasStandardCimv2;
 };
 
-constexpr Machine kMachines[] = {{"physical", 0, true}, {"virtual", 8, true}, {"without the modern network class", 0, false}};
+constexpr Machine kMachines[] = {{"physical", 0, true}, {"virtual", 8, true}, {"without StandardCIMV2", 0, false}};
 
 void setUp(const Machine& kind)
 {
     setUpWholeMachine();
     machine().vmType = kind.vmType;
-    if (!kind.modernNetworkClass)
+    if (!kind.hasStandardCimv2)
         fakes::management().standardCimv2.failure = fakes::ErrorCode::wmiBind;
 }
 
-// A thread of its own makes connections of its own.
+// A new thread connects again.
 Collected collectOnNewThread(const Collector& collector)
 {
     Collected collected;
@@ -62,7 +62,7 @@ Collected collectOnNewThread(const Collector& collector)
     return collected;
 }
 
-// A failure names its place, and is one of WMI: nothing else may fail a call here.
+// A failure has its place in the source, and is one of WMI: nothing else may fail a call here.
 void expectDocumentedFailure(ExportStatus status, const std::string& context)
 {
     const ExceptionRecord* record = hardware_inventory_get_exception();
@@ -76,8 +76,8 @@ void expectDocumentedFailure(ExportStatus status, const std::string& context)
 }
 }
 
-// Every platform call of every function fails once: the call answers, with a documented status where it fails, nothing is left
-// behind, and the next call answers as if nothing had happened.
+// Every platform call of every function fails once: the function returns, with a documented status if it fails, nothing is left
+// behind, and the next call succeeds.
 TEST(PlatformFailures, EachCallFailsOnce)
 {
     for (const Machine& kind : kMachines)
@@ -114,7 +114,7 @@ TEST(PlatformFailures, EachCallFailsOnce)
     }
 }
 
-// The same on one thread that lives on, as a host's does, and from the very first call: what is built once is not yet there.
+// The same on one thread that lives on, as a host's does, and from the very first call: process-wide objects do not exist yet.
 TEST(PlatformFailures, FirstCallsOfTheProcess)
 {
     setUp(kMachines[0]);

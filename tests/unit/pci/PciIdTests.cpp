@@ -27,7 +27,7 @@ Names namesIn(const PciIdTable& table)
     return names;
 }
 
-// The texts of the warnings logged so far; a line of another level stands out.
+// The warnings logged so far; a line of another level is marked.
 Lines warningsOf(const fakes::LogCapture& log)
 {
     Lines texts;
@@ -70,7 +70,7 @@ TEST(PciIdList, NamesAndWarnings)
         // An entry belongs to the vendor and the device before it, a subsystem to the last device even behind a new vendor.
         {"10de  NV\n\t1b80  GTX\r\n\t\t1043 85aa  Strix\n", {"10de NV", "10de1b80 GTX\r", "10de1b80104385aa Strix"}},
         {"1  A\n\t2  a\n3  B\n\t\t4 5  s\n", {"1 A", "3 B", "10002 a", "3000200040005 s"}},
-        // The later of two names stays, in any order.
+        // The later of two names stays, wherever the identifier belongs in the order.
         {"5  E\n\t2  old\n\t\t1 1  old\n\t\t1 1  new\n\t1  x\n\t2  new\n1  A\n5  F\n1  B\n",
          {"1 B", "5 F", "50001 x", "50002 new", "5000200010001 new"}},
         // Device classes pass for vendor 000C.
@@ -106,7 +106,7 @@ TEST(PciIdList, NamesAndWarnings)
         EXPECT_EQ(outcomeOf(list), outcome) << list;
 }
 
-// Texts made of the pieces that matter, long enough that each piece comes to lie at each place of a block.
+// Texts made of the pieces that matter, long enough that each piece occurs at each place of a block.
 TEST(PciIdList, AgreesWithThePlainParserOnRandomTexts)
 {
     const std::string pieces[] = {"10de",     "8086", "12345",   "C 01",        "zz",   "0",      " ",    "  ",
@@ -159,7 +159,7 @@ TEST(PciIdDatabase, FindsNamesAndWarnsOfUnknownOnes)
                      "failed to lookup model (0001:1B80)"}));
 }
 
-// The mapping is gone, unreadable under the sanitizers, when the names are asked for. They are UTF-8, else Latin-1.
+// The file is unmapped before the names are looked up, and the sanitizers would notice. Names are UTF-8, else Latin-1.
 TEST(PciIdDatabase, KeepsTheTextOfAFile)
 {
     const auto path = std::filesystem::temp_directory_path() / ("pci-list-" + std::to_string(std::random_device()()));

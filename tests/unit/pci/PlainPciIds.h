@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-// The PCI ID list read in the plainest way, line by line with copies and maps: what the real parser is compared with.
+// The PCI ID list read in the plainest way, line by line with copies and maps, for comparison with the real parser.
 namespace plain
 {
 class PciIds
@@ -99,7 +99,7 @@ private:
     // The log ends a message at a NUL.
     void warn(const std::string& message) { warnings.push_back(message.c_str()); }
 
-    // As the host's log shows it.
+    // As in the host's log.
     static std::string utf8(const std::string& bytes) { return ZelStdCore::toUtf8(ZelStdCore::widen(bytes)); }
 
     static std::vector<std::string> split(const std::string& text, const std::string& separator)

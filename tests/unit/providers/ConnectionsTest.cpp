@@ -17,7 +17,7 @@ const Texts kBoth{kConnected[0], kConnected[1], L"disconnected ROOT\\StandardCIM
 const Texts kOne{kBoth[0], kBoth[3]};
 }
 
-// Whatever fails, at whichever of the two connections: only the second namespace's absence is put up with.
+// Each step fails, at each of the two connections: only the absence of the second namespace is tolerated.
 TEST_F(ConnectionsTest, EveryStepThatFails)
 {
     const Lines absent{"failed to bind to ROOT\\StandardCIMV2 WMI namespace: system message 5\r\n (GetLastError() = 5)"};

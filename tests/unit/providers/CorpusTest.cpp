@@ -12,7 +12,7 @@
 #include <fstream>
 
 // The corpus: data of real machines, in a folder named by the environment variable HW_INVENTORY_CORPUS. Whole machines go through
-// every reader, and what a record must hold is worked out here from the objects by rules of its own.
+// every reader, and the expected records are computed here from the objects by independent rules.
 namespace fakes
 {
 namespace
@@ -61,7 +61,7 @@ protected:
         folder_ = folder;
     }
 
-    // Runs the check, which says how many records it saw, on every machine: physical and virtual, with and without the modern
+    // Runs the check, which returns the number of its records, on every machine: physical and virtual, with and without the second
     // namespace.
     void replay(std::size_t (*check)(WMIConnections&))
     {
@@ -87,7 +87,7 @@ protected:
     std::filesystem::path folder_;
 
 private:
-    // Answers the readers' queries from a machine's objects by class.
+    // Results for the readers' queries, from a machine's objects by class.
     static void setUp(const nlohmann::json& classes)
     {
         for (const auto& [name, objects] : classes.items())
@@ -124,7 +124,7 @@ Texts textsOf(const wchar_t* managementClass, const wchar_t* property)
     return texts;
 }
 
-// "VVVV:DDDD" out of an identifier of the PCI bus, and names without blanks and dots around them.
+// "VVVV:DDDD" from an identifier of the PCI bus, and names without spaces and dots around them.
 void checkPciDevice(const DeviceInfo& info, std::wstring id)
 {
     std::ranges::transform(id, id.begin(), std::towupper);
@@ -135,8 +135,8 @@ void checkPciDevice(const DeviceInfo& info, std::wstring id)
 
 std::size_t checkAdapters(WMIConnections& connections)
 {
-    const bool modern = !management().standardCimv2.failure;
-    FakeObjects objects = objectsOf(modern ? L"MSFT_NetAdapter" : L"Win32_NetworkAdapter");
+    const bool hasStandardCimv2 = !management().standardCimv2.failure;
+    FakeObjects objects = objectsOf(hasStandardCimv2 ? L"MSFT_NetAdapter" : L"Win32_NetworkAdapter");
     std::erase_if(objects,
                   [](const FakeObject& object)
                   {
@@ -150,12 +150,12 @@ std::size_t checkAdapters(WMIConnections& connections)
         checkPciDevice(adapters[i], textOf(objects[i], L"PNPDeviceID"));
         std::wstring address = adapters[i].macAddress;
         EXPECT_TRUE(address.empty() || address.size() == 17);
-        if (modern)
+        if (hasStandardCimv2)
             std::erase(address, L':');
-        EXPECT_EQ(address, textOf(objects[i], modern ? L"PermanentAddress" : L"MACAddress"));
+        EXPECT_EQ(address, textOf(objects[i], hasStandardCimv2 ? L"PermanentAddress" : L"MACAddress"));
         for (const FakeObject& each : objectsOf(L"Win32_NetworkAdapterConfiguration"))
         {
-            if (textOf(each, L"SettingID") == textOf(objects[i], modern ? L"DeviceID" : L"GUID"))
+            if (textOf(each, L"SettingID") == textOf(objects[i], hasStandardCimv2 ? L"DeviceID" : L"GUID"))
                 EXPECT_EQ(adapters[i].ipAddresses, valueOf<Texts>(each, L"IPAddress"));
         }
     }

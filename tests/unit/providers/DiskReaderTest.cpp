@@ -12,7 +12,7 @@ FakeObject link(const std::wstring& partition, const std::wstring& volume)
 }
 }
 
-// The volumes on a partition use up its space, even more than there is.
+// The volumes on a partition use its space, even more than there is.
 TEST_F(DiskReaderTest, AvailableSpaceOfPartitions)
 {
     objectsOf(L"Win32_LogicalDiskToPartition") = {link(L"a:P.DeviceID=\"P1\"", L"a:L.DeviceID=\"D:\""),

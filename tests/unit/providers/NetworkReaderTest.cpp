@@ -6,13 +6,13 @@ namespace fakes
 {
 namespace
 {
-// With both namespaces unless a test takes the second away.
+// With both namespaces, unless a test removes the second.
 class NetworkReaderTest : public ProvidersTest
 {
 protected:
     static std::vector<NetworkAdapterInfo> getAdapters() { return WMIConnections().getNetworkAdapters(); }
 
-    static FakeObjects& modern() { return management().standardCimv2.answers[L"SELECT * FROM MSFT_NetAdapter"]; }
+    static FakeObjects& netAdapters() { return management().standardCimv2.answers[L"SELECT * FROM MSFT_NetAdapter"]; }
     static FakeObjects& fallback() { return objectsOf(L"Win32_NetworkAdapter"); }
 
     void takeStandardCimv2Away() { management().standardCimv2.failure = ErrorCode::wmiBind; }
@@ -42,7 +42,7 @@ TEST_F(NetworkReaderTest, OfTheOlderClass)
 
 TEST_F(NetworkReaderTest, OnlyPhysicalAdaptersAreListed)
 {
-    modern() = {{{L"Name", L"a"}, {L"Virtual", true}}, {{L"Name", L"b"}, {L"Virtual", false}}, {{L"Name", L"c"}}};
+    netAdapters() = {{{L"Name", L"a"}, {L"Virtual", true}}, {{L"Name", L"b"}, {L"Virtual", false}}, {{L"Name", L"c"}}};
     fallback() = {{{L"Name", L"a"}, {L"PhysicalAdapter", false}}, {{L"Name", L"b"}, {L"PhysicalAdapter", true}}, {{L"Name", L"c"}}};
     for (const bool fallbackPath : {false, true})
     {
@@ -62,7 +62,7 @@ TEST_F(NetworkReaderTest, OnlyPhysicalAdaptersAreListed)
 
 TEST_F(NetworkReaderTest, TheLastConfigurationWins)
 {
-    modern() = {{{L"DeviceID", L"{1}"}}, {{L"DeviceID", L"{2}"}}, {{L"DeviceID", L"{3}"}}};
+    netAdapters() = {{{L"DeviceID", L"{1}"}}, {{L"DeviceID", L"{2}"}}, {{L"DeviceID", L"{3}"}}};
     const FakeObject two{{L"IPAddress", Texts{L"10.0.0.1", L"10.0.0.2"}}};
     objectsOf(L"Win32_NetworkAdapterConfiguration WHERE SettingID='{1}'") = {two, {{L"IPAddress", Texts{L"10.0.0.3"}}}};
     objectsOf(L"Win32_NetworkAdapterConfiguration WHERE SettingID='{2}'") = {two, {{L"IPAddress", Null{}}}};

@@ -32,7 +32,7 @@ TEST_F(PnpDeviceIdTest, PartsOfAnIdentifier)
     }
 }
 
-// Each failure leaves what was filled before it; what was not filled is kept.
+// Fields that were filled before the failure stay filled; the others stay unchanged.
 TEST_F(PnpDeviceIdTest, NamesFromThePciIdList)
 {
     const Texts kept{L"kept", L"kept", L"kept"};

@@ -104,7 +104,7 @@ TEST_F(PropertiesTest, DatesAreTakenAsWritten)
         EXPECT_EQ(takeLog(), each.log);
     }
     EXPECT_EQ(std::ranges::count(machine().calls, "SymInitializeW"), 0) << "a warning takes a stack trace";
-    // One second before what can be counted everywhere, in UTC.
+    // One second before the first time that can be represented everywhere, in UTC.
     EXPECT_EQ(getDateTime(*objectWith(L"19691231235959.000000+000"), L"P"), 0);
     EXPECT_EQ(takeLog(), Lines{"'P' property of OBJECT is not a representable date as expected"});
 }

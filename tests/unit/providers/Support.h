@@ -18,7 +18,7 @@ using namespace HardwareInventory;
 
 using Lines = std::vector<std::string>;
 
-// A fresh machine without any device, its log kept.
+// A new machine without any device, with a log.
 class ProvidersTest : public testing::Test
 {
 protected:
@@ -50,13 +50,13 @@ protected:
     LogCapture log_;
 };
 
-// What the service answers for all objects of a class.
-inline FakeObjects& objectsOf(const std::wstring& managementClass)
+// The answers to the query for all objects of a class.
+inline FakeObjects& objectsOf(const std::wstring& wmiClass)
 {
-    return management().cimv2.answers[L"SELECT * FROM " + managementClass];
+    return management().cimv2.answers[L"SELECT * FROM " + wmiClass];
 }
 
-// The warnings that reading these properties gives, one after the other, when the object has none of them.
+// The warnings for reading these properties, one after the other, of an object that has none of them.
 inline Lines unreadable(std::initializer_list<const char*> properties)
 {
     Lines lines;

@@ -53,7 +53,7 @@ TEST_F(SystemReaderTest, TheLastOfSeveralObjectsWins)
     EXPECT_EQ((Texts{os.name, os.version, os.buildType, os.manufacturer}), (Texts{L"No bar", L"", L"", L""}));
 }
 
-// One call that fails costs one fact, for which another may stand in.
+// One failing call costs one fact; for some there is a fallback.
 TEST_F(SystemReaderTest, PlatformFaults)
 {
     machine().registry[kReleaseId] = L"2009";

@@ -14,8 +14,8 @@ using WholeMachineTest = ProvidersTest;
 const struct
 {
     std::string (*document)(WMIConnections&);
-    const char* ofNothing;                    // the document when no property of any object can be read
-    std::initializer_list<const char*> asked; // the properties, in order
+    const char* ofNothing;                    // the document if no property of any object can be read
+    std::initializer_list<const char*> asked; // the properties read, in order
 } kReaders[] = {
     {[](WMIConnections& from) { return cpusDocument(from.getProcessors()); },
      R"({"cpus":[null]})",
@@ -77,8 +77,8 @@ TEST_F(WholeMachineTest, ObjectsWithoutProperties)
     }
 }
 
-// Every platform call in turn fails once. Broken access to the service ends the reader, without half a list; everything else
-// that fails leaves it with records. No connection stays behind.
+// Every platform call in turn fails once. If WMI fails, the reader throws, without half a list; everything else that fails leaves
+// it with records. No connection is left behind.
 TEST_F(WholeMachineTest, EveryCallThatFails)
 {
     const std::set<std::string> fatal{"CoInitializeEx", "CoCreateInstance", "CoSetProxyBlanket", "ExecQuery"};
@@ -108,7 +108,7 @@ TEST_F(WholeMachineTest, EveryCallThatFails)
         }
         ASSERT_EQ(liveConnections(), 0);
         const std::string operation = machine().calls.at(std::min(failing, machine().calls.size()) - 1);
-        if (operation != "ConnectServer" && operation != "VariantClear") // of these it depends on which one fails
+        if (operation != "ConnectServer" && operation != "VariantClear") // of these, it depends on which one fails
             ASSERT_EQ(outcome, fatal.contains(operation) ? "exception" : "") << operation << failing;
     } while (failing < machine().calls.size());
     EXPECT_GT(failing, 150);

@@ -25,7 +25,7 @@ Registry registryOf(const std::vector<std::wstring>& names)
     return registry;
 }
 
-// The answer and the log, which names each candidate once.
+// The result and the log, which lists each candidate once.
 void compareWithPlain(const VendorRegistry& registry, const plain::VendorRegistry& expected, const std::wstring& text)
 {
     const std::wstring reduced = expected.reduce(text);
