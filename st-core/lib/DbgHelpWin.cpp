@@ -35,30 +35,28 @@ const DbgHelp* DbgHelp::instance()
 SymbolSession::SymbolSession(const DbgHelp& engine, HANDLE process, const std::wstring& searchPath, std::uint32_t options)
     : engine_(engine), optionsBefore_(engine.getOptions())
 {
-    if (!DuplicateHandle(GetCurrentProcess(), process, GetCurrentProcess(), &handle_, 0, FALSE, DUPLICATE_SAME_ACCESS))
-    {
-        handle_ = nullptr;
+    HANDLE duplicate = nullptr;
+    if (!DuplicateHandle(GetCurrentProcess(), process, GetCurrentProcess(), &duplicate, 0, FALSE, DUPLICATE_SAME_ACCESS))
         return;
-    }
+    handle_.reset(duplicate);
     engine_.setOptions(options);
     // A failure is met again, and told, where the modules are loaded. A null path would mean the engine's own default.
-    engine_.initialize(handle_, searchPath.c_str(), TRUE);
+    engine_.initialize(handle(), searchPath.c_str(), TRUE);
 }
 
 SymbolSession::~SymbolSession()
 {
     if (!handle_)
         return;
-    engine_.cleanUp(handle_);
+    engine_.cleanUp(handle());
     engine_.setOptions(optionsBefore_);
-    CloseHandle(handle_);
 }
 
 std::uint32_t SymbolSession::load(const wchar_t* image, const wchar_t* name, std::uint64_t base, std::uint32_t size) const
 {
-    if (engine_.moduleBase(handle_, base) == base)
+    if (engine_.moduleBase(handle(), base) == base)
         return ERROR_SUCCESS;
     SetLastError(ERROR_SUCCESS);
-    return engine_.loadModule(handle_, nullptr, image, name, base, size, nullptr, 0) == 0 ? GetLastError() : ERROR_SUCCESS;
+    return engine_.loadModule(handle(), nullptr, image, name, base, size, nullptr, 0) == 0 ? GetLastError() : ERROR_SUCCESS;
 }
 }

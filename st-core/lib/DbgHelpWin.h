@@ -1,5 +1,7 @@
 #pragma once
 
+#include "st-core/lib/Unique.h"
+
 #include <cstdint>
 #include <string>
 
@@ -43,14 +45,14 @@ public:
     const DbgHelp& engine() const { return engine_; }
 
     // Null when the process's handle could not be duplicated; the last OS error tells why.
-    HANDLE handle() const { return handle_; }
+    HANDLE handle() const { return handle_.get(); }
 
     // Loads the symbols of a module, and answers with the OS error number: 0 as well for a module that is loaded already.
     std::uint32_t load(const wchar_t* image, const wchar_t* name, std::uint64_t base, std::uint32_t size) const;
 
 private:
     const DbgHelp& engine_;
-    HANDLE handle_ = nullptr;
+    Unique<HANDLE, CloseHandle> handle_;
     std::uint32_t optionsBefore_;
 };
 }

@@ -6,8 +6,6 @@
 
 #include <boost/filesystem/operations.hpp>
 
-#include <utility>
-
 namespace ZelStdCore
 {
 namespace
@@ -29,7 +27,7 @@ void MemoryMappedFile::open(const std::wstring& path)
         throw RuntimeException(format(L"not a regular file: %1%", path), kSourceFile, kFunction, __LINE__);
 
     path_ = path;
-    file_ = Platform::openForReading(path);
+    file_.reset(Platform::openForReading(path));
     // A failed open answers with the invalid handle, never null: it is the mapping that then fails and is told.
     if (!file_)
     {
@@ -38,7 +36,7 @@ void MemoryMappedFile::open(const std::wstring& path)
         throw RuntimeException(format(L"failed to open file (%1%): %2%", path, error.text()), kSourceFile, kFunction, __LINE__);
     }
 
-    mapping_ = Platform::createReadOnlyMapping(file_);
+    mapping_.reset(Platform::createReadOnlyMapping(file_.get()));
     if (!mapping_)
     {
         const LastError error = LastError::capture();
@@ -48,14 +46,14 @@ void MemoryMappedFile::open(const std::wstring& path)
     }
 
     // The size query answers with a boolean, so that only what it never returns would count as a failure.
-    if (Platform::fileSize(file_, size_) < 0)
+    if (Platform::fileSize(file_.get(), size_) < 0)
     {
         const LastError error = LastError::capture();
         close();
         throw RuntimeException(format(L"failed to get file size (%1%): %2%", path, error.text()), kSourceFile, kFunction, __LINE__);
     }
 
-    data_ = Platform::mapView(mapping_, size_);
+    data_.reset(Platform::mapView(mapping_.get(), size_));
     if (!data_)
     {
         const LastError error = LastError::capture();
@@ -69,11 +67,8 @@ void MemoryMappedFile::close() noexcept
 {
     path_.clear();
     size_ = 0;
-    if (data_)
-        Platform::unmapView(std::exchange(data_, nullptr));
-    if (mapping_)
-        Platform::closeHandle(std::exchange(mapping_, nullptr));
-    if (file_)
-        Platform::closeHandle(std::exchange(file_, nullptr));
+    data_.reset();
+    mapping_.reset();
+    file_.reset();
 }
 }

@@ -1,10 +1,24 @@
 #pragma once
 
+#include "st-core/lib/Unique.h"
+
 #include <cstdint>
 #include <string>
 
 namespace ZelStdCore
 {
+// Platform operations, answered by the Windows file or by the tests. Handles are opaque.
+namespace Platform
+{
+// A failed open returns the platform's invalid handle, which is not null; closeHandle() ignores that one.
+void* openForReading(const std::wstring& path);
+void* createReadOnlyMapping(void* file);                // null on failure
+int fileSize(void* file, std::uint64_t& size);          // the size query's own result
+const char* mapView(void* mapping, std::uint64_t size); // null on failure
+void unmapView(const char* view);
+void closeHandle(void* handle);
+}
+
 // A read-only view of a whole file.
 class MemoryMappedFile
 {
@@ -21,26 +35,14 @@ public:
     // Releases everything; harmless on a closed object.
     void close() noexcept;
 
-    const char* data() const { return data_; }
+    const char* data() const { return data_.get(); }
     std::uint64_t size() const { return size_; }
 
 private:
     std::wstring path_;
     std::uint64_t size_ = 0;
-    const char* data_ = nullptr;
-    void* file_ = nullptr;
-    void* mapping_ = nullptr;
+    Unique<void*, Platform::closeHandle> file_;
+    Unique<void*, Platform::closeHandle> mapping_;
+    Unique<const char*, Platform::unmapView> data_;
 };
-
-// Platform operations, answered by the Windows file or by the tests. Handles are opaque.
-namespace Platform
-{
-// A failed open is answered with the platform's invalid handle, which is not null.
-void* openForReading(const std::wstring& path);
-void* createReadOnlyMapping(void* file);                // null on failure
-int fileSize(void* file, std::uint64_t& size);          // the size query's own result
-const char* mapView(void* mapping, std::uint64_t size); // null on failure
-void unmapView(const char* view);
-void closeHandle(void* handle);
-}
 }

@@ -1,7 +1,8 @@
 #include "st-core/lib/OSError.h"
 
+#include "st-core/lib/Unique.h"
+
 #include <cstring>
-#include <memory>
 
 #include <windows.h>
 
@@ -9,11 +10,7 @@ namespace ZelStdCore::Platform
 {
 namespace
 {
-struct FreeLocal
-{
-    void operator()(wchar_t* text) const { LocalFree(text); }
-};
-using LocalText = std::unique_ptr<wchar_t, FreeLocal>;
+using LocalText = Unique<wchar_t*, LocalFree>;
 }
 
 std::uint32_t lastErrorCode()
@@ -28,11 +25,10 @@ void setLastErrorCode(std::uint32_t code)
 
 std::wstring systemMessage(std::uint32_t code)
 {
-    wchar_t* buffer = nullptr;
+    LocalText text;
     const DWORD length =
         FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code,
-                       MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), reinterpret_cast<wchar_t*>(&buffer), 0, nullptr);
-    const LocalText text(buffer);
+                       MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), reinterpret_cast<wchar_t*>(text.put()), 0, nullptr);
     return length == 0 ? std::wstring() : std::wstring(text.get(), length);
 }
 

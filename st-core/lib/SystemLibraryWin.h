@@ -4,13 +4,11 @@
 
 namespace ZelStdCore
 {
-// A library of the system folder, never freed: what is in the folder of the program or on the path is not taken for it.
-inline HMODULE loadSystemLibrary(const wchar_t* name)
-{
-    return LoadLibraryExW(name, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
-}
+// Loads a library from the system folder alone: whoever can write to the folder of the program, the current folder or one on the
+// path must not decide what runs here. Raises no dialog. Null on failure, with the last OS error.
+HMODULE loadSystemLibrary(const wchar_t* name);
 
-// Fetches a function under its own type; false when the library lacks it.
+// Fetches a function under its own type; false when the library has none of that name.
 template <class Function>
 bool findFunction(HMODULE library, const char* name, Function& function)
 {

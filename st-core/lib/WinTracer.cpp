@@ -7,12 +7,12 @@
 #include "st-core/lib/SymbolSearchPathWin.h"
 #include "st-core/lib/Text.h"
 #include "st-core/lib/ThreadContextWin.h"
+#include "st-core/lib/Unique.h"
 
 #include <boost/filesystem/operations.hpp>
 
 #include <cstddef>
 #include <new>
-#include <type_traits>
 #include <utility>
 
 #include <psapi.h>
@@ -46,12 +46,7 @@ const void* pointer(std::uint64_t address)
     return reinterpret_cast<const void*>(static_cast<std::uintptr_t>(address));
 }
 
-struct CloseSnapshot
-{
-    using pointer = HANDLE;
-    void operator()(HANDLE handle) const { CloseHandle(handle); }
-};
-using Snapshot = std::unique_ptr<std::remove_pointer_t<HANDLE>, CloseSnapshot>;
+using Snapshot = Unique<HANDLE, CloseHandle, kInvalidHandle>;
 
 using SymbolBuffer = std::unique_ptr<std::byte[]>;
 
@@ -150,13 +145,12 @@ void Tracer::loadModules()
 
 bool Tracer::loadFromSnapshot()
 {
-    const HANDLE handle = CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, processId_);
-    if (handle == INVALID_HANDLE_VALUE)
+    const Snapshot snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPMODULE, processId_));
+    if (!snapshot)
         return false;
-    const Snapshot snapshot(handle);
     MODULEENTRY32W module{};
     module.dwSize = sizeof(module);
-    for (BOOL found = Module32FirstW(handle, &module); found; found = Module32NextW(handle, &module))
+    for (BOOL found = Module32FirstW(snapshot.get(), &module); found; found = Module32NextW(snapshot.get(), &module))
         loadModule(module.szExePath, module.szModule, reinterpret_cast<std::uintptr_t>(module.modBaseAddr), module.modBaseSize);
     return true;
 }

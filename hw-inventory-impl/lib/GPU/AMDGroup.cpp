@@ -21,52 +21,71 @@ Library& library()
 
 namespace
 {
-using Adl::Functions;
-using Symbol = VendorModule::Symbol<Functions>;
+using Adapters = std::unique_ptr<Adl::AdapterInfo[]>;
+using VendorModule::resolve;
 
-// The first one is called before the others are looked up.
-constexpr Symbol kCreate[] = {
-    {"ADL_Main_Control_Create", "ERROR: ADL_Main_Control_Create not available!",
-     VendorModule::bind<Functions, &Functions::ADL_Main_Control_Create>},
-};
-
-constexpr Symbol kSymbols[] = {
-    {"ADL2_Main_Control_Create", "ERROR: ADL2_Main_Control_Create not available!",
-     VendorModule::bind<Functions, &Functions::ADL2_Main_Control_Create>},
-    {"ADL_Adapter_NumberOfAdapters_Get", "ERROR: ADL_Adapter_NumberOfAdapters_Get not available!",
-     VendorModule::bind<Functions, &Functions::ADL_Adapter_NumberOfAdapters_Get>},
-    {"ADL_Adapter_AdapterInfo_Get", "ERROR: ADL_Adapter_AdapterInfo_Get not available!",
-     VendorModule::bind<Functions, &Functions::ADL_Adapter_AdapterInfo_Get>},
-    {"ADL_Adapter_Active_Get", "ERROR: ADL_Adapter_Active_Get not available!",
-     VendorModule::bind<Functions, &Functions::ADL_Adapter_Active_Get>},
-    {"ADL_Overdrive_Caps", "ERROR: ADL_Overdrive_Caps not available!",
-     VendorModule::bind<Functions, &Functions::ADL_Overdrive_Caps>},
-    {"ADL2_New_QueryPMLogData_Get", "ERROR: ADL2_New_QueryPMLogData_Get not available!",
-     VendorModule::bind<Functions, &Functions::ADL2_New_QueryPMLogData_Get>},
-    {"ADL2_Overdrive6_CurrentPower_Get", "ERROR: ADL2_Overdrive6_CurrentPower_Get not available!",
-     VendorModule::bind<Functions, &Functions::ADL2_Overdrive6_CurrentPower_Get>},
-    {"ADL2_OverdriveN_Temperature_Get", "ERROR: ADL2_OverdriveN_Temperature_Get not available!",
-     VendorModule::bind<Functions, &Functions::ADL2_OverdriveN_Temperature_Get>},
-    {"ADL_Overdrive5_Temperature_Get", "ERROR: ADL_Overdrive5_Temperature_Get not available!",
-     VendorModule::bind<Functions, &Functions::ADL_Overdrive5_Temperature_Get>},
-    {"ADL_Overdrive5_CurrentActivity_Get", "ERROR: ADL_Overdrive5_CurrentActivity_Get not available!",
-     VendorModule::bind<Functions, &Functions::ADL_Overdrive5_CurrentActivity_Get>},
-};
-
-// The library keeps this function for as long as it is loaded, which is to the end of the process; so is this one from its
-// first collection on. The memory is never given back here.
+// ADL keeps this function for as long as it is loaded. This DLL is pinned from the first collection on, so the callback stays
+// valid. The memory is never freed here.
 void* allocate(int size) noexcept
 {
     return size < 0 ? nullptr : std::malloc(static_cast<std::size_t>(size));
+}
+
+void loadLibrary()
+{
+    if (!VendorModule::load({L"atiadlxx.dll", L"atiadlxy.dll"}))
+        throw AMDException("ADL Library not found!");
+
+    Adl::Library& library = Adl::library();
+    library = {};
+    Adl::Functions& adl = library.functions;
+    // The first interface is initialised before the other functions are looked up.
+    resolve<AMDException>(adl.ADL_Main_Control_Create, "ADL_Main_Control_Create");
+    if (adl.ADL_Main_Control_Create(allocate, Adl::kConnectedAdaptersOnly) != Adl::kOk)
+        throw AMDException("ERROR: ADL Initialization error!");
+    resolve<AMDException>(adl.ADL2_Main_Control_Create, "ADL2_Main_Control_Create");
+    resolve<AMDException>(adl.ADL_Adapter_NumberOfAdapters_Get, "ADL_Adapter_NumberOfAdapters_Get");
+    resolve<AMDException>(adl.ADL_Adapter_AdapterInfo_Get, "ADL_Adapter_AdapterInfo_Get");
+    resolve<AMDException>(adl.ADL_Adapter_Active_Get, "ADL_Adapter_Active_Get");
+    resolve<AMDException>(adl.ADL_Overdrive_Caps, "ADL_Overdrive_Caps");
+    resolve<AMDException>(adl.ADL2_New_QueryPMLogData_Get, "ADL2_New_QueryPMLogData_Get");
+    resolve<AMDException>(adl.ADL2_Overdrive6_CurrentPower_Get, "ADL2_Overdrive6_CurrentPower_Get");
+    resolve<AMDException>(adl.ADL2_OverdriveN_Temperature_Get, "ADL2_OverdriveN_Temperature_Get");
+    resolve<AMDException>(adl.ADL_Overdrive5_Temperature_Get, "ADL_Overdrive5_Temperature_Get");
+    resolve<AMDException>(adl.ADL_Overdrive5_CurrentActivity_Get, "ADL_Overdrive5_CurrentActivity_Get");
+    if (adl.ADL2_Main_Control_Create(allocate, Adl::kConnectedAdaptersOnly, &library.context) != Adl::kOk)
+        throw AMDException("ERROR: ADL2 Initialization error!");
+}
+
+int countAdapters()
+{
+    int count = 0;
+    Adl::library().functions.ADL_Adapter_NumberOfAdapters_Get(&count);
+    if (count < 1)
+        throw AMDException("ERROR: No adapters found in this system!");
+    return count;
+}
+
+Adapters readAdapters(int count)
+{
+    // ADL takes the size in bytes as an int. More adapters than fit in that, or in memory, are a failed read.
+    constexpr int kRecordSize = sizeof(Adl::AdapterInfo);
+    Adapters adapters;
+    if (count <= std::numeric_limits<int>::max() / kRecordSize)
+        adapters.reset(new (std::nothrow) Adl::AdapterInfo[static_cast<std::size_t>(count)]());
+    if (!adapters || Adl::library().functions.ADL_Adapter_AdapterInfo_Get(adapters.get(), count * kRecordSize) != Adl::kOk)
+        throw AMDException("ERROR:Could't get adapter info for the system!");
+    return adapters;
 }
 }
 
 AMDGroup::AMDGroup()
 {
-    if (const char* const failure = loadLibrary())
-        throw AMDException("%s", failure);
-    for (int i = 0; i < adapterCount_; ++i)
-        add(adapters_[i]);
+    loadLibrary();
+    const int count = countAdapters();
+    const Adapters adapters = readAdapters(count);
+    for (int i = 0; i < count; ++i)
+        add(adapters[i]);
 }
 
 AMDGroup::~AMDGroup()
@@ -82,41 +101,6 @@ AMDGroup::~AMDGroup()
     if (destroy)
         destroy();
     VendorModule::unload();
-}
-
-// The message of the step that failed, or null.
-const char* AMDGroup::loadLibrary()
-{
-    if (!VendorModule::load({L"atiadlxx.dll", L"atiadlxy.dll"}))
-        return "ADL Library not found!";
-
-    Adl::Library& adl = Adl::library();
-    adl = {};
-    if (const char* const missing = VendorModule::bindAll<Functions>(adl.functions, kCreate))
-        return missing;
-    if (adl.functions.ADL_Main_Control_Create(allocate, Adl::kConnectedAdaptersOnly) != Adl::kOk)
-        return "ERROR: ADL Initialization error!";
-    if (const char* const missing = VendorModule::bindAll<Functions>(adl.functions, kSymbols))
-        return missing;
-    if (adl.functions.ADL2_Main_Control_Create(allocate, Adl::kConnectedAdaptersOnly, &adl.context) != Adl::kOk)
-        return "ERROR: ADL2 Initialization error!";
-    return readAdapters();
-}
-
-const char* AMDGroup::readAdapters()
-{
-    const Functions& functions = Adl::library().functions;
-    functions.ADL_Adapter_NumberOfAdapters_Get(&adapterCount_);
-    if (adapterCount_ < 1)
-        return "ERROR: No adapters found in this system!";
-
-    // The library takes the size in bytes as an int: what does not fit in one, or in memory, cannot be asked for.
-    constexpr int kRecordSize = sizeof(Adl::AdapterInfo);
-    if (adapterCount_ <= std::numeric_limits<int>::max() / kRecordSize)
-        adapters_.reset(new (std::nothrow) Adl::AdapterInfo[static_cast<std::size_t>(adapterCount_)]());
-    if (!adapters_ || functions.ADL_Adapter_AdapterInfo_Get(adapters_.get(), adapterCount_ * kRecordSize) != Adl::kOk)
-        return "ERROR:Could't get adapter info for the system!";
-    return nullptr;
 }
 
 void AMDGroup::add(const Adl::AdapterInfo& adapter)

@@ -23,12 +23,8 @@ public:
     const std::vector<std::shared_ptr<AMDGPU>>& gpus() const { return gpus_; }
 
 private:
-    const char* loadLibrary();
-    const char* readAdapters();
     void add(const Adl::AdapterInfo& adapter);
 
-    std::unique_ptr<Adl::AdapterInfo[]> adapters_;
-    int adapterCount_ = 0;
     std::unordered_map<std::string, std::shared_ptr<AMDGPU>> byPciAddress_;
     std::vector<std::shared_ptr<AMDGPU>> gpus_; // in the order of the library
 };

@@ -11,6 +11,8 @@ namespace HardwareInventory
 class GPUException : public std::exception
 {
 public:
+    explicit GPUException(const char* text) : GPUException("%s", text) {}
+
     template <class First, class... Rest>
     explicit GPUException(const char* pattern, First first, Rest... rest)
     {

@@ -8,39 +8,28 @@ namespace HardwareInventory
 {
 namespace
 {
-using Nvml::Functions;
+using VendorModule::resolve;
 
-Functions nvml{};
+// The message for two of the functions has a space before its exclamation mark.
+constexpr const char* kSpacedMessage = "ERROR: %s not available !";
 
-// The blank before the last two exclamation marks is part of the messages.
-constexpr VendorModule::Symbol<Functions> kSymbols[] = {
-    {"nvmlInit", "ERROR: nvmlInit not available!", VendorModule::bind<Functions, &Functions::nvmlInit>},
-    {"nvmlShutdown", "ERROR: nvmlShutdown not available!", VendorModule::bind<Functions, &Functions::nvmlShutdown>},
-    {"nvmlErrorString", "ERROR: nvmlErrorString not available!", VendorModule::bind<Functions, &Functions::nvmlErrorString>},
-    {"nvmlDeviceGetCount", "ERROR: nvmlDeviceGetCount not available!",
-     VendorModule::bind<Functions, &Functions::nvmlDeviceGetCount>},
-    {"nvmlDeviceGetHandleByIndex", "ERROR: nvmlDeviceGetHandleByIndex not available!",
-     VendorModule::bind<Functions, &Functions::nvmlDeviceGetHandleByIndex>},
-    {"nvmlDeviceGetTemperature", "ERROR: nvmlDeviceGetTemperature not available!",
-     VendorModule::bind<Functions, &Functions::nvmlDeviceGetTemperature>},
-    {"nvmlDeviceGetUtilizationRates", "ERROR: nvmlDeviceGetUtilizationRates not available!",
-     VendorModule::bind<Functions, &Functions::nvmlDeviceGetUtilizationRates>},
-    {"nvmlDeviceGetMemoryInfo", "ERROR: nvmlDeviceGetMemoryInfo not available!",
-     VendorModule::bind<Functions, &Functions::nvmlDeviceGetMemoryInfo>},
-    {"nvmlDeviceGetPowerUsage", "ERROR: nvmlDeviceGetPowerUsage not available!",
-     VendorModule::bind<Functions, &Functions::nvmlDeviceGetPowerUsage>},
-    {"nvmlDeviceGetPciInfo_v3", "ERROR: nvmlDeviceGetPciInfo_v3 not available !",
-     VendorModule::bind<Functions, &Functions::nvmlDeviceGetPciInfo_v3>},
-    {"nvmlDeviceGetSerial", "ERROR: nvmlDeviceGetSerial not available !",
-     VendorModule::bind<Functions, &Functions::nvmlDeviceGetSerial>},
-};
+Nvml::Functions nvml{};
 
-// The message of what is missing, or null.
-const char* loadLibrary()
+void loadLibrary()
 {
     if (!VendorModule::load({L"nvml.dll"}))
-        return "NVML Library not found!";
-    return VendorModule::bindAll<Functions>(nvml, kSymbols);
+        throw NvidiaException("NVML Library not found!");
+    resolve<NvidiaException>(nvml.nvmlInit, "nvmlInit");
+    resolve<NvidiaException>(nvml.nvmlShutdown, "nvmlShutdown");
+    resolve<NvidiaException>(nvml.nvmlErrorString, "nvmlErrorString");
+    resolve<NvidiaException>(nvml.nvmlDeviceGetCount, "nvmlDeviceGetCount");
+    resolve<NvidiaException>(nvml.nvmlDeviceGetHandleByIndex, "nvmlDeviceGetHandleByIndex");
+    resolve<NvidiaException>(nvml.nvmlDeviceGetTemperature, "nvmlDeviceGetTemperature");
+    resolve<NvidiaException>(nvml.nvmlDeviceGetUtilizationRates, "nvmlDeviceGetUtilizationRates");
+    resolve<NvidiaException>(nvml.nvmlDeviceGetMemoryInfo, "nvmlDeviceGetMemoryInfo");
+    resolve<NvidiaException>(nvml.nvmlDeviceGetPowerUsage, "nvmlDeviceGetPowerUsage");
+    resolve<NvidiaException>(nvml.nvmlDeviceGetPciInfo_v3, "nvmlDeviceGetPciInfo_v3", kSpacedMessage);
+    resolve<NvidiaException>(nvml.nvmlDeviceGetSerial, "nvmlDeviceGetSerial", kSpacedMessage);
 }
 
 void require(Nvml::Return result, const char* failure)
@@ -101,8 +90,7 @@ int NvidiaGPU::update()
 
 NvidiaGroup::NvidiaGroup()
 {
-    if (const char* const missing = loadLibrary())
-        throw NvidiaException("%s", missing);
+    loadLibrary();
     require(nvml.nvmlInit(), "Error on NVML initialization");
 
     std::uint32_t count = 0;

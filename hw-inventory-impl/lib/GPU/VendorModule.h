@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <initializer_list>
-#include <span>
 #include <string>
-#include <type_traits>
 
-// A vendor's library is loaded by name at run time and used through a table of typed function pointers.
+// A vendor's library is loaded by name at runtime and used through a table of typed function pointers.
 //
 // One process-wide slot holds the loaded library, and both vendors' loaders write it: it belongs to whichever ran last. Nvidia's
 // runs last, so what AMD's group gives back at its end is Nvidia's library or nothing, and AMD's stays loaded until the process
@@ -23,34 +21,13 @@ void* procedure(const char* name);
 // Frees the library in the slot, if any, and empties the slot.
 void unload();
 
-// A function to look up, where its address goes, and the message when there is none.
-template <class Functions>
-struct Symbol
+// Looks a function up under its own type, as procedure() does. Throws the vendor's exception when there is none of that name.
+template <class Failure, class Function>
+void resolve(Function*& function, const char* name, const char* message = "ERROR: %s not available!")
 {
-    const char* name;
-    const char* missing;
-    void (*bind)(Functions& functions, void* address);
-};
-
-template <class Functions, auto Member>
-void bind(Functions& functions, void* address)
-{
-    using Function = std::remove_reference_t<decltype(functions.*Member)>;
-    functions.*Member = reinterpret_cast<Function>(address);
-}
-
-// Looks the functions up in order. The message of the first that is missing, or null.
-template <class Functions>
-const char* bindAll(Functions& functions, std::span<const Symbol<Functions>> symbols)
-{
-    for (const Symbol<Functions>& symbol : symbols)
-    {
-        void* const address = procedure(symbol.name);
-        if (!address)
-            return symbol.missing;
-        symbol.bind(functions, address);
-    }
-    return nullptr;
+    function = reinterpret_cast<Function*>(procedure(name));
+    if (!function)
+        throw Failure(message, name);
 }
 
 // The text of a library's fixed field, which may fill the field without a terminator.

@@ -1,6 +1,6 @@
 #include "hw-inventory-impl/lib/Platform/Platform.h"
 
-#include "hw-inventory-impl/lib/UniqueHandle.h"
+#include "st-core/lib/Unique.h"
 
 #include <windows.h>
 
@@ -9,13 +9,13 @@
 
 #include <optional>
 
-// What the drivers tell: a drive's TRIM support and a device's place on its bus.
+// What the drivers report: a drive's TRIM support and a device's place on its bus.
 namespace HardwareInventory::Platform
 {
 namespace
 {
-using FileHandle = UniqueHandle<HANDLE, CloseHandle>;
-using DeviceSet = UniqueHandle<HDEVINFO, SetupDiDestroyDeviceInfoList>;
+using FileHandle = ZelStdCore::Unique<HANDLE, CloseHandle, ZelStdCore::kInvalidHandle>;
+using DeviceSet = ZelStdCore::Unique<HDEVINFO, SetupDiDestroyDeviceInfoList, ZelStdCore::kInvalidHandle>;
 
 static_assert(sizeof(STORAGE_PROPERTY_QUERY) == 12 && sizeof(DEVICE_TRIM_DESCRIPTOR) == 12);
 static_assert(StorageDeviceTrimProperty == 8 && PropertyStandardQuery == 0);

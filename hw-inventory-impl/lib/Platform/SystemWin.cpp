@@ -1,20 +1,20 @@
 #include "hw-inventory-impl/lib/Platform/Platform.h"
 
-#include "hw-inventory-impl/lib/UniqueHandle.h"
+#include "st-core/lib/Unique.h"
 
 #include <windows.h>
 
 #include <algorithm>
 #include <array>
 
-// What the system itself tells: the registry, the locale, the memory status and the firmware's tables.
+// What the system itself reports: the registry, the locale, the memory status and the firmware's tables.
 namespace HardwareInventory::Platform
 {
 namespace
 {
-using RegistryKey = UniqueHandle<HKEY, RegCloseKey>;
+using RegistryKey = ZelStdCore::Unique<HKEY, RegCloseKey>;
 
-// A value may grow between the questions for its size and its data; one that grows this often is not waited for.
+// A value may grow between the queries for its size and its data: give up after this many attempts.
 constexpr int kSizeAttempts = 4;
 
 HKEY predefinedKey(RegistryRoot)
@@ -27,7 +27,7 @@ bool isText(DWORD type)
     return type == REG_SZ || type == REG_EXPAND_SZ;
 }
 
-// Registry texts are counted in bytes, whole characters or not, and are zero-terminated, once, twice or not at all.
+// Registry strings are counted in bytes, whole characters or not, and are zero-terminated, once, twice or not at all.
 std::wstring textOf(std::wstring buffer, DWORD bytes)
 {
     buffer.resize(bytes / sizeof(wchar_t));
