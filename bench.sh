@@ -9,8 +9,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 ensure_packages "${build_packages[@]}" googletest libbenchmark-dev libpci-dev dmidecode time
 folder="$root/build/bench"
 say "building the benchmarks"
-quietly cmake -S "$root" --preset native -B "$folder" -DHW_INVENTORY_BENCH=ON \
-    ${HW_INVENTORY_PCI_IDS:+"-DHW_INVENTORY_PCI_IDS=$HW_INVENTORY_PCI_IDS"}
+configure native "$folder" -DHW_INVENTORY_BENCH=ON
 quietly cmake --build "$folder" --target benchmarks
 HW_INVENTORY_CORPUS=${HW_INVENTORY_CORPUS:-$(sed -n 's/^HW_INVENTORY_CORPUS:PATH=//p' "$folder/CMakeCache.txt")}
 export HW_INVENTORY_CORPUS
@@ -30,8 +29,7 @@ done
 ensure_packages "${windows_packages[@]}"
 wine_folder="$root/build/bench-wine"
 say "building the benchmarks of the built library"
-quietly cmake -S "$root" --preset mingw -B "$wine_folder" -DHW_INVENTORY_BENCH=ON \
-    ${HW_INVENTORY_PCI_IDS:+"-DHW_INVENTORY_PCI_IDS=$HW_INVENTORY_PCI_IDS"}
+configure mingw "$wine_folder" -DHW_INVENTORY_BENCH=ON
 quietly cmake --build "$wine_folder" --target benchmarks
 # On one core, with the server that answers it: how the system spreads the two over cores can double either side's time.
 core=$(taskset -cp $$ | sed 's/.*: //; s/[,-].*//')

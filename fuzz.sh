@@ -10,7 +10,7 @@ shift
 ensure_packages "${build_packages[@]}" "${test_packages[@]}" || exit 1
 folder="$root/build/fuzz"
 say "building the fuzz targets"
-quietly cmake -S "$root" --preset native-asan -B "$folder" -DHW_INVENTORY_FUZZ=ON &&
+configure native-asan "$folder" -DHW_INVENTORY_FUZZ=ON &&
     quietly cmake --build "$folder" --target fuzzers || exit 1
 [[ $# -gt 0 ]] || set -- $(cd "$folder/fuzzers" && ls)
 

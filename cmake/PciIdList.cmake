@@ -1,31 +1,31 @@
 # The PCI ID list that the library carries: any pci.ids file, brought to CR LF line ends at build time and embedded as it is.
 set(HW_INVENTORY_PCI_IDS "/usr/share/misc/pci.ids" CACHE FILEPATH "The PCI ID list to embed")
 
-set(pci_ids_text "${CMAKE_BINARY_DIR}/pci.ids.crlf")
-set(pci_ids_assembly "${CMAKE_SOURCE_DIR}/hw-inventory-impl/lib/PCI/BuiltInList.S")
+set(pci_ids_text "${PROJECT_BINARY_DIR}/pci.ids.crlf")
+set(pci_ids_assembly "${PROJECT_SOURCE_DIR}/hw-inventory-impl/lib/PCI/BuiltInList.S")
 add_custom_command(OUTPUT "${pci_ids_text}"
     COMMAND "${CMAKE_COMMAND}" "-DINPUT=${HW_INVENTORY_PCI_IDS}" "-DOUTPUT=${pci_ids_text}"
-        -P "${CMAKE_SOURCE_DIR}/cmake/NormalizePciIds.cmake"
-    DEPENDS "${HW_INVENTORY_PCI_IDS}" "${CMAKE_SOURCE_DIR}/cmake/NormalizePciIds.cmake"
+        -P "${PROJECT_SOURCE_DIR}/cmake/NormalizePciIds.cmake"
+    DEPENDS "${HW_INVENTORY_PCI_IDS}" "${PROJECT_SOURCE_DIR}/cmake/NormalizePciIds.cmake"
     VERBATIM)
 
 # Visual Studio's own assembler has no .incbin; the clang that comes with it assembles the same file.
 if(MSVC)
     find_program(HW_INVENTORY_CLANG NAMES clang clang-cl REQUIRED)
-    set(pci_id_list_object "${CMAKE_BINARY_DIR}/BuiltInList.obj")
+    set(pci_id_list_object "${PROJECT_BINARY_DIR}/BuiltInList.obj")
     add_custom_command(OUTPUT "${pci_id_list_object}"
-        COMMAND "${HW_INVENTORY_CLANG}" --target=x86_64-pc-windows-msvc -c "${pci_ids_assembly}" "-I${CMAKE_BINARY_DIR}"
+        COMMAND "${HW_INVENTORY_CLANG}" --target=x86_64-pc-windows-msvc -c "${pci_ids_assembly}" "-I${PROJECT_BINARY_DIR}"
             -o "${pci_id_list_object}"
         DEPENDS "${pci_ids_assembly}" "${pci_ids_text}" VERBATIM)
-    add_custom_target(pci_id_list_object DEPENDS "${pci_id_list_object}")
-    add_library(pci_id_list INTERFACE)
-    target_link_libraries(pci_id_list INTERFACE "${pci_id_list_object}")
-    add_dependencies(pci_id_list pci_id_list_object)
+    add_custom_target(pci-id-list-object DEPENDS "${pci_id_list_object}")
+    add_library(pci-id-list INTERFACE)
+    target_link_libraries(pci-id-list INTERFACE "${pci_id_list_object}")
+    add_dependencies(pci-id-list pci-id-list-object)
 else()
     enable_language(ASM)
-    add_library(pci_id_list OBJECT "${pci_ids_assembly}")
-    target_include_directories(pci_id_list PRIVATE "${CMAKE_BINARY_DIR}")
+    add_library(pci-id-list OBJECT "${pci_ids_assembly}")
+    target_include_directories(pci-id-list PRIVATE "${PROJECT_BINARY_DIR}")
     # Its debugging information would be the path of the source folder and nothing else.
-    target_compile_options(pci_id_list PRIVATE -g0)
+    target_compile_options(pci-id-list PRIVATE -g0)
     set_source_files_properties("${pci_ids_assembly}" PROPERTIES OBJECT_DEPENDS "${pci_ids_text}")
 endif()

@@ -3,7 +3,7 @@ root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 cache="${HW_INVENTORY_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/hw-inventory-interface}"
 mkdir -p "$cache"
 
-# The PCI ID list of the releases, where it lies beside the checkout as the data of real machines does; else Debian's.
+# The PCI ID list that is embedded: HW_INVENTORY_PCI_IDS, else the one beside the checkout, else Debian's.
 [[ -z ${HW_INVENTORY_PCI_IDS:-} && -f $root/../shared/pci.ids ]] && HW_INVENTORY_PCI_IDS=$(realpath "$root/../shared/pci.ids")
 
 say() { echo "== $*" >&2; }
@@ -35,19 +35,27 @@ ensure_packages() {
 }
 
 build_packages=(clang-16 lld-16 llvm-16 cmake ninja-build git ca-certificates dpkg-dev nlohmann-json3-dev pci.ids)
-test_packages=(googletest libclang-rt-16-dev)
+test_packages=(g++-12 googletest libclang-rt-16-dev)
 windows_packages=(g++-mingw-w64-x86-64-posix wine64)
 
-# Configures a preset where its cache is missing or was made for other settings, and builds it.
+# Configures a preset into a folder and reports which PCI ID list its build embeds.
+#   configure PRESET FOLDER [ARGUMENT OF cmake...]
+configure() {
+    local preset=$1 folder=$2 list
+    shift 2
+    [[ -f $folder/build.ninja ]] || say "configuring $preset (the first time ever this builds Boost, a few minutes)"
+    quietly cmake -S "$root" --preset "$preset" -B "$folder" \
+        ${HW_INVENTORY_PCI_IDS:+"-DHW_INVENTORY_PCI_IDS=$HW_INVENTORY_PCI_IDS"} "$@" || return
+    list=$(sed -n 's/^HW_INVENTORY_PCI_IDS:FILEPATH=//p' "$folder/CMakeCache.txt")
+    say "PCI ID list: version $(sed -n 's/\r$//; s/^#.*Version: *//p; 10q' "$list"), $list"
+}
+
+# Configures a preset and builds it.
 #   build PRESET [ARGUMENT OF cmake --build...]
 build() {
-    local preset=$1 folder="$root/build/$1" settings=()
+    local preset=$1 folder="$root/build/$1"
     shift
-    [[ -n ${HW_INVENTORY_PCI_IDS:-} ]] && settings+=("-DHW_INVENTORY_PCI_IDS=$HW_INVENTORY_PCI_IDS")
-    if [[ ! -f $folder/build.ninja || ${#settings[@]} -gt 0 ]]; then
-        [[ -f $folder/build.ninja ]] || say "configuring $preset (the first time ever this builds Boost, a few minutes)"
-        (cd "$root" && quietly cmake --preset "$preset" "${settings[@]}")
-    fi
+    configure "$preset" "$folder" || return
     say "building $preset"
-    (cd "$root" && quietly cmake --build "$folder" "$@")
+    quietly cmake --build "$folder" "$@"
 }
