@@ -1,5 +1,6 @@
 #pragma once
 
+#include "st-core/lib/Result.h"
 #include "st-core/lib/RuntimeException.h"
 
 #include <cstdint>
@@ -55,7 +56,7 @@ public:
 
     // The texts of an array, in index order; none for a null value. Anything else than an array of texts raises the platform's
     // COM error, again behind a trace line.
-    virtual std::variant<std::vector<std::wstring>, ArrayFailure> getStringArray(const wchar_t* property) const = 0;
+    virtual ZelStdCore::Result<std::vector<std::wstring>, ArrayFailure> getStringArray(const wchar_t* property) const = 0;
 };
 
 // Handed to callbacks by shared ownership, so that a callback may keep the object.
