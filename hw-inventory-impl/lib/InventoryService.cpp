@@ -7,7 +7,6 @@
 #include "hw-inventory-impl/lib/VendorRegistry.h"
 #include "hw-inventory-impl/lib/VirtualMachine.h"
 #include "st-core/lib/HostLogger.h"
-#include "st-core/lib/OSError.h"
 #include "st-core/lib/Text.h"
 
 #include <exception>
@@ -81,14 +80,14 @@ std::vector<RamInfo> InventoryService::findRam()
 
 std::uint64_t InventoryService::usableMemory()
 {
-    const auto answer = Platform::totalPhysicalMemory();
-    if (const auto* error = std::get_if<Platform::ErrorNumber>(&answer))
+    const auto memory = Platform::totalPhysicalMemory();
+    if (!memory)
     {
-        logWarning(L"failed to resolve usable memory using GlobalMemoryStatusEx: %1% (%2%)",
-                   ZelStdCore::LastError{error->code}.text(), error->code);
+        logWarning(L"failed to resolve usable memory using GlobalMemoryStatusEx: %1% (%2%)", memory.error().text(),
+                   memory.error().code);
         return 0;
     }
-    return std::get<std::uint64_t>(answer);
+    return memory.value();
 }
 
 std::vector<DiskInfo> InventoryService::findDisks()

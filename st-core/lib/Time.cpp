@@ -60,7 +60,7 @@ std::size_t writeLocalTime(CalendarTime time, const std::wstring& format, std::a
 }
 }
 
-std::variant<CalendarTime, TimeFailure> readTime(const std::wstring& text, const std::wstring& format)
+Result<CalendarTime, TimeFailure> readTime(const std::wstring& text, const std::wstring& format)
 try
 {
     // With a reference of its own, so that no locale deletes it: a locale that cannot be made would not either.
@@ -86,13 +86,12 @@ catch (const std::exception& failure)
 ST_CORE_OWN_FRAME
 CalendarTime stringToTime(const std::wstring& text, const std::wstring& format)
 {
-    const auto reading = readTime(text, format);
-    if (const auto* const time = std::get_if<CalendarTime>(&reading))
-        return *time;
-    const auto& failure = std::get<TimeFailure>(reading);
-    if (failure.cause)
-        std::rethrow_exception(failure.cause);
-    throw RuntimeException(failure.message, kSourceFile, L"ZelStdCore::stringToTime", __LINE__);
+    const auto time = readTime(text, format);
+    if (time)
+        return time.value();
+    if (time.error().cause)
+        std::rethrow_exception(time.error().cause);
+    throw RuntimeException(time.error().message, kSourceFile, L"ZelStdCore::stringToTime", __LINE__);
 }
 
 ST_CORE_OWN_FRAME

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "st-core/lib/Result.h"
+
 #include <cstdint>
 #include <exception>
 #include <string>
-#include <variant>
 
 namespace ZelStdCore
 {
@@ -19,7 +20,7 @@ struct TimeFailure
 
 // Reads local time under a format of Boost.Date_Time's input facet ("%Y%m%d%H%M%S"); text behind what the format describes is
 // ignored. For those who can do without the time: a failure is returned instead of thrown, and takes no stack trace.
-std::variant<CalendarTime, TimeFailure> readTime(const std::wstring& text, const std::wstring& format);
+Result<CalendarTime, TimeFailure> readTime(const std::wstring& text, const std::wstring& format);
 
 // The same for those who cannot. Throws RuntimeException for text that does not fit, std::out_of_range for the date library's
 // special values.

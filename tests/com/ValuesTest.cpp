@@ -106,12 +106,12 @@ std::string described(std::optional<bool> answer)
     return !answer ? "unreadable" : *answer ? "true" : "false";
 }
 
-std::string described(const std::variant<Texts, ArrayFailure>& answer)
+std::string described(const ZelStdCore::Result<Texts, ArrayFailure>& answer)
 {
-    if (!std::holds_alternative<Texts>(answer))
-        return std::get<ArrayFailure>(answer) == ArrayFailure::unreadable ? "unreadable" : "not attached";
+    if (!answer)
+        return answer.error() == ArrayFailure::unreadable ? "unreadable" : "not attached";
     std::string list;
-    for (const std::wstring& text : std::get<Texts>(answer))
+    for (const std::wstring& text : answer.value())
         list += "[" + ZelStdCore::toUtf8(text) + "]";
     return list;
 }

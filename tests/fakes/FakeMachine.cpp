@@ -77,7 +77,7 @@ extern "C" int32_t VmProbe_IsHostVirtual(int32_t type)
 
 namespace HardwareInventory::Platform
 {
-Answer<std::wstring, Failure<RegistryStep>> registryString(RegistryRoot, const std::wstring& keyPath, const std::wstring& valueName)
+Result<std::wstring, Failure<RegistryStep>> registryString(RegistryRoot, const std::wstring& keyPath, const std::wstring& valueName)
 {
     if (callFails("RegOpenKeyW"))
         return Failure<RegistryStep>{RegistryStep::openKey, 5};
@@ -99,21 +99,21 @@ DomainController domainController()
     return answer;
 }
 
-Answer<std::wstring, ErrorNumber> localeInfo(std::uint32_t, LocalePart part)
+Result<std::wstring, LastError> localeInfo(std::uint32_t, LocalePart part)
 {
     if (callFails("GetLocaleInfoW"))
-        return ErrorNumber{5};
+        return LastError{5};
     return machine().locale[part];
 }
 
-Answer<std::uint64_t, ErrorNumber> totalPhysicalMemory()
+Result<std::uint64_t, LastError> totalPhysicalMemory()
 {
     if (callFails("GlobalMemoryStatusEx"))
-        return ErrorNumber{5};
+        return LastError{5};
     return machine().physicalMemory;
 }
 
-Answer<bool, Failure<TrimStep>> trimEnabled(const std::wstring& drivePath)
+Result<bool, Failure<TrimStep>> trimEnabled(const std::wstring& drivePath)
 {
     const auto drive = machine().trim.find(drivePath);
     if (callFails("CreateFileW(drive)") || drive == machine().trim.end())
@@ -123,7 +123,7 @@ Answer<bool, Failure<TrimStep>> trimEnabled(const std::wstring& drivePath)
     return drive->second;
 }
 
-Answer<DeviceLocation, Failure<DeviceSetupStep>> deviceLocation(const std::wstring& instanceId)
+Result<DeviceLocation, Failure<DeviceSetupStep>> deviceLocation(const std::wstring& instanceId)
 {
     const auto device = machine().locations.find(instanceId);
     if (callFails("SetupDiGetClassDevsW"))

@@ -66,7 +66,7 @@ public:
         throw ComError{kTypeMismatch};
     }
 
-    std::variant<Texts, ArrayFailure> getStringArray(const wchar_t* property) const override
+    ZelStdCore::Result<Texts, ArrayFailure> getStringArray(const wchar_t* property) const override
     {
         const FakeValue value = valueOf(property);
         if (std::holds_alternative<Unreadable>(value))

@@ -12,50 +12,50 @@ namespace
 {
 constexpr double kMilli = 0.001;
 
-// Where a value of the library goes. A sensor, a temperature type and a power type are numbers of three enumerations.
+// The reading that a value of ADL belongs to. Sensors, temperature types and power types have an enumeration each.
 struct Source
 {
     int number;
-    Reading AmdReadings::*reading;
+    Reading AMDReadings::*reading;
     double scale = 1.0;
 };
 
 constexpr auto kSensorLog = std::to_array<Source>({
-    {8, &AmdReadings::edgeTemperature},
-    {9, &AmdReadings::memoryTemperature},
-    {10, &AmdReadings::vddcRegulatorTemperature},
-    {11, &AmdReadings::mvddRegulatorTemperature},
-    {25, &AmdReadings::mvdd0RegulatorTemperature},
-    {26, &AmdReadings::mvdd1RegulatorTemperature},
-    {24, &AmdReadings::socRegulatorTemperature},
-    {12, &AmdReadings::liquidTemperature},
-    {13, &AmdReadings::plxTemperature},
-    {27, &AmdReadings::hotSpotTemperature},
-    {30, &AmdReadings::graphicsPower},
-    {23, &AmdReadings::asicPower},
-    {17, &AmdReadings::socPower},
-    {21, &AmdReadings::graphicsVoltage, kMilli},
-    {22, &AmdReadings::memoryVoltage, kMilli},
-    {16, &AmdReadings::socVoltage, kMilli},
-    {19, &AmdReadings::graphicsActivity},
-    {20, &AmdReadings::memoryActivity},
+    {8, &AMDReadings::edgeTemperature},
+    {9, &AMDReadings::memoryTemperature},
+    {10, &AMDReadings::vddcRegulatorTemperature},
+    {11, &AMDReadings::mvddRegulatorTemperature},
+    {25, &AMDReadings::mvdd0RegulatorTemperature},
+    {26, &AMDReadings::mvdd1RegulatorTemperature},
+    {24, &AMDReadings::socRegulatorTemperature},
+    {12, &AMDReadings::liquidTemperature},
+    {13, &AMDReadings::plxTemperature},
+    {27, &AMDReadings::hotSpotTemperature},
+    {30, &AMDReadings::graphicsPower},
+    {23, &AMDReadings::asicPower},
+    {17, &AMDReadings::socPower},
+    {21, &AMDReadings::graphicsVoltage, kMilli},
+    {22, &AMDReadings::memoryVoltage, kMilli},
+    {16, &AMDReadings::socVoltage, kMilli},
+    {19, &AMDReadings::graphicsActivity},
+    {20, &AMDReadings::memoryActivity},
 });
 
 constexpr auto kOverdriveN = std::to_array<Source>({
-    {1, &AmdReadings::edgeTemperature},
-    {2, &AmdReadings::memoryTemperature},
-    {3, &AmdReadings::vddcRegulatorTemperature},
-    {4, &AmdReadings::mvddRegulatorTemperature},
-    {5, &AmdReadings::liquidTemperature},
-    {6, &AmdReadings::plxTemperature},
-    {7, &AmdReadings::hotSpotTemperature},
+    {1, &AMDReadings::edgeTemperature},
+    {2, &AMDReadings::memoryTemperature},
+    {3, &AMDReadings::vddcRegulatorTemperature},
+    {4, &AMDReadings::mvddRegulatorTemperature},
+    {5, &AMDReadings::liquidTemperature},
+    {6, &AMDReadings::plxTemperature},
+    {7, &AMDReadings::hotSpotTemperature},
 });
 
 constexpr auto kOverdrive6 = std::to_array<Source>({
-    {0, &AmdReadings::asicPower},
-    {3, &AmdReadings::graphicsPower},
-    {1, &AmdReadings::pptPower},
-    {2, &AmdReadings::socketPower},
+    {0, &AMDReadings::asicPower},
+    {3, &AMDReadings::graphicsPower},
+    {1, &AMDReadings::pptPower},
+    {2, &AMDReadings::socketPower},
 });
 
 float scaled(int value, double scale)
@@ -63,7 +63,7 @@ float scaled(int value, double scale)
     return static_cast<float>(value * scale);
 }
 
-// Drivers answer in degrees or in thousandths of a degree; no adapter runs at 1,000 degrees.
+// Drivers report degrees or thousandths of a degree; no adapter runs at 1,000 degrees.
 float degrees(int value)
 {
     return scaled(value, value >= 1000 ? kMilli : 1.0);

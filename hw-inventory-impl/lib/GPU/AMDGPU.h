@@ -9,7 +9,7 @@ namespace HardwareInventory
 {
 using Reading = std::optional<float>;
 
-struct AmdReadings
+struct AMDReadings
 {
     // degrees Celsius
     Reading edgeTemperature;
@@ -50,12 +50,12 @@ public:
     int update() override;
     std::optional<float> temperature() const override { return readings_.edgeTemperature; }
     std::string pciAddress() const override { return pciAddress_; }
-    std::string serial() const override { return {}; } // the library tells none
+    std::string serial() const override { return {}; } // ADL has no serial number
 
     const std::string& name() const { return name_; }
     int adapterIndex() const { return adapterIndex_; }
-    int overdriveVersion() const { return overdriveVersion_; } // -1 when the library does not tell
-    const AmdReadings& readings() const { return readings_; }
+    int overdriveVersion() const { return overdriveVersion_; } // -1 if unknown
+    const AMDReadings& readings() const { return readings_; }
 
 private:
     bool readSensorLog();
@@ -68,6 +68,6 @@ private:
     int overdriveVersion_ = -1;
     std::string name_;
     std::string pciAddress_;
-    AmdReadings readings_;
+    AMDReadings readings_;
 };
 }

@@ -108,7 +108,7 @@ void AMDGroup::add(const Adl::AdapterInfo& adapter)
     // Only the call's success counts, deliberately: an inactive adapter is taken too.
     int active = 0;
     const int result = Adl::library().functions.ADL_Adapter_Active_Get(adapter.iAdapterIndex, &active);
-    if (result != Adl::kOk || adapter.iVendorID != Adl::kAmdVendor)
+    if (result != Adl::kOk || adapter.iVendorID != Adl::kAMDVendor)
         return;
 
     const std::string address = amdPciAddress(adapter.iBusNumber, adapter.iDeviceNumber, adapter.iFunctionNumber);

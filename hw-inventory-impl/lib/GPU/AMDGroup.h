@@ -10,7 +10,7 @@
 
 namespace HardwareInventory
 {
-// AMD's library and its physical adapters, as they are when the group is made: one per PCI address, however many outputs it has.
+// AMD's library and its physical adapters, as they are at construction: one per PCI address, however many outputs it has.
 // Throws AMDException when the library cannot be used.
 class AMDGroup
 {

@@ -6,7 +6,7 @@
 namespace HardwareInventory::Adl
 {
 constexpr int kOk = 0;
-constexpr int kAmdVendor = 1002; // the library's own decimal number for AMD, not the PCI one
+constexpr int kAMDVendor = 1002; // the library's own decimal number for AMD, not the PCI one
 constexpr int kConnectedAdaptersOnly = 1;
 
 struct AdapterInfo

@@ -38,7 +38,7 @@ GpuVendorRegistry::GpuVendorRegistry()
 
 GpuVendorRegistry& GpuVendorRegistry::instance()
 {
-    // Nothing is logged while the registry is built: the host's callback may collect again, and would wait for ever for it.
+    // Nothing is logged while the registry is built: the host's callback may collect again, which would deadlock.
     static GpuVendorRegistry registry;
     registry.logFailures();
     return registry;
@@ -60,7 +60,7 @@ void GpuVendorRegistry::refreshAll()
 
 const IGPU* GpuVendorRegistry::find(const std::wstring& pciAddress) const
 {
-    // An adapter whose library gave no address has the empty one, and is none of those that Windows could not place.
+    // Adapters without an address in their library must not match records that Windows could not place.
     if (pciAddress.empty())
         return nullptr;
     const auto entry = gpus_.find(pciAddress);
@@ -79,12 +79,12 @@ void completeFromVendorLibraries(std::vector<GpuInfo>& gpus)
     registry.refreshAll();
     for (GpuInfo& gpu : gpus)
     {
-        const IGPU* const known = registry.find(gpu.pciAddress);
-        if (!known)
+        const IGPU* const adapter = registry.find(gpu.pciAddress);
+        if (!adapter)
             continue;
-        gpu.temperature = known->temperature();
+        gpu.temperature = adapter->temperature();
         if (gpu.serialNumber.empty())
-            gpu.serialNumber = widen(known->serial());
+            gpu.serialNumber = widen(adapter->serial());
     }
 }
 }

@@ -15,8 +15,8 @@ namespace HardwareInventory
 class AMDGroup;
 class NvidiaGroup;
 
-// Asks the vendors' libraries afresh and gives each adapter that they know its temperature and, where it has none, its serial
-// number. An adapter is known by the exact text of its PCI address. A missing library is a warning, once per process.
+// Refreshes the vendors' libraries and sets the temperature of each known adapter, and its serial number if missing. Adapters are
+// matched by the exact text of the PCI address. A missing library is a warning, once per process.
 void completeFromVendorLibraries(std::vector<GpuInfo>& gpus);
 
 // The adapters of both vendors' libraries by PCI address. A vendor whose library cannot be used contributes none.
@@ -27,8 +27,7 @@ public:
     GpuVendorRegistry(const GpuVendorRegistry&) = delete;
     GpuVendorRegistry& operator=(const GpuVendorRegistry&) = delete;
 
-    // Built on first use, and again on the next one should that have thrown; destroyed when the process ends. The set of adapters
-    // never changes.
+    // Built on first use, or on the next one if that throws; destroyed when the process ends. The set of adapters never changes.
     static GpuVendorRegistry& instance();
 
     // One warning for each vendor that failed, on the first call.
@@ -36,13 +35,13 @@ public:
 
     void refreshAll();
 
-    // Null for the empty address, and for one that no library knows. Case counts.
+    // Null for the empty address and for an unknown one. Case counts.
     const IGPU* find(const std::wstring& pciAddress) const;
 
 private:
     void add(IGPU& gpu);
 
-    // Nvidia's group comes last and so ends first: its functions are called while its library is still loaded.
+    // Nvidia's group is declared last and so destroyed first: its functions are called while its library is still loaded.
     std::shared_ptr<AMDGroup> amd_;
     std::shared_ptr<NvidiaGroup> nvidia_;
     std::unordered_map<std::wstring, IGPU*> gpus_;

@@ -45,7 +45,7 @@ private:
     NvidiaReadings readings_;
 };
 
-// Nvidia's library and its devices, as they are when the group is made. Throws NvidiaException when the library cannot be used.
+// Nvidia's library and its devices, as they are at construction. Throws NvidiaException when the library cannot be used.
 class NvidiaGroup
 {
 public:

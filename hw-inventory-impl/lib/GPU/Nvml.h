@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
-// Nvidia's management library as far as it is used here. Declared afresh because the vendor's header renames several functions to
-// newer versions by macro, while the library is asked for exactly the names below.
+// Nvidia's management library as far as it is used here. Not taken from the vendor's header, which renames several functions to
+// newer versions by macro, while exactly the names below are looked up.
 namespace HardwareInventory::Nvml
 {
 using Return = int;   // 0 is success

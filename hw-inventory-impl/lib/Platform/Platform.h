@@ -1,13 +1,14 @@
 #pragma once
 
+#include "st-core/lib/OSError.h"
+#include "st-core/lib/Result.h"
+
 #include <cstdint>
-#include <optional>
 #include <string>
-#include <variant>
 
 // The platform operations of the inventory, apart from WMI (Providers/ManagementSource.h) and the VM detection library
-// (vm-detect/vm_detect.h). The product links the Windows answers, the tests link their fakes. An operation asks once and
-// answers: the value, or which step failed and with what number. It never logs, throws or decides.
+// (vm-detect/vm_detect.h). The product links the Windows implementation, the tests link fakes. An operation asks the system
+// once and returns the value, or the step that failed and its number. It never logs, throws or decides.
 namespace HardwareInventory::Platform
 {
 // The step of an operation that failed, and the system's number for it.
@@ -18,14 +19,9 @@ struct Failure
     std::uint32_t code;
 };
 
-template <class Value, class Error>
-using Answer = std::variant<Value, Error>;
-
 // An operation of one step fails with the last OS error alone.
-struct ErrorNumber
-{
-    std::uint32_t code;
-};
+using ZelStdCore::LastError;
+using ZelStdCore::Result;
 
 enum class RegistryRoot
 {
@@ -39,8 +35,8 @@ enum class RegistryStep
     value
 };
 
-// A text value, without its terminating zero.
-Answer<std::wstring, Failure<RegistryStep>> registryString(RegistryRoot root, const std::wstring& keyPath,
+// A string value, without its terminating zero.
+Result<std::wstring, Failure<RegistryStep>> registryString(RegistryRoot root, const std::wstring& keyPath,
                                                            const std::wstring& valueName);
 
 // The domain controller of the local machine's primary domain: the lookup's status, and, when that is 0, the name with its two
@@ -62,10 +58,10 @@ enum class LocalePart
 constexpr std::uint32_t kSystemDefaultLocale = 0x0800;
 
 // At most eight characters.
-Answer<std::wstring, ErrorNumber> localeInfo(std::uint32_t locale, LocalePart part);
+Result<std::wstring, LastError> localeInfo(std::uint32_t locale, LocalePart part);
 
 // Total physical memory in bytes.
-Answer<std::uint64_t, ErrorNumber> totalPhysicalMemory();
+Result<std::uint64_t, LastError> totalPhysicalMemory();
 
 enum class TrimStep
 {
@@ -74,7 +70,7 @@ enum class TrimStep
 };
 
 // Whether the storage driver reports TRIM for the drive (a path such as \\.\PHYSICALDRIVE0).
-Answer<bool, Failure<TrimStep>> trimEnabled(const std::wstring& drivePath);
+Result<bool, Failure<TrimStep>> trimEnabled(const std::wstring& drivePath);
 
 enum class DeviceSetupStep
 {
@@ -90,8 +86,8 @@ struct DeviceLocation
     std::uint32_t address;   // bits 16 to 31 the device, bits 0 to 15 the function
 };
 
-// Where the device setup interface places a device, by its plug-and-play instance identifier.
-Answer<DeviceLocation, Failure<DeviceSetupStep>> deviceLocation(const std::wstring& instanceId);
+// Where SetupAPI places a device, by its plug-and-play instance identifier.
+Result<DeviceLocation, Failure<DeviceSetupStep>> deviceLocation(const std::wstring& instanceId);
 
 // Bytes needed for the identifiers of a provider's firmware tables; 0 when there is no such provider.
 std::uint32_t enumerateFirmwareTables(std::uint32_t provider);
@@ -106,11 +102,11 @@ ModuleHandle loadModule(const wchar_t* name);
 void* findProcedure(ModuleHandle module, const char* name); // null for a null module
 void freeModule(ModuleHandle module);                       // ignores null
 
-// True once the process has begun to end: nothing outside this library may be torn down then.
+// True once the process has begun to end: nothing outside this library may be released then.
 bool processIsTerminating();
 
 // One pointer per thread. The destroy function is called with it when the thread ends, without the loader lock, and not at all
-// when the process is terminating. It must still be there: the library is pinned. False when no slot can be had.
+// when the process is terminating. It must still be there: the library is pinned. False if there is no slot.
 // A value that a fiber keeps is destroyed when the fiber is deleted on the same thread; a fiber that is deleted on another thread
 // leaves it to its thread, which uses it until it ends and does not destroy it.
 void* threadValue();

@@ -36,7 +36,7 @@ std::wstring textOf(std::wstring buffer, DWORD bytes)
 }
 }
 
-Answer<std::wstring, Failure<RegistryStep>> registryString(RegistryRoot root, const std::wstring& keyPath,
+Result<std::wstring, Failure<RegistryStep>> registryString(RegistryRoot root, const std::wstring& keyPath,
                                                            const std::wstring& valueName)
 {
     RegistryKey key;
@@ -65,22 +65,22 @@ Answer<std::wstring, Failure<RegistryStep>> registryString(RegistryRoot root, co
     return textOf(std::move(buffer), bytes);
 }
 
-Answer<std::wstring, ErrorNumber> localeInfo(std::uint32_t locale, LocalePart part)
+Result<std::wstring, LastError> localeInfo(std::uint32_t locale, LocalePart part)
 {
     std::array<wchar_t, 9> text{};
     const LCTYPE type = part == LocalePart::language ? LOCALE_SISO639LANGNAME : LOCALE_SISO3166CTRYNAME;
     if (GetLocaleInfoW(locale, type, text.data(), static_cast<int>(text.size())) == 0)
-        return ErrorNumber{GetLastError()};
+        return LastError{GetLastError()};
     return std::wstring(text.data());
 }
 
-Answer<std::uint64_t, ErrorNumber> totalPhysicalMemory()
+Result<std::uint64_t, LastError> totalPhysicalMemory()
 {
     MEMORYSTATUSEX status{};
     status.dwLength = sizeof status;
     static_assert(sizeof status == 64);
     if (!GlobalMemoryStatusEx(&status))
-        return ErrorNumber{GetLastError()};
+        return LastError{GetLastError()};
     return status.ullTotalPhys;
 }
 

@@ -7,7 +7,7 @@
 #include <utility>
 
 // Fiber-local storage, because its callback runs before the loader takes its lock. A thread_local object would be destroyed under
-// that lock, where releasing COM interfaces can wait for ever on a thread that wants it too.
+// that lock, where releasing COM interfaces can deadlock with a thread that waits for it.
 //
 // The callback runs on the thread that deletes the fiber, which need not be the value's. The value itself is therefore kept by
 // thread, and the fiber's slot only reports an end.

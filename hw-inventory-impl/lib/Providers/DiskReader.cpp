@@ -70,15 +70,14 @@ PartitionInfo readPartition(ManagementSource& cimv2, const ManagementObject& par
 // "SSD" or "HDD"; empty, with a warning, if unknown.
 std::wstring getDiskMediaType(const std::wstring& drivePath)
 {
-    const auto answer = Platform::trimEnabled(drivePath);
-    if (const bool* enabled = std::get_if<bool>(&answer))
-        return *enabled ? L"SSD" : L"HDD";
+    const auto enabled = Platform::trimEnabled(drivePath);
+    if (enabled)
+        return enabled.value() ? L"SSD" : L"HDD";
 
-    const auto& failure = std::get<Platform::Failure<TrimStep>>(answer);
-    const wchar_t* pattern = failure.step == TrimStep::openDrive ? L"CreateFile failed with error code: %1%"
-                                                                 : L"DeviceIoControl failed with error code: %1%";
+    const wchar_t* pattern = enabled.error().step == TrimStep::openDrive ? L"CreateFile failed with error code: %1%"
+                                                                         : L"DeviceIoControl failed with error code: %1%";
     ZelStdCore::logWarning(L"Couldn't determine media type of disk drive %1%: %2%", drivePath,
-                           ZelStdCore::format(pattern, failure.code));
+                           ZelStdCore::format(pattern, enabled.error().code));
     return {};
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "st-core/lib/Result.h"
 #include "st-core/lib/RuntimeException.h"
 
 #include <cstdint>
@@ -55,7 +56,7 @@ public:
 
     // The strings of an array, in index order; none for a null value. For any other type, logs a trace line and throws the
     // platform's COM error.
-    virtual std::variant<std::vector<std::wstring>, ArrayFailure> getStringArray(const wchar_t* property) const = 0;
+    virtual ZelStdCore::Result<std::vector<std::wstring>, ArrayFailure> getStringArray(const wchar_t* property) const = 0;
 };
 
 // Shared, so that a callback may keep the object.

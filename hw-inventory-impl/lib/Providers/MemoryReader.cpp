@@ -3,7 +3,6 @@
 #include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "hw-inventory-impl/lib/VirtualMachine.h"
 #include "st-core/lib/HostLogger.h"
-#include "st-core/lib/OSError.h"
 
 namespace HardwareInventory::Providers::WMIProvider
 {
@@ -12,17 +11,17 @@ std::vector<RamInfo> WMIConnections::getMemory()
     if (!isHostVirtual())
         return {};
 
-    const auto answer = Platform::totalPhysicalMemory();
-    if (const auto* error = std::get_if<Platform::ErrorNumber>(&answer))
+    const auto memory = Platform::totalPhysicalMemory();
+    if (!memory)
     {
         ZelStdCore::logWarning(L"failed to resolve memory capacity using GlobalMemoryStatusEx() for virtual machine: %1% (%2%)",
-                               ZelStdCore::LastError{error->code}.text(), error->code);
+                               memory.error().text(), memory.error().code);
         return {};
     }
 
     RamInfo emulated;
     emulated.name = L"Emulated memory";
-    emulated.capacity = std::get<std::uint64_t>(answer);
+    emulated.capacity = memory.value();
     return {std::move(emulated)};
 }
 }

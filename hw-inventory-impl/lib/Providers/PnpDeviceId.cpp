@@ -13,7 +13,6 @@ namespace HardwareInventory::Providers::WMIProvider
 {
 namespace
 {
-using Platform::DeviceLocation;
 using Platform::DeviceSetupStep;
 using DeviceSetupFailure = Platform::Failure<DeviceSetupStep>;
 
@@ -118,13 +117,13 @@ void fillPciAddress(DeviceInfo& device, const std::wstring& pnpDeviceId)
     // The empty identifier names no device, but SetupAPI may take it for any.
     if (pnpDeviceId.empty())
         return warnOfDeviceSetup({DeviceSetupStep::deviceSet, 0}, pnpDeviceId);
-    const auto answer = Platform::deviceLocation(pnpDeviceId);
-    if (const auto* failure = std::get_if<DeviceSetupFailure>(&answer))
-        return warnOfDeviceSetup(*failure, pnpDeviceId);
+    const auto location = Platform::deviceLocation(pnpDeviceId);
+    if (!location)
+        return warnOfDeviceSetup(location.error(), pnpDeviceId);
 
     // The vendor libraries' addresses, which are compared with this one, have one digit for the function, hence four bits.
-    const auto& location = std::get<DeviceLocation>(answer);
-    device.pciAddress = ZelStdCore::format(L"%04x:%02x:%02x.%01x", location.busNumber >> 8 & 0xFFFF, location.busNumber & 0xFF,
-                                           location.address >> 16 & 0xFF, location.address & 0xF);
+    const auto [busNumber, address] = location.value();
+    device.pciAddress =
+        ZelStdCore::format(L"%04x:%02x:%02x.%01x", busNumber >> 8 & 0xFFFF, busNumber & 0xFF, address >> 16 & 0xFF, address & 0xF);
 }
 }

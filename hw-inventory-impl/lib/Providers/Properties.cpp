@@ -57,11 +57,11 @@ bool getBool(const ManagementObject& object, const wchar_t* property, bool defau
 
 std::vector<std::wstring> getStringArray(const ManagementObject& object, const wchar_t* property)
 {
-    auto value = object.getStringArray(property);
-    if (auto* texts = std::get_if<std::vector<std::wstring>>(&value))
-        return std::move(*texts);
+    auto texts = object.getStringArray(property);
+    if (texts)
+        return std::move(texts).value();
 
-    switch (std::get<ManagementObject::ArrayFailure>(value))
+    switch (texts.error())
     {
     case ManagementObject::ArrayFailure::unreadable:
         warnUnreadable(object, property);
@@ -81,19 +81,18 @@ ZelStdCore::CalendarTime getDateTime(const ManagementObject& object, const wchar
         return 0;
 
     // Firmware dates may contain asterisks for unknown digits. One odd date must not end an inventory.
-    const auto reading = ZelStdCore::readTime(std::wstring(pieces.front()), L"%Y%m%d%H%M%S");
-    if (const auto* const failure = std::get_if<ZelStdCore::TimeFailure>(&reading))
+    const auto time = ZelStdCore::readTime(std::wstring(pieces.front()), L"%Y%m%d%H%M%S");
+    if (!time)
     {
-        ZelStdCore::logWarning(L"%1%", failure->message);
+        ZelStdCore::logWarning(L"%1%", time.error().message);
         return 0;
     }
-    const auto time = std::get<ZelStdCore::CalendarTime>(reading);
-    if (time == kNotRepresentable)
+    if (time.value() == kNotRepresentable)
     {
         ZelStdCore::logWarning(L"'%s' property of %p is not a representable date as expected", property, object.address());
         return 0;
     }
-    return time;
+    return time.value();
 }
 
 std::uint64_t toUInt64(const std::wstring& text)

@@ -5,7 +5,6 @@
 #include "hw-inventory-impl/lib/Providers/Properties.h"
 #include "hw-inventory-impl/lib/VirtualMachine.h"
 #include "st-core/lib/HostLogger.h"
-#include "st-core/lib/OSError.h"
 #include "st-core/lib/Text.h"
 
 #include <array>
@@ -78,21 +77,21 @@ void readOperatingSystem(const ManagementObject& os, SystemInfo& system)
 // Empty, with a warning, if the value cannot be read.
 std::wstring readRegistryString(RegistryRoot root, const std::wstring& keyPath, const std::wstring& valueName)
 {
-    const auto answer = Platform::registryString(root, keyPath, valueName);
-    if (const std::wstring* text = std::get_if<std::wstring>(&answer))
-        return *text;
+    auto text = Platform::registryString(root, keyPath, valueName);
+    if (text)
+        return std::move(text).value();
 
-    const auto& failure = std::get<Platform::Failure<RegistryStep>>(answer);
-    switch (failure.step)
+    const std::uint32_t status = text.error().code;
+    switch (text.error().step)
     {
     case RegistryStep::openKey:
-        ZelStdCore::logWarning(L"failed to open \"%s\" key: status=%d", keyPath, failure.code);
+        ZelStdCore::logWarning(L"failed to open \"%s\" key: status=%d", keyPath, status);
         break;
     case RegistryStep::valueSize:
-        ZelStdCore::logWarning(L"failed to get \"%s\\%s\" string length: status=%d", keyPath, valueName, failure.code);
+        ZelStdCore::logWarning(L"failed to get \"%s\\%s\" string length: status=%d", keyPath, valueName, status);
         break;
     case RegistryStep::value:
-        ZelStdCore::logWarning(L"failed to get \"%s\\%s\" value: status=%d", keyPath, valueName, failure.code);
+        ZelStdCore::logWarning(L"failed to get \"%s\\%s\" value: status=%d", keyPath, valueName, status);
         break;
     }
     return {};
@@ -128,18 +127,18 @@ void findLogonServer(SystemInfo& system)
 std::wstring getLocaleName(std::uint32_t locale)
 {
     const auto language = Platform::localeInfo(locale, LocalePart::language);
-    if (const auto* error = std::get_if<Platform::ErrorNumber>(&language))
+    if (!language)
     {
-        ZelStdCore::logWarning(L"failed to get %x locale language: %s", locale, ZelStdCore::LastError{error->code}.text());
+        ZelStdCore::logWarning(L"failed to get %x locale language: %s", locale, language.error().text());
         return {};
     }
     const auto country = Platform::localeInfo(locale, LocalePart::country);
-    if (const auto* error = std::get_if<Platform::ErrorNumber>(&country))
+    if (!country)
     {
-        ZelStdCore::logWarning(L"failed to get %x locale country: %s", locale, ZelStdCore::LastError{error->code}.text());
+        ZelStdCore::logWarning(L"failed to get %x locale country: %s", locale, country.error().text());
         return {};
     }
-    return std::get<std::wstring>(language) + L"-" + std::get<std::wstring>(country);
+    return language.value() + L"-" + country.value();
 }
 }
 

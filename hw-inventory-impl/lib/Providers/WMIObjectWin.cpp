@@ -138,7 +138,8 @@ std::optional<bool> WMIObject::getBool(const wchar_t* property) const
     return converted.get().boolVal == VARIANT_TRUE;
 }
 
-std::variant<std::vector<std::wstring>, ManagementObject::ArrayFailure> WMIObject::getStringArray(const wchar_t* property) const
+ZelStdCore::Result<std::vector<std::wstring>, ManagementObject::ArrayFailure> WMIObject::getStringArray(
+    const wchar_t* property) const
 {
     Variant value;
     if (!read(*object_.get(), property, value))

@@ -20,7 +20,7 @@ public:
     const void* address() const override { return object_.get(); }
     PropertyValue get(const wchar_t* property) const override;
     std::optional<bool> getBool(const wchar_t* property) const override;
-    std::variant<std::vector<std::wstring>, ArrayFailure> getStringArray(const wchar_t* property) const override;
+    ZelStdCore::Result<std::vector<std::wstring>, ArrayFailure> getStringArray(const wchar_t* property) const override;
 
 private:
     ComPointer<IWbemClassObject> object_;

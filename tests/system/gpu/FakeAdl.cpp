@@ -88,7 +88,7 @@ AdapterInfo infoOf(const Section& section)
     info.iBusNumber = number("bus");
     info.iDeviceNumber = number("device");
     info.iFunctionNumber = number("function");
-    info.iVendorID = static_cast<int>(section.number("vendor").value_or(kAmdVendor));
+    info.iVendorID = static_cast<int>(section.number("vendor").value_or(kAMDVendor));
     fill(info.strAdapterName, section.text("name"));
     std::memset(info.strDisplayName, '!', sizeof(info.strDisplayName)); // what lies behind the name is no terminator
     return info;

@@ -31,7 +31,7 @@ std::size_t indexOf(Device device)
     return reinterpret_cast<std::size_t>(device) - 1;
 }
 
-// Answers one call about a device: the recorded failure of the call, or what the action makes of the device.
+// One call for a device: the recorded failure of the call, or the result of the action.
 template <class Action>
 Return ask(const char* function, Device device, Action action)
 {

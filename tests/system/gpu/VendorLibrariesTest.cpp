@@ -17,7 +17,7 @@ using Lines = std::vector<std::string>;
 
 const std::string kNvidia = "[nvml.device]\nbusId = 0000:01:00.0\ntemperature = 45\nserial = 0320718000001\n"
                             "[nvml.device]\nbusId = 0000:0A:00.0\ntemperature = 70\nserial = upper case\n";
-const std::string kAmd = "[adl.adapter]\nindex = 4\nbus = 3\nversion = 8\nlog = 1\nlog.8 = 61\n"
+const std::string kAMD = "[adl.adapter]\nindex = 4\nbus = 3\nversion = 8\nlog = 1\nlog.8 = 61\n"
                          "[adl.adapter]\nindex = 5\nbus = 4\nversion = 5\noverdrive5.temperature = 52750\n"
                          "[adl.adapter]\nindex = 6\nbus = 5\nvendor = 4098\nversion = 5\noverdrive5.temperature = 99000\n";
 
@@ -63,7 +63,7 @@ private:
 
 TEST_F(VendorLibraries, CompleteTheRecordsOfTheirAdapters)
 {
-    EXPECT_THAT(run(kNvidia + kAmd, "complete 0000:01:00.0 0000:0a:00.0 0000:03:00.0 0000:04:00.0 0000:05:00.0 0000:01:00.1"),
+    EXPECT_THAT(run(kNvidia + kAMD, "complete 0000:01:00.0 0000:0a:00.0 0000:03:00.0 0000:04:00.0 0000:05:00.0 0000:01:00.1"),
                 ElementsAre("0000:01:00.0: 45.000000, '0320718000001'", "0000:0a:00.0: absent, ''", "0000:03:00.0: 61.000000, ''",
                             "0000:04:00.0: 52.750000, ''", "0000:05:00.0: absent, ''", "0000:01:00.1: absent, ''"));
 
@@ -77,7 +77,7 @@ TEST_F(VendorLibraries, CompleteTheRecordsOfTheirAdapters)
 
 TEST_F(VendorLibraries, ReachTheDocumentOfTheProduct)
 {
-    const Lines output = run(kNvidia + kAmd, "document ..\\hw_inventory_interface.dll");
+    const Lines output = run(kNvidia + kAMD, "document ..\\hw_inventory_interface.dll");
     ASSERT_FALSE(output.empty());
     EXPECT_THAT(output.back(), testing::AllOf(testing::StartsWith("{\"gpus\":[{"), HasSubstr("\"temperature\":45.0"),
                                               HasSubstr("\"serialNumber\":\"0320718000001\"")));

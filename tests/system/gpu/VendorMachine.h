@@ -8,7 +8,7 @@
 #include <vector>
 
 // The machine behind the vendors' fake libraries: in a unit test filled in by the test, in a fake DLL read from a recording. A
-// value that is not recorded makes the call for it answer the library's "not supported".
+// call whose value is not recorded returns the library's "not supported".
 namespace fakes
 {
 // Values by key. The name of a function as the key gives its return code.
@@ -35,7 +35,7 @@ struct VendorMachine
 };
 VendorMachine& vendorMachine();
 
-// Lines "key = value" under "[nvml.device]" or "[adl.adapter]", which begins a further device each time it is met.
+// Lines "key = value" under "[nvml.device]" or "[adl.adapter]", which begins a further device each time.
 void readRecording(std::istream& lines);
 
 void recordCall(const std::string& call);

@@ -14,7 +14,7 @@
 
 // A host in which the vendor libraries are loaded already:
 //   gpu-host document PRODUCT      the GPU document of the built product, which finds every adapter at 0000:01:00.0
-//   gpu-host complete ADDRESS...   what the libraries know of the adapters at these addresses
+//   gpu-host complete ADDRESS...   what the libraries report of the adapters at these addresses
 // Log lines and results go to standard output. The host's own hold on the vendor libraries ends before the program does.
 namespace
 {

@@ -25,8 +25,8 @@ TEST(Management, ValuesOfTheSystemsOwnServiceAreRead)
     EXPECT_GT(processors, 0u);
 
     std::size_t addresses = 0;
-    source->query(L"SELECT * FROM Win32_NetworkAdapterConfiguration", [&](const ManagementObjectPtr& adapter)
-                  { addresses += std::get<0>(adapter->getStringArray(L"IPAddress")).size(); });
+    source->query(L"SELECT * FROM Win32_NetworkAdapterConfiguration",
+                  [&](const ManagementObjectPtr& adapter) { addresses += adapter->getStringArray(L"IPAddress").value().size(); });
     EXPECT_GT(addresses, 0u);
 }
 

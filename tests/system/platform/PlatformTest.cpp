@@ -10,9 +10,8 @@ using namespace HardwareInventory::Platform;
 
 std::wstring localeText(std::uint32_t locale, LocalePart part)
 {
-    const auto answer = localeInfo(locale, part);
-    const auto* text = std::get_if<std::wstring>(&answer);
-    return text ? *text : L"error " + std::to_wstring(std::get<ErrorNumber>(answer).code);
+    const auto text = localeInfo(locale, part);
+    return text ? text.value() : L"error " + std::to_wstring(text.error().code);
 }
 
 TEST(Platform, LocalesAreNamedByTheirStandards)
@@ -24,7 +23,7 @@ TEST(Platform, LocalesAreNamedByTheirStandards)
 
 TEST(Platform, MemoryIsCountedInBytes)
 {
-    EXPECT_GT(std::get<std::uint64_t>(totalPhysicalMemory()), std::uint64_t{256} << 20);
+    EXPECT_GT(totalPhysicalMemory().value(), std::uint64_t{256} << 20);
 }
 
 TEST(Platform, AFirmwareTableIsReadInTwoSteps)
@@ -39,19 +38,19 @@ TEST(Platform, AFirmwareTableIsReadInTwoSteps)
     EXPECT_GE(table[1], 2); // the version of the table
 }
 
-TEST(Platform, WhatIsNoDriveOrDeviceTellsTheStep)
+TEST(Platform, WhatIsNoDriveOrDeviceReportsTheStep)
 {
     const std::pair<const wchar_t*, TrimStep> drives[] = {{L"\\\\.\\PHYSICALDRIVE99", TrimStep::openDrive},
                                                           {L"\\\\.\\NUL", TrimStep::query}};
     for (const auto& [path, step] : drives)
     {
-        const auto failure = std::get<Failure<TrimStep>>(trimEnabled(path));
+        const auto failure = trimEnabled(path).error();
         EXPECT_EQ(failure.step, step) << testing::PrintToString(path);
         EXPECT_NE(failure.code, 0u) << testing::PrintToString(path);
     }
     for (const wchar_t* id : {L"PCI\\VEN_FFFF&DEV_FFFF\\0", L"no identifier"})
     {
-        const auto failure = std::get<Failure<DeviceSetupStep>>(deviceLocation(id));
+        const auto failure = deviceLocation(id).error();
         EXPECT_LE(failure.step, DeviceSetupStep::element) << testing::PrintToString(id);
         EXPECT_NE(failure.code, 0u) << testing::PrintToString(id);
     }

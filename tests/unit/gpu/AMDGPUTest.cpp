@@ -11,7 +11,7 @@ using namespace fakes;
 namespace
 {
 // The readings that are present, as "name value".
-std::string describe(const AmdReadings& readings)
+std::string describe(const AMDReadings& readings)
 {
     const std::pair<const char*, const Reading&> named[] = {
         {"edge", readings.edgeTemperature},
@@ -42,7 +42,7 @@ std::string describe(const AmdReadings& readings)
     return text.str();
 }
 
-// An adapter that answers every call, each with values of its own.
+// An adapter that supports every call, each with values of its own.
 Section everything(const char* version)
 {
     Section adapter = {{"version", version},
@@ -79,7 +79,7 @@ protected:
     }
 };
 
-// Each interface has values of its own: the readings tell which ones were asked.
+// Each interface has values of its own: the readings show which ones were called.
 TEST_F(AMDGPUTest, ReadsThroughTheBestInterfaceOfItsOverdriveVersion)
 {
     struct Case
@@ -117,10 +117,10 @@ TEST_F(AMDGPUTest, ReadsThroughTheBestInterfaceOfItsOverdriveVersion)
     }
 }
 
-TEST_F(AMDGPUTest, ScalesTemperaturesAndJudgesActivity)
+TEST_F(AMDGPUTest, ScalesTemperaturesAndChecksActivity)
 {
     const std::pair<Section, const char*> cases[] = {
-        // Drivers answer in degrees or in thousandths of a degree.
+        // Drivers report degrees or thousandths of a degree.
         {{{"version", "7"}, {"overdriveN.1", "999"}}, "edge 999; "},
         {{{"version", "7"}, {"overdriveN.1", "1000"}, {"overdriveN.7", "-5"}}, "edge 1; hot spot -5; "},
         {{{"version", "5"}, {"overdrive5.temperature", "45"}}, "edge 0.045; "},
@@ -138,7 +138,7 @@ TEST_F(AMDGPUTest, ScalesTemperaturesAndJudgesActivity)
     EXPECT_EQ(groupOf({{"version", "5"}, {"overdrive5.temperature", "45300"}}, owner).gpus()[0]->temperature(), 45.3f);
 }
 
-// A failing call keeps what was read before; the log's word on a sensor that it does not support is that there is none.
+// A failing call keeps what was read before; a sensor that the log marks as not supported has no reading.
 TEST_F(AMDGPUTest, RefreshesWhatItCanRead)
 {
     struct Case

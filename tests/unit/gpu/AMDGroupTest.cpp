@@ -32,7 +32,7 @@ TEST_F(AMDGroupTest, NamesWhatTheLibraryLacks)
 {
     EXPECT_EQ(failure(), "ADL Library not found!");
 
-    // With all symbols absent the first in order is told; each is then supplied in turn.
+    // With all symbols absent the first in order is reported; each is then supplied in turn.
     auto& module = machine().modules[L"atiadlxx.dll"];
     for (const std::string symbol :
          {"ADL_Main_Control_Create", "ADL2_Main_Control_Create", "ADL_Adapter_NumberOfAdapters_Get", "ADL_Adapter_AdapterInfo_Get",
@@ -40,7 +40,7 @@ TEST_F(AMDGroupTest, NamesWhatTheLibraryLacks)
           "ADL2_OverdriveN_Temperature_Get", "ADL_Overdrive5_Temperature_Get", "ADL_Overdrive5_CurrentActivity_Get"})
     {
         EXPECT_EQ(failure(), "ERROR: " + symbol + " not available!");
-        // The first interface is initialised as soon as it is found, before anything else is looked for.
+        // The first interface is initialised as soon as it is found, before anything else is looked up.
         EXPECT_EQ(takeCalls().size(), symbol == "ADL_Main_Control_Create" ? 0u : 1u) << symbol;
         module[symbol] = adlProcedures().at(symbol);
     }
@@ -48,7 +48,7 @@ TEST_F(AMDGroupTest, NamesWhatTheLibraryLacks)
     EXPECT_EQ(failure(), "");
 }
 
-TEST_F(AMDGroupTest, TellsWhichStepFailed)
+TEST_F(AMDGroupTest, ReportsTheStepThatFailed)
 {
     installAdl();
     adl().devices = {{}};
@@ -92,7 +92,7 @@ TEST_F(AMDGroupTest, TakesTheFirstAdapterOfEachGpu)
     EXPECT_THAT(taken(), ElementsAre("0000:03:00.0 first output 0", "0000:03:00.1 its sound 3", "0000:06:00.0 inactive 6"));
 }
 
-TEST_F(AMDGroupTest, WritesAddressesAsTheManagementInterfaceDoes)
+TEST_F(AMDGroupTest, WritesAddressesAsWmiRecordsHaveThem)
 {
     struct Case
     {

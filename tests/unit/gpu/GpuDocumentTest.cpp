@@ -44,8 +44,8 @@ protected:
     }
 };
 
-// From the management service and the device setup interface, over the vendors' libraries, to the document.
-TEST_F(GpuDocumentTest, CarriesWhatTheVendorsKnow)
+// From WMI and SetupAPI, over the vendors' libraries, to the document.
+TEST_F(GpuDocumentTest, CarriesWhatTheVendorsReport)
 {
     installNvml();
     installAdl();

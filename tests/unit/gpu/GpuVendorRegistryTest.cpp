@@ -13,7 +13,7 @@ using testing::Pair;
 namespace
 {
 const Section kNvidia = {{"busId", "0000:01:00.0"}, {"temperature", "45"}, {"serial", "0320718000001"}};
-const Section kAmd = {{"bus", "3"}, {"version", "5"}, {"overdrive5.temperature", "52750"}};
+const Section kAMD = {{"bus", "3"}, {"version", "5"}, {"overdrive5.temperature", "52750"}};
 
 GpuInfo record(const wchar_t* pciAddress, const wchar_t* serialNumber = L"")
 {
@@ -59,7 +59,7 @@ TEST_F(GpuVendorRegistryTest, CompletesTheRecordsOfItsAdaptersOnly)
                       {{"busId", "0000:0A:00.0"}, {"temperature", "70"}, {"serial", "upper case"}},
                       {{"busId", "0000:0B:00.0"}},
                       {{"temperature", "99"}, {"serial", "without an address"}}};
-    adl().devices = {kAmd};
+    adl().devices = {kAMD};
     const std::vector<GpuInfo> gpus = {record(L"0000:01:00.0"),
                                        record(L"0000:03:00.0"),
                                        record(L"0000:01:00.0", L"own"),
@@ -72,7 +72,7 @@ TEST_F(GpuVendorRegistryTest, CompletesTheRecordsOfItsAdaptersOnly)
                             Pair(std::nullopt, L""), Pair(std::nullopt, L""), Pair(std::nullopt, L"")));
     EXPECT_THAT(log_.lines(), IsEmpty());
 
-    // The next collection reads afresh, and asks for no other adapters than the first.
+    // The next collection refreshes the values, but not the set of adapters.
     nvml().devices[0]["temperature"] = "46";
     nvml().devices.push_back({{"busId", "0000:01:00.1"}, {"temperature", "99"}});
     adl().devices[0]["overdrive5.temperature"] = "53000";
@@ -80,7 +80,7 @@ TEST_F(GpuVendorRegistryTest, CompletesTheRecordsOfItsAdaptersOnly)
     EXPECT_THAT(completed(gpus), testing::Contains(Pair(53.0f, L"")));
     EXPECT_THAT(completed(gpus), testing::Not(testing::Contains(Pair(99.0f, testing::_))));
 
-    // A record that was given a temperature before loses it: the libraries' word is the last, an absent one too.
+    // A record that was given a temperature before loses it: the libraries' temperature replaces it, an absent one too.
     std::vector<GpuInfo> preset = {record(L"0000:03:00.0"), record(L"0000:0B:00.0"), record(L"0000:0c:00.0")};
     for (GpuInfo& gpu : preset)
         gpu.temperature = 1.0f;
@@ -100,7 +100,7 @@ TEST_F(GpuVendorRegistryTest, LetsNvidiaReplaceAnAdapterOfTheSameAddress)
 {
     installNvml();
     installAdl();
-    adl().devices = {kAmd};
+    adl().devices = {kAMD};
     nvml().devices = {{{"busId", "0000:03:00.0"}, {"temperature", "20"}}, {{"busId", "0000:03:00.0"}, {"temperature", "30"}}};
     GpuVendorRegistry registry;
     ASSERT_NE(registry.find(L"0000:03:00.0"), nullptr);
@@ -136,7 +136,7 @@ TEST_F(GpuVendorRegistryTest, CarriesOnWithoutAVendorThatFails)
     installNvml();
     installAdl();
     nvml().devices = {kNvidia};
-    adl().devices = {kAmd};
+    adl().devices = {kAMD};
     for (const Case& one : cases)
     {
         SCOPED_TRACE(one.warning);
@@ -184,7 +184,7 @@ TEST_F(GpuVendorRegistryTest, EndsThroughTheSharedSlot)
         if (one.adl)
             installAdl();
         nvml() = {one.nvmlLibrary, {kNvidia}};
-        adl().devices = {kAmd};
+        adl().devices = {kAMD};
         {
             GpuVendorRegistry registry;
             machine().terminating = one.terminating;
@@ -203,7 +203,7 @@ TEST_F(GpuVendorRegistryTest, LooksAmdsLastFunctionsUpInTheSlot)
     installNvml();
     installAdl();
     nvml().library = {{"nvmlInit", "9"}};
-    adl().devices = {kAmd};
+    adl().devices = {kAMD};
     machine().modules[L"nvml.dll"]["ADL_Main_Control_Destroy"] = adlProcedures().at("ADL_Main_Control_Destroy");
     {
         GpuVendorRegistry registry;

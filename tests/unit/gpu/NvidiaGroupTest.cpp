@@ -62,15 +62,15 @@ TEST_F(NvidiaGroupTest, NamesWhatTheLibraryLacks)
 {
     EXPECT_EQ(failure(), "NVML Library not found!");
 
-    // With all symbols absent the first in order is told; each is then supplied in turn. Two messages have a blank too many.
+    // With all symbols absent the first in order is reported; each is then supplied in turn. Two messages have an extra space.
     auto& module = machine().modules[L"nvml.dll"];
     for (const std::string symbol :
          {"nvmlInit", "nvmlShutdown", "nvmlErrorString", "nvmlDeviceGetCount", "nvmlDeviceGetHandleByIndex",
           "nvmlDeviceGetTemperature", "nvmlDeviceGetUtilizationRates", "nvmlDeviceGetMemoryInfo", "nvmlDeviceGetPowerUsage",
           "nvmlDeviceGetPciInfo_v3", "nvmlDeviceGetSerial"})
     {
-        const bool blank = symbol == "nvmlDeviceGetPciInfo_v3" || symbol == "nvmlDeviceGetSerial";
-        EXPECT_EQ(failure(), "ERROR: " + symbol + " not available" + (blank ? " !" : "!"));
+        const bool spaced = symbol == "nvmlDeviceGetPciInfo_v3" || symbol == "nvmlDeviceGetSerial";
+        EXPECT_EQ(failure(), "ERROR: " + symbol + " not available" + (spaced ? " !" : "!"));
         module[symbol] = nvmlProcedures().at(symbol);
     }
     EXPECT_THAT(takeCalls(), IsEmpty());
@@ -78,7 +78,7 @@ TEST_F(NvidiaGroupTest, NamesWhatTheLibraryLacks)
     EXPECT_EQ(failure(), "") << "the library could not be loaded a second time";
 }
 
-TEST_F(NvidiaGroupTest, TellsWhichCallFailedAndWhy)
+TEST_F(NvidiaGroupTest, ReportsTheCallThatFailedAndWhy)
 {
     installNvml();
     nvml().devices = {kFirst, kSecond};
@@ -115,7 +115,7 @@ TEST_F(NvidiaGroupTest, ReadsEveryDevice)
     ASSERT_EQ(group.gpus().size(), 3u);
     EXPECT_EQ(describe(group.gpus()[0]->readings()), kFirstReadings);
     EXPECT_EQ(describe(group.gpus()[1]->readings()), kSecondReadings);
-    EXPECT_EQ(describe(group.gpus()[2]->readings()), kNoReadings) << "a device that tells nothing";
+    EXPECT_EQ(describe(group.gpus()[2]->readings()), kNoReadings) << "a device that reports nothing";
     EXPECT_EQ(group.gpus()[1]->index(), 1u);
 }
 
@@ -129,7 +129,7 @@ TEST_F(NvidiaGroupTest, KeepsWhatAFailingCallDoesNotRefresh)
         nvml().devices = {kSecond};
         nvml().devices[0][kReadingCalls[failing]] = "15";
 
-        // Only the last call's code is told.
+        // Only the last call's code is returned.
         EXPECT_EQ(group.gpus()[0]->update(), kReadingCalls[failing] == "nvmlDeviceGetSerial" ? 15 : 0);
 
         std::vector<std::string> expected = kSecondReadings;
@@ -160,7 +160,7 @@ TEST_F(NvidiaGroupTest, SurvivesAHostileLibrary)
     nvml().library["count"] = "-1";
     EXPECT_EQ(failure(), "Error on getting handle by index: reason 2 [2]");
 
-    // A library without words for its errors.
+    // A library without texts for its errors.
     const auto speechless = +[](Nvml::Return) -> const char* { return nullptr; };
     machine().modules[L"nvml.dll"]["nvmlErrorString"] = reinterpret_cast<void*>(speechless);
     EXPECT_EQ(failure(), "Error on getting handle by index:  [2]");
