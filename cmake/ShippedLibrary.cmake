@@ -1,6 +1,5 @@
-# A dynamic library that is handed to hosts: its exports from TARGET.def beside the listed sources, its version as a resource, the
-# folders where its imports are searched, what every such library needs of the C++ runtime, and nothing in the file that tells where
-# it was built.
+# A DLL that hosts load: its exports from TARGET.def beside the listed sources, its version as a resource, the folders where its
+# imports are searched, what every such library needs of the C++ runtime, and no path of the build machine.
 #   shipped_library(TARGET DESCRIPTION SOURCE...)
 function(shipped_library target description)
     set(resource "${CMAKE_CURRENT_BINARY_DIR}/${target}.rc")

@@ -1,4 +1,4 @@
-# Shared by the scripts: where things are, how they speak, and what a fresh Debian 12 machine lacks.
+# Shared by the scripts: paths, messages, builds, and the packages that a fresh Debian 12 machine lacks.
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 cache="${HW_INVENTORY_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/hw-inventory-interface}"
 mkdir -p "$cache"
