@@ -21,12 +21,12 @@ namespace HardwareInventory
 namespace
 {
 template <class Info>
-std::vector<Info> emulated(EmulatedDevice device)
+std::vector<Info> emulated(const EmulatedDevice& device)
 {
     Info info;
-    info.name = std::move(device.name);
-    info.manufacturer = std::move(device.manufacturer);
-    info.model = std::move(device.model);
+    info.name = device.name;
+    info.manufacturer = device.manufacturer;
+    info.model = device.model;
     return {std::move(info)};
 }
 

@@ -54,12 +54,12 @@ std::size_t editDistance(std::wstring_view one, std::wstring_view other, std::ve
 {
     row.resize(other.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t line = 0; line < one.size(); ++line)
+    for (const wchar_t character : one)
     {
         std::size_t diagonal = row[0]++;
         for (std::size_t column = 0; column < other.size(); ++column)
         {
-            const std::size_t substituted = diagonal + (one[line] != other[column]);
+            const std::size_t substituted = diagonal + (character != other[column]);
             diagonal = row[column + 1];
             row[column + 1] = std::min({substituted, diagonal + 1, row[column] + 1});
         }

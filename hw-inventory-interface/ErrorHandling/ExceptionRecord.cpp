@@ -129,7 +129,7 @@ const ExceptionRecord& lastException()
     return record;
 }
 
-ExportStatus recordFailure(std::exception_ptr exception) noexcept
+ExportStatus recordFailure(const std::exception_ptr& exception) noexcept
 {
     if (!exception)
         return EXPORT_STATUS_SUCCESS;

@@ -12,8 +12,8 @@ const ExceptionRecord& lastException();
 
 // Refills the record from the exception, sends its text to the host's log and tells the status that stands for it. An absent
 // exception is no failure and changes nothing. Where memory runs out on the way, the record stays empty.
-ExportStatus recordFailure(std::exception_ptr exception) noexcept;
+ExportStatus recordFailure(const std::exception_ptr& exception) noexcept;
 
 // The one-line text of a record, without the parts that it does not have.
-std::string exceptionText(const ExceptionRecord& record);
+std::string exceptionText(const ExceptionRecord& failure);
 }

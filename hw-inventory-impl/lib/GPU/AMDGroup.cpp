@@ -93,7 +93,7 @@ AMDGroup::~AMDGroup()
     if (Platform::processIsTerminating())
         return;
 
-    Adl::Library& adl = Adl::library();
+    const Adl::Library& adl = Adl::library();
     const auto destroyContext = reinterpret_cast<Adl::DestroyContext>(VendorModule::procedure("ADL2_Main_Control_Destroy"));
     const auto destroy = reinterpret_cast<Adl::Destroy>(VendorModule::procedure("ADL_Main_Control_Destroy"));
     if (destroyContext && adl.context)

@@ -37,13 +37,14 @@ public:
 
     // Dispatches every structure from the first one to the end-of-table structure, or to the one that stands for it behind a
     // table without.
-    void walk(Struct first) const;
+    void walk(Struct structure) const;
     void dispatch(const Struct& structure) const;
 
 protected:
-    Version version_;
+    void setVersion(Version version) { version_ = version; }
 
 private:
+    Version version_;
     std::unordered_map<std::uint8_t, StructureHandler> handlers_;
 };
 }

@@ -29,7 +29,7 @@ void Win32Parser::read()
     fill(kSmbiosProvider, 0);
     if (buffer_.size() < ZelStdCore::kRawSmbiosHeaderSize)
         throw std::runtime_error("failed to read SMBIOS table");
-    version_ = {buffer_[1], buffer_[2]};
+    setVersion({buffer_[1], buffer_[2]});
     walk(Struct(std::span(buffer_).subspan(ZelStdCore::kRawSmbiosHeaderSize)));
 }
 

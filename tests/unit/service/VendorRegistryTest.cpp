@@ -1,6 +1,6 @@
+#include "hw-inventory-impl/lib/VendorRegistry.h"
 #include "bench/PlainVendorRegistry.h"
 #include "hw-inventory-impl/lib/PCI/PciIdDatabase.h"
-#include "hw-inventory-impl/lib/VendorRegistry.h"
 #include "st-core/lib/Text.h"
 #include "tests/fakes/FakeMachine.h"
 
