@@ -30,9 +30,10 @@ std::uint32_t tracedLine = 0;
 
 std::vector<StackFrame> tracedFunction()
 {
+    // clang-format off
     tracedLine = __LINE__ + 1;
-    auto frames = Tracer::traceCurrentThread();
-    returned = 1;
+    auto frames = Tracer::traceCurrentThread(); returned = 1;
+    // clang-format on
     return frames;
 }
 
