@@ -2,7 +2,6 @@
 
 #include "st-core/lib/DbgHelpWin.h"
 #include "st-core/lib/Text.h"
-#include "st-core/lib/WinTracer.h"
 
 #include <array>
 #include <cstdlib>

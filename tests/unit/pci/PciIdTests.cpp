@@ -1,5 +1,6 @@
 #include "hw-inventory-impl/lib/PCI/BuiltInList.h"
 #include "hw-inventory-impl/lib/PCI/PciIdDatabase.h"
+#include "st-core/lib/RuntimeException.h"
 #include "tests/fakes/FakeMachine.h"
 #include "tests/unit/pci/PlainPciIds.h"
 
