@@ -3,6 +3,7 @@
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/StackTrace.h"
+#include "st-core/lib/Utf8.h"
 
 #include <cstring>
 #include <string_view>

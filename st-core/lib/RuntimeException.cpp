@@ -1,6 +1,6 @@
 #include "st-core/lib/RuntimeException.h"
 
-#include "st-core/lib/OSError.h"
+#include "st-core/lib/LastError.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,6 +1,6 @@
 #include "st-core/lib/StackTrace.h"
 
-#include "st-core/lib/Text.h"
+#include "st-core/lib/Format.h"
 
 #include <algorithm>
 

@@ -1,11 +1,11 @@
 #include "st-core/lib/WinTracer.h"
 
+#include "st-core/lib/Format.h"
+#include "st-core/lib/LastError.h"
 #include "st-core/lib/ModuleVersionWin.h"
-#include "st-core/lib/OSError.h"
 #include "st-core/lib/RuntimeException.h"
 #include "st-core/lib/SymbolNamesWin.h"
 #include "st-core/lib/SymbolSearchPathWin.h"
-#include "st-core/lib/Text.h"
 #include "st-core/lib/ThreadContextWin.h"
 
 #include <boost/filesystem/operations.hpp>

@@ -1,7 +1,8 @@
 #include "tests/fakes/FakeManagementSource.h"
 
+#include "st-core/lib/Format.h"
 #include "st-core/lib/HostLogger.h"
-#include "st-core/lib/OSError.h"
+#include "st-core/lib/LastError.h"
 #include "tests/fakes/FakeMachine.h"
 
 #include <algorithm>

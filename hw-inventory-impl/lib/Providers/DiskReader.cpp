@@ -2,7 +2,9 @@
 
 #include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "hw-inventory-impl/lib/Providers/Properties.h"
+#include "st-core/lib/Format.h"
 #include "st-core/lib/HostLogger.h"
+#include "st-core/lib/Text.h"
 
 #include <map>
 

@@ -3,7 +3,7 @@
 #include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "hw-inventory-impl/lib/VirtualMachine.h"
 #include "st-core/lib/HostLogger.h"
-#include "st-core/lib/OSError.h"
+#include "st-core/lib/LastError.h"
 
 namespace HardwareInventory::Providers::WMIProvider
 {

@@ -2,6 +2,7 @@
 
 #include "hw-inventory-impl/lib/DeviceStatus.h"
 #include "st-core/lib/HostLogger.h"
+#include "st-core/lib/Text.h"
 
 #include <locale>
 #include <sstream>

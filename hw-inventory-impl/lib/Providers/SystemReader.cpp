@@ -5,7 +5,8 @@
 #include "hw-inventory-impl/lib/Providers/Properties.h"
 #include "hw-inventory-impl/lib/VirtualMachine.h"
 #include "st-core/lib/HostLogger.h"
-#include "st-core/lib/OSError.h"
+#include "st-core/lib/LastError.h"
+#include "st-core/lib/Text.h"
 
 #include <array>
 

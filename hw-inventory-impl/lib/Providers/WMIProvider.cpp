@@ -3,8 +3,9 @@
 #include "hw-inventory-impl/lib/Providers/ComApiWin.h"
 #include "hw-inventory-impl/lib/Providers/WMIObjectWin.h"
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
+#include "st-core/lib/Format.h"
 #include "st-core/lib/HostLogger.h"
-#include "st-core/lib/OSError.h"
+#include "st-core/lib/LastError.h"
 
 #include <comdef.h>
 

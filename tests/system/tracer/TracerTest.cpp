@@ -3,9 +3,9 @@
 #include "st-core/lib/RuntimeException.cpp"
 
 #include "st-core/lib/DbgHelpWin.h"
+#include "st-core/lib/Format.h"
 #include "st-core/lib/HostLogger.h"
-#include "st-core/lib/OSError.h"
-#include "st-core/lib/Text.h"
+#include "st-core/lib/LastError.h"
 #include "st-core/lib/WinTracer.h"
 
 #include <gtest/gtest.h>
