@@ -4,7 +4,7 @@
 #include "hw-inventory-impl/lib/PCI/PciIdDatabase.h"
 #include "hw-inventory-impl/lib/VendorRegistry.h"
 #include "st-core/lib/HostLogger.h"
-#include "st-core/lib/Text.h"
+#include "st-core/lib/Utf8.h"
 
 #include <fstream>
 

@@ -5,6 +5,7 @@
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/Text.h"
 #include "st-core/lib/Time.h"
+#include "st-core/lib/Utf8.h"
 
 #include <string_view>
 

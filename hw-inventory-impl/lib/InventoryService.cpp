@@ -6,6 +6,7 @@
 #include "hw-inventory-impl/lib/SMBIOS/SmbiosInventory.h"
 #include "hw-inventory-impl/lib/VendorRegistry.h"
 #include "hw-inventory-impl/lib/VirtualMachine.h"
+#include "st-core/lib/Format.h"
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/Text.h"
 

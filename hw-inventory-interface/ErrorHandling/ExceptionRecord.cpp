@@ -2,7 +2,8 @@
 
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
 #include "st-core/lib/HostLogger.h"
-#include "st-core/lib/WinTracer.h"
+#include "st-core/lib/StackTrace.h"
+#include "st-core/lib/Utf8.h"
 
 #include <cstring>
 #include <string_view>
@@ -53,7 +54,7 @@ std::wstring traceHere()
 {
     try
     {
-        return ZelStdCore::renderFrames(ZelStdCore::Tracer::traceCurrentThread());
+        return ZelStdCore::renderFrames(ZelStdCore::currentStack());
     }
     catch (...)
     {

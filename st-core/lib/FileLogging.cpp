@@ -1,5 +1,7 @@
 #include "st-core/lib/FileLogging.h"
 
+#include "st-core/lib/Utf8.h"
+
 #include <boost/date_time/posix_time/posix_time.hpp>
 #include <boost/filesystem/exception.hpp>
 #include <boost/filesystem/fstream.hpp>

@@ -1,5 +1,7 @@
 #include "st-core/lib/HostLogger.h"
 
+#include "st-core/lib/Utf8.h"
+
 namespace ZelStdCore
 {
 const wchar_t* severityName(Severity severity)

@@ -1,8 +1,9 @@
 #pragma once
 
-#include "st-core/lib/Text.h"
+#include "st-core/lib/Format.h"
 
 #include <cstdint>
+#include <string_view>
 
 namespace ZelStdCore
 {

@@ -1,8 +1,8 @@
 #include "st-core/lib/MemoryMappedFile.h"
 
-#include "st-core/lib/OSError.h"
+#include "st-core/lib/Format.h"
+#include "st-core/lib/LastError.h"
 #include "st-core/lib/RuntimeException.h"
-#include "st-core/lib/Text.h"
 
 #include <boost/filesystem/operations.hpp>
 

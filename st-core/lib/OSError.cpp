@@ -1,7 +1,8 @@
 #include "st-core/lib/OSError.h"
 
+#include "st-core/lib/Format.h"
 #include "st-core/lib/RuntimeException.h"
-#include "st-core/lib/Text.h"
+#include "st-core/lib/Utf8.h"
 
 namespace ZelStdCore
 {
@@ -9,21 +10,6 @@ namespace
 {
 constexpr const wchar_t* kSourceFile = L"st-core\\lib\\OSError.cpp";
 constexpr std::size_t kErrorTextSize = 4096;
-}
-
-LastError LastError::capture()
-{
-    return {Platform::lastErrorCode()};
-}
-
-std::wstring LastError::text() const
-{
-    return code == 0 ? std::wstring() : Platform::systemMessage(code);
-}
-
-std::wstring lastErrorText()
-{
-    return LastError::capture().text();
 }
 
 ST_CORE_OWN_FRAME

@@ -1,8 +1,7 @@
 #include "st-core/lib/SymbolNamesWin.h"
 
 #include "st-core/lib/DbgHelpWin.h"
-#include "st-core/lib/Text.h"
-#include "st-core/lib/WinTracer.h"
+#include "st-core/lib/Utf8.h"
 
 #include <array>
 #include <cstdlib>

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace ZelStdCore
@@ -15,4 +16,7 @@ struct UndecoratedName
 // The name without its parameters and the like, and in full.
 UndecoratedName shortSymbolName(const DbgHelp& engine, const std::wstring& name);
 UndecoratedName completeSymbolName(const DbgHelp& engine, const std::wstring& name);
+
+// The name of a SYM_TYPE; "-unknown-" for a type without one.
+const wchar_t* symbolTypeName(std::uint32_t type);
 }

@@ -1,8 +1,9 @@
 #include "st-core/lib/Time.h"
 
+#include "st-core/lib/Format.h"
 #include "st-core/lib/OSError.h"
 #include "st-core/lib/RuntimeException.h"
-#include "st-core/lib/Text.h"
+#include "st-core/lib/Utf8.h"
 
 #include <boost/date_time/posix_time/posix_time.hpp>
 

@@ -1,11 +1,11 @@
 #include "st-core/lib/WinTracer.h"
 
-#include "st-core/lib/DbgHelpWin.h"
+#include "st-core/lib/Format.h"
+#include "st-core/lib/LastError.h"
 #include "st-core/lib/ModuleVersionWin.h"
-#include "st-core/lib/OSError.h"
+#include "st-core/lib/RuntimeException.h"
 #include "st-core/lib/SymbolNamesWin.h"
 #include "st-core/lib/SymbolSearchPathWin.h"
-#include "st-core/lib/Text.h"
 #include "st-core/lib/ThreadContextWin.h"
 #include "st-core/lib/Unique.h"
 
@@ -83,36 +83,14 @@ STACKFRAME64 firstFrame(const CONTEXT& context)
 }
 }
 
-Tracer::Tracer(std::uint32_t options, std::wstring searchPath, std::uint32_t processId, void* process)
+Tracer::Tracer(std::uint32_t options, std::wstring searchPath, std::uint32_t processId, HANDLE process)
     : options_(options), searchPath_(std::move(searchPath)), processId_(processId), process_(process)
 {
 }
 
-Tracer::~Tracer() = default;
-
 void Tracer::setLog(LogReceiver receiver)
 {
     logReceiver = receiver;
-}
-
-std::vector<StackFrame> Tracer::traceCurrentThread()
-{
-    CONTEXT context{};
-    RtlCaptureContext(&context);
-    std::vector<StackFrame> frames;
-    try
-    {
-        Tracer tracer(kExceptionOptions, {}, GetCurrentProcessId(), GetCurrentProcess());
-        tracer.walk(GetCurrentThread(), &context, frames);
-    }
-    catch (...)
-    {
-        // Part of a trace is better than none.
-    }
-    // The first frame is this function.
-    if (!frames.empty())
-        frames.erase(frames.begin());
-    return frames;
 }
 
 void Tracer::beginSession()
@@ -155,7 +133,7 @@ bool Tracer::loadFromSnapshot()
     return true;
 }
 
-bool Tracer::getModuleListPSAPI(void* process)
+bool Tracer::getModuleListPSAPI(HANDLE process)
 {
     constexpr const wchar_t* kFunction = L"ZelStdCore::Tracer::getModuleListPSAPI";
     beginSession();
@@ -210,22 +188,21 @@ void Tracer::logModule(const wchar_t* image, const wchar_t* name, std::uint64_t 
         result, symbolTypeName(known ? module.SymType : SymNone), module.LoadedPdbName, moduleVersion(image));
 }
 
-std::vector<StackFrame> Tracer::getTrace(void* thread, const void* context)
+std::vector<StackFrame> Tracer::getTrace(HANDLE thread, const CONTEXT* context)
 {
     std::vector<StackFrame> frames;
-    walk(thread, context, frames);
+    appendTrace(thread, context, frames);
     return frames;
 }
 
-// Adds to the frames of its caller, who has them when a step fails.
-void Tracer::walk(void* thread, const void* given, std::vector<StackFrame>& frames)
+void Tracer::appendTrace(HANDLE thread, const CONTEXT* given, std::vector<StackFrame>& frames)
 {
     constexpr const wchar_t* kFunction = L"ZelStdCore::Tracer::getTrace";
     loadModules();
 
     CONTEXT context{};
     if (given)
-        context = *static_cast<const CONTEXT*>(given);
+        context = *given;
     else if (isCallingThread(thread))
         RtlCaptureContext(&context);
     else if (!readContext(thread, context))
@@ -236,6 +213,7 @@ void Tracer::walk(void* thread, const void* given, std::vector<StackFrame>& fram
         throw RuntimeException(format(L"failed to allocate memory for symbol capture: %1%", lastErrorText()), kSourceFile,
                                kFunction, __LINE__, Trace::none);
 
+    auto& symbol = *reinterpret_cast<SYMBOL_INFOW*>(buffer.get());
     const DbgHelp& engine = session_->engine();
     STACKFRAME64 step = firstFrame(context);
     do
@@ -247,15 +225,15 @@ void Tracer::walk(void* thread, const void* given, std::vector<StackFrame>& fram
         StackFrame& frame = frames.emplace_back();
         frame.address = step.AddrPC.Offset;
         if (frame.address != 0)
-            describe(frame, buffer.get());
+            describe(frame, symbol);
     } while (step.AddrReturn.Offset != 0 && frames.size() < kMostFrames);
 
     SetLastError(ERROR_SUCCESS);
 }
 
-void Tracer::describe(StackFrame& frame, void* symbolBuffer) const
+void Tracer::describe(StackFrame& frame, SYMBOL_INFOW& symbol) const
 {
-    describeSymbol(frame, symbolBuffer);
+    describeSymbol(frame, symbol);
     if (options_ & sourceLines)
         describeLine(frame);
     if (options_ & moduleInformation)
@@ -264,11 +242,10 @@ void Tracer::describe(StackFrame& frame, void* symbolBuffer) const
         dropForeignSymbols(frame);
 }
 
-void Tracer::describeSymbol(StackFrame& frame, void* symbolBuffer) const
+void Tracer::describeSymbol(StackFrame& frame, SYMBOL_INFOW& symbol) const
 {
     constexpr const wchar_t* kFunction = L"ZelStdCore::Tracer::getTrace";
     const DbgHelp& engine = session_->engine();
-    auto& symbol = *static_cast<SYMBOL_INFOW*>(symbolBuffer);
     DWORD64 displacement = 0;
     if (!engine.symbolAt(session_->handle(), frame.address, &displacement, &symbol))
     {
@@ -353,5 +330,25 @@ SymbolObject Tracer::getObject(std::uint64_t address)
         throw RuntimeException(format(L"failed to get object at %p: %s", pointer(address), lastErrorText()), kSourceFile, kFunction,
                                __LINE__, Trace::none);
     return {symbol.Name, symbol.Address, displacement, symbol.ModBase, symbol.Size};
+}
+
+std::vector<StackFrame> currentStack()
+{
+    CONTEXT context{};
+    RtlCaptureContext(&context);
+    std::vector<StackFrame> frames;
+    try
+    {
+        Tracer tracer(kExceptionOptions, {}, GetCurrentProcessId(), GetCurrentProcess());
+        tracer.appendTrace(GetCurrentThread(), &context, frames);
+    }
+    catch (...)
+    {
+        // Part of a trace is better than none.
+    }
+    // The first frame is this function.
+    if (!frames.empty())
+        frames.erase(frames.begin());
+    return frames;
 }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "st-core/lib/RuntimeException.h"
+#include "st-core/lib/DbgHelpWin.h"
+#include "st-core/lib/StackTrace.h"
 
 #include <cstdint>
 #include <memory>
@@ -9,23 +10,21 @@
 
 namespace ZelStdCore
 {
-class SymbolSession;
-
-// What the symbol engine knows of one address.
+// The symbol at one address.
 struct SymbolObject
 {
     std::wstring name;
-    std::uint64_t address = 0;      // where the symbol begins
+    std::uint64_t address = 0;      // start of the symbol
     std::uint64_t displacement = 0; // of the address asked for
     std::uint64_t moduleBase = 0;
     std::uint32_t size = 0;
 };
 
-// Walks call stacks and names their frames through the platform's symbol engine. Used by one thread and dropped; the engine is
-// not safe for concurrent use. Handles are opaque so that this header is portable.
+// Walks call stacks and names their frames through dbghelp. Used by one thread and dropped, since dbghelp is not safe for
+// concurrent use.
 //
-// The engine keeps one session per handle value and one set of options per process, and the host may use it as well: a tracer
-// has a session on a handle of its own, and the engine's options are as before when it is dropped.
+// dbghelp keeps one session per handle value and one set of options per process, and the host may use it as well: a tracer has
+// a session on a handle of its own, and restores the options when it is dropped.
 //
 // Every failure is a RuntimeException without a trace. Frames without a symbol are no failure.
 class Tracer
@@ -44,29 +43,27 @@ public:
         symbolServer = 32 // end the composed path with the public symbol server
     };
 
-    Tracer(std::uint32_t options, std::wstring searchPath, std::uint32_t processId, void* process);
+    Tracer(std::uint32_t options, std::wstring searchPath, std::uint32_t processId, HANDLE process);
     Tracer(const Tracer&) = delete;
     Tracer& operator=(const Tracer&) = delete;
-    ~Tracer();
 
     // Begins the session and loads the symbols of the process's modules, once.
     void loadModules();
 
-    // The stack of a thread, innermost frame first, from the given context (a CONTEXT) or from where the thread is now. Another
-    // thread than the caller's is suspended while its context is read. Leaves 0 as the thread's last OS error.
-    std::vector<StackFrame> getTrace(void* thread, const void* context = nullptr);
+    // The stack of a thread, innermost frame first, from the given context or from where the thread is now. Another thread than
+    // the caller's is suspended while its context is read. Leaves 0 as the thread's last OS error.
+    std::vector<StackFrame> getTrace(HANDLE thread, const CONTEXT* context = nullptr);
 
-    // Loads the symbols of every module through the process status interface. False when the process lists no module.
-    bool getModuleListPSAPI(void* process);
+    // The same, appended to the caller's frames: those before a failure are kept.
+    void appendTrace(HANDLE thread, const CONTEXT* context, std::vector<StackFrame>& frames);
+
+    // Loads the symbols of every module through PSAPI. False when the process lists no module.
+    bool getModuleListPSAPI(HANDLE process);
 
     SymbolObject getObject(std::uint64_t address);
 
-    // The stack of this thread, beginning with the function that calls this one: options 15 and an empty search path on the
-    // current process, as every exception uses it. A failure ends the walk; the frames that it had are returned.
-    ST_CORE_OWN_FRAME static std::vector<StackFrame> traceCurrentThread();
-
-    // Receives the tracer's own lines: the modules loaded, and what could not be resolved. There is no receiver unless someone
-    // who looks into the tracer installs one; a line for each module at each failure is nothing for the host's log.
+    // Receives the tracer's own lines: the modules loaded, and what could not be resolved. There is no receiver unless one is
+    // installed for debugging the tracer: a line for each module at each failure is too much for the host's log.
     using LogReceiver = void (*)(const std::wstring& line);
     static void setLog(LogReceiver receiver);
 
@@ -75,9 +72,8 @@ private:
     bool loadFromSnapshot();
     std::uint32_t loadModule(const wchar_t* image, const wchar_t* name, std::uint64_t base, std::uint32_t size);
     void logModule(const wchar_t* image, const wchar_t* name, std::uint64_t base, std::uint32_t size, std::uint32_t result) const;
-    void walk(void* thread, const void* context, std::vector<StackFrame>& frames);
-    void describe(StackFrame& frame, void* symbolBuffer) const;
-    void describeSymbol(StackFrame& frame, void* symbolBuffer) const;
+    void describe(StackFrame& frame, SYMBOL_INFOW& symbol) const;
+    void describeSymbol(StackFrame& frame, SYMBOL_INFOW& symbol) const;
     void describeLine(StackFrame& frame) const;
     void describeModule(StackFrame& frame) const;
     void dropForeignSymbols(StackFrame& frame) const;
@@ -85,11 +81,8 @@ private:
     std::uint32_t options_;
     std::wstring searchPath_;
     std::uint32_t processId_;
-    void* process_;
+    HANDLE process_;
     std::unique_ptr<SymbolSession> session_;
     bool initialised_ = false;
 };
-
-// The name of a symbol type of the engine; "-unknown-" for a type without one.
-const wchar_t* symbolTypeName(std::uint32_t type);
 }

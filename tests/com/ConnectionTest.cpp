@@ -2,8 +2,10 @@
 
 #include "hw-inventory-impl/lib/Providers/WMIConnections.h"
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
+#include "st-core/lib/Format.h"
 #include "st-core/lib/HostLogger.h"
-#include "st-core/lib/OSError.h"
+#include "st-core/lib/LastError.h"
+#include "st-core/lib/Utf8.h"
 #include "tests/com/FakeCom.h"
 
 #include <gtest/gtest.h>

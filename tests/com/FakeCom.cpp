@@ -1,7 +1,7 @@
 #include "tests/com/FakeCom.h"
 
 #include "hw-inventory-impl/lib/Providers/ComApiWin.h"
-#include "st-core/lib/Text.h"
+#include "st-core/lib/Utf8.h"
 
 using ZelStdCore::toUtf8;
 

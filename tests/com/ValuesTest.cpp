@@ -1,6 +1,8 @@
 #include "hw-inventory-impl/lib/Providers/WMIObjectWin.h"
 
+#include "st-core/lib/Format.h"
 #include "st-core/lib/HostLogger.h"
+#include "st-core/lib/Utf8.h"
 #include "tests/com/FakeCom.h"
 
 #include <comdef.h>

@@ -1,7 +1,8 @@
+#include "st-core/lib/LastError.h"
 #include "st-core/lib/MemoryMappedFile.h"
 #include "st-core/lib/OSError.h"
-#include "st-core/lib/Text.h"
-#include "st-core/lib/WinTracer.h"
+#include "st-core/lib/RuntimeException.h"
+#include "st-core/lib/StackTrace.h"
 #include "tests/fakes/FakeMachine.h"
 
 #include <cstdio>
@@ -22,7 +23,7 @@ std::wstring messageOf(std::uint32_t code)
 
 namespace ZelStdCore
 {
-std::vector<StackFrame> Tracer::traceCurrentThread()
+std::vector<StackFrame> currentStack()
 {
     if (callFails("SymInitializeW"))
         throw RuntimeException(L"failed to initialize tracer", L"st-core\\lib\\WinTracer.cpp", L"ZelStdCore::Tracer::loadModules",

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "hw-inventory-impl/lib/Platform/Platform.h"
-#include "st-core/lib/RuntimeException.h"
+#include "st-core/lib/StackTrace.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,7 +1,8 @@
 #include "tests/fakes/FakeManagementSource.h"
 
+#include "st-core/lib/Format.h"
 #include "st-core/lib/HostLogger.h"
-#include "st-core/lib/OSError.h"
+#include "st-core/lib/LastError.h"
 #include "tests/fakes/FakeMachine.h"
 
 #include <algorithm>
@@ -30,7 +31,7 @@ namespace
 {
 constexpr std::int32_t kTypeMismatch = static_cast<std::int32_t>(0x80020005);
 constexpr std::int32_t kInvalidArgument = static_cast<std::int32_t>(0x80070057);
-constexpr const wchar_t* kSource = L"tests\\fakes\\FakeManagementSource.cpp";
+constexpr wchar_t kSourceFile[] = L"tests\\fakes\\FakeManagementSource.cpp";
 
 std::atomic<int> connections = 0;
 
@@ -121,7 +122,7 @@ public:
             throw Exception(ErrorCode::wmiQuery,
                             ZelStdCore::format(L"'%1%': %2% (GetLastError() = %3%)", wql, ZelStdCore::lastErrorText(),
                                                ZelStdCore::LastError::capture().code),
-                            kSource, L"fakes::FakeManagementSource::query", __LINE__);
+                            kSourceFile, L"fakes::FakeManagementSource::query", __LINE__);
         deliver(wql, callback);
     }
 
@@ -170,7 +171,7 @@ void runConnectionSteps(const std::optional<ErrorCode>& failure, ZelStdCore::Tra
         if (callFails(operation) || failure == code)
         {
             const auto error = ZelStdCore::LastError::capture();
-            throw Exception(code, ZelStdCore::format(L"%1% (GetLastError() = %2%)", error.text(), error.code), kSource,
+            throw Exception(code, ZelStdCore::format(L"%1% (GetLastError() = %2%)", error.text(), error.code), kSourceFile,
                             L"fakes::FakeManagementSource::FakeManagementSource", __LINE__,
                             code == ErrorCode::wmiBind ? bindTrace : ZelStdCore::Trace::capture);
         }

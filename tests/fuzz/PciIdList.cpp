@@ -1,5 +1,6 @@
 // Any bytes as a PCI ID list: the same names and warnings as from the plain parser.
 #include "hw-inventory-impl/lib/PCI/PciIdDatabase.h"
+#include "st-core/lib/Utf8.h"
 #include "tests/fakes/FakeMachine.h"
 #include "tests/unit/pci/PlainPciIds.h"
 

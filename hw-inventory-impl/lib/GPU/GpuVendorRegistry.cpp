@@ -3,6 +3,7 @@
 #include "hw-inventory-impl/lib/GPU/AMDGroup.h"
 #include "hw-inventory-impl/lib/GPU/NvidiaGroup.h"
 #include "st-core/lib/HostLogger.h"
+#include "st-core/lib/Utf8.h"
 
 #include <utility>
 

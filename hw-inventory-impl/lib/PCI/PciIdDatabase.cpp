@@ -3,7 +3,7 @@
 #include "hw-inventory-impl/lib/PCI/BuiltInList.h"
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/MemoryMappedFile.h"
-#include "st-core/lib/Text.h"
+#include "st-core/lib/Utf8.h"
 
 #include <memory>
 #include <utility>

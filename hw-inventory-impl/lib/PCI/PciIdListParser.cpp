@@ -1,8 +1,8 @@
 #include "hw-inventory-impl/lib/PCI/PciIdListParser.h"
 
 #include "hw-inventory-impl/lib/PCI/ListLines.h"
+#include "st-core/lib/Hexadecimal.h"
 #include "st-core/lib/HostLogger.h"
-#include "st-core/lib/Text.h"
 
 #include <algorithm>
 #include <array>

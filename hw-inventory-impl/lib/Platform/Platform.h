@@ -1,6 +1,6 @@
 #pragma once
 
-#include "st-core/lib/OSError.h"
+#include "st-core/lib/LastError.h"
 #include "st-core/lib/Result.h"
 
 #include <cstdint>

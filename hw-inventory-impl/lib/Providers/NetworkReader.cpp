@@ -4,6 +4,7 @@
 #include "hw-inventory-impl/lib/Providers/PnpDeviceId.h"
 #include "hw-inventory-impl/lib/Providers/Properties.h"
 #include "hw-inventory-impl/lib/Providers/WMIConnections.h"
+#include "st-core/lib/Format.h"
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/Text.h"
 

@@ -2,6 +2,8 @@
 
 #include "hw-inventory-impl/lib/PCI/PciIdDatabase.h"
 #include "hw-inventory-impl/lib/Platform/Platform.h"
+#include "st-core/lib/Format.h"
+#include "st-core/lib/Hexadecimal.h"
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/Text.h"
 

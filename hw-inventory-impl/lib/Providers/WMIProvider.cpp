@@ -3,9 +3,9 @@
 #include "hw-inventory-impl/lib/Providers/ComApiWin.h"
 #include "hw-inventory-impl/lib/Providers/WMIObjectWin.h"
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
+#include "st-core/lib/Format.h"
 #include "st-core/lib/HostLogger.h"
-#include "st-core/lib/OSError.h"
-#include "st-core/lib/Text.h"
+#include "st-core/lib/LastError.h"
 
 #include <comdef.h>
 
@@ -21,7 +21,7 @@ using ErrorHandling::Exception;
 using ZelStdCore::format;
 using ZelStdCore::LastError;
 
-const wchar_t* const kSource = L"hw-inventory-impl\\lib\\Providers\\WMIProvider.cpp";
+constexpr wchar_t kSourceFile[] = L"hw-inventory-impl\\lib\\Providers\\WMIProvider.cpp";
 const wchar_t* const kConnect = L"HardwareInventory::Providers::WMIProvider::WMIConnection::WMIConnection";
 const wchar_t* const kFailure = L"%1% (GetLastError() = %2%)";
 
@@ -93,7 +93,7 @@ WMIConnection::WMIConnection(const std::wstring& namespacePath, ZelStdCore::Trac
     {
         const LastError error = LastError::capture();
         logResult(L"CoInitializeEx", result);
-        throw Exception(ErrorCode::comInitialization, format(kFailure, error.text(), error.code), kSource, kConnect, __LINE__);
+        throw Exception(ErrorCode::comInitialization, format(kFailure, error.text(), error.code), kSourceFile, kConnect, __LINE__);
     }
 
     result =
@@ -102,7 +102,7 @@ WMIConnection::WMIConnection(const std::wstring& namespacePath, ZelStdCore::Trac
     {
         const LastError error = LastError::capture();
         logResult(L"CoCreateInstance", result);
-        throw Exception(ErrorCode::wmiLocator, format(kFailure, error.text(), error.code), kSource, kConnect, __LINE__);
+        throw Exception(ErrorCode::wmiLocator, format(kFailure, error.text(), error.code), kSourceFile, kConnect, __LINE__);
     }
 
     const Bstr path = makeBstr(namespacePath);
@@ -111,7 +111,7 @@ WMIConnection::WMIConnection(const std::wstring& namespacePath, ZelStdCore::Trac
     {
         const LastError error = LastError::capture();
         logResult(L"IWbemLocator::ConnectServer '" + namespacePath + L"'", result);
-        throw Exception(ErrorCode::wmiBind, format(kFailure, error.text(), error.code), kSource, kConnect, __LINE__, bindTrace);
+        throw Exception(ErrorCode::wmiBind, format(kFailure, error.text(), error.code), kSourceFile, kConnect, __LINE__, bindTrace);
     }
 
     result = ComApi::setProxyBlanket(services_.get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, RPC_C_AUTHN_LEVEL_CALL,
@@ -120,7 +120,7 @@ WMIConnection::WMIConnection(const std::wstring& namespacePath, ZelStdCore::Trac
     {
         const LastError error = LastError::capture();
         logResult(L"CoSetProxyBlanket", result);
-        throw Exception(ErrorCode::wmiSecurityBlanket, format(kFailure, error.text(), error.code), kSource, kConnect, __LINE__);
+        throw Exception(ErrorCode::wmiSecurityBlanket, format(kFailure, error.text(), error.code), kSourceFile, kConnect, __LINE__);
     }
 
     // An established connection always leaves COM once; a failed one must not close the host's apartment.
@@ -170,8 +170,8 @@ void WMIConnection::query(const std::wstring& wql, const ObjectCallback& callbac
     {
         const LastError error = LastError::capture();
         logResult(L"IWbemServices::ExecQuery '" + wql + L"'", result);
-        throw Exception(ErrorCode::wmiQuery, format(L"'%1%': %2% (GetLastError() = %3%)", wql, error.text(), error.code), kSource,
-                        L"HardwareInventory::Providers::WMIProvider::WMIConnection::query", __LINE__);
+        throw Exception(ErrorCode::wmiQuery, format(L"'%1%': %2% (GetLastError() = %3%)", wql, error.text(), error.code),
+                        kSourceFile, L"HardwareInventory::Providers::WMIProvider::WMIConnection::query", __LINE__);
     }
 
     for (;;)

@@ -2,6 +2,7 @@
 
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
 #include "st-core/lib/HostLogger.h"
+#include "st-core/lib/Utf8.h"
 
 #include <algorithm>
 #include <exception>

@@ -1,7 +1,7 @@
 #include "hw-inventory-impl/lib/SMBIOS/IdentifierText.h"
 
 #include "hw-inventory-impl/lib/PCI/PciIdDatabase.h"
-#include "st-core/lib/Text.h"
+#include "st-core/lib/Hexadecimal.h"
 
 #include <stdexcept>
 

@@ -1,7 +1,7 @@
 #include "hw-inventory-impl/lib/SMBIOS/Structure.h"
 
 #include "st-core/lib/HostLogger.h"
-#include "st-core/lib/Text.h"
+#include "st-core/lib/Utf8.h"
 
 #include <exception>
 

@@ -1,6 +1,7 @@
 #include "hw-inventory-impl/lib/GPU/GpuVendorRegistry.h"
 #include "hw_inventory_interface.h"
 #include "st-core/lib/HostLogger.h"
+#include "st-core/lib/Utf8.h"
 
 #include <windows.h>
 

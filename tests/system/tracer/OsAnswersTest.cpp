@@ -1,3 +1,4 @@
+#include "st-core/lib/LastError.h"
 #include "st-core/lib/MemoryMappedFile.h"
 #include "st-core/lib/OSError.h"
 #include "st-core/lib/RuntimeException.h"

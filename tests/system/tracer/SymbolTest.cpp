@@ -2,7 +2,6 @@
 #include "st-core/lib/ModuleVersionWin.h"
 #include "st-core/lib/SymbolNamesWin.h"
 #include "st-core/lib/SymbolSearchPathWin.h"
-#include "st-core/lib/WinTracer.h"
 
 #include <gtest/gtest.h>
 

@@ -3,9 +3,9 @@
 #include "st-core/lib/RuntimeException.cpp"
 
 #include "st-core/lib/DbgHelpWin.h"
+#include "st-core/lib/Format.h"
 #include "st-core/lib/HostLogger.h"
-#include "st-core/lib/OSError.h"
-#include "st-core/lib/Text.h"
+#include "st-core/lib/LastError.h"
 #include "st-core/lib/WinTracer.h"
 
 #include <gtest/gtest.h>
@@ -25,17 +25,17 @@ volatile int returned = 0;
 
 using Names = std::vector<std::wstring>;
 
-// The line of the call in tracedFunction, and of what comes after: the frame's address is where the call returns to.
 std::uint32_t tracedLine = 0;
 
+// The address of a frame is where its call returns to: both statements are on one line.
+// clang-format off
 std::vector<StackFrame> tracedFunction()
 {
-    // clang-format off
     tracedLine = __LINE__ + 1;
-    auto frames = Tracer::traceCurrentThread(); returned = 1;
-    // clang-format on
+    auto frames = currentStack(); returned = 1;
     return frames;
 }
+// clang-format on
 
 std::vector<StackFrame> (*volatile const kTracedFunction)() = &tracedFunction;
 
@@ -53,7 +53,7 @@ std::size_t (*volatile const kFramesAtDepth)(int) = &framesAtDepth;
 
 std::size_t framesAtDepth(int depth)
 {
-    const std::size_t count = depth == 0 ? Tracer::traceCurrentThread().size() : kFramesAtDepth(depth - 1);
+    const std::size_t count = depth == 0 ? currentStack().size() : kFramesAtDepth(depth - 1);
     returned = 1;
     return count;
 }
@@ -180,7 +180,7 @@ TEST(Tracer, AFailureLeavesTheFramesBeforeIt)
     {
         DbgHelp engine;
         std::wstring message;
-        std::size_t frames; // traceCurrentThread is one more
+        std::size_t frames; // currentStack has one more
     } cases[] = {{unwalkable, L"StackWalk64 failed at ", 4}, {undecorated, L"failed to get undecorated symbol short name: ", 2}};
     const HostModule module(L"host-module.dll");
     for (const auto& [engine, message, frames] : cases)

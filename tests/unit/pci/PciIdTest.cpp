@@ -1,5 +1,7 @@
 #include "hw-inventory-impl/lib/PCI/BuiltInList.h"
 #include "hw-inventory-impl/lib/PCI/PciIdDatabase.h"
+#include "st-core/lib/RuntimeException.h"
+#include "st-core/lib/Utf8.h"
 #include "tests/fakes/FakeMachine.h"
 #include "tests/unit/pci/PlainPciIds.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "st-core/lib/Text.h"
+#include "st-core/lib/Utf8.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,6 +1,7 @@
 #include "hw-inventory-impl/lib/Providers/PnpDeviceId.h"
 #include "st-core/lib/Text.h"
 #include "st-core/lib/Time.h"
+#include "st-core/lib/Utf8.h"
 #include "tests/unit/providers/Support.h"
 
 #include <nlohmann/json.hpp>

@@ -1,5 +1,5 @@
 #include "hw-inventory-impl/lib/Providers/PnpDeviceId.h"
-#include "st-core/lib/Text.h"
+#include "st-core/lib/Utf8.h"
 #include "tests/unit/providers/Support.h"
 
 namespace fakes

@@ -1,7 +1,7 @@
 #include "hw-inventory-impl/lib/VendorRegistry.h"
 #include "bench/PlainVendorRegistry.h"
 #include "hw-inventory-impl/lib/PCI/PciIdDatabase.h"
-#include "st-core/lib/Text.h"
+#include "st-core/lib/Utf8.h"
 #include "tests/fakes/FakeMachine.h"
 
 #include <gtest/gtest.h>

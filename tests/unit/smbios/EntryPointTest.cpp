@@ -1,6 +1,6 @@
 #include "hw-inventory-impl/lib/SMBIOS/Win32Parser.h"
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
-#include "st-core/lib/Text.h"
+#include "st-core/lib/Utf8.h"
 #include "tests/fakes/FakeMachine.h"
 #include "tests/unit/smbios/SmbiosTest.h"
 

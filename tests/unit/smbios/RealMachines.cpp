@@ -3,7 +3,7 @@
 #include "hw-inventory-impl/lib/PCI/PciIdDatabase.h"
 #include "hw-inventory-impl/lib/SMBIOS/IdentifierText.h"
 #include "hw-inventory-impl/lib/SMBIOS/Win32Parser.h"
-#include "st-core/lib/Text.h"
+#include "st-core/lib/Utf8.h"
 #include "tests/fakes/FakeMachine.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,5 @@
 #include "hw-inventory-impl/lib/SMBIOS/Win32Parser.h"
-#include "st-core/lib/Text.h"
+#include "st-core/lib/Utf8.h"
 #include "tests/fakes/FakeMachine.h"
 #include "tests/unit/smbios/SmbiosTest.h"
 

@@ -1,4 +1,5 @@
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
+#include "st-core/lib/LastError.h"
 #include "st-core/lib/OSError.h"
 #include "st-core/lib/RuntimeException.h"
 #include "tests/fakes/FakeMachine.h"

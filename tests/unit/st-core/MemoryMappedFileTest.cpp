@@ -1,6 +1,6 @@
 #include "st-core/lib/MemoryMappedFile.h"
+#include "st-core/lib/Format.h"
 #include "st-core/lib/RuntimeException.h"
-#include "st-core/lib/Text.h"
 #include "tests/fakes/FakeMachine.h"
 
 #include <gtest/gtest.h>

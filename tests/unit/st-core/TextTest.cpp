@@ -1,4 +1,7 @@
 #include "st-core/lib/Text.h"
+#include "st-core/lib/Format.h"
+#include "st-core/lib/Hexadecimal.h"
+#include "st-core/lib/Utf8.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,7 @@
 #include "st-core/lib/Time.h"
+#include "st-core/lib/Format.h"
 #include "st-core/lib/RuntimeException.h"
-#include "st-core/lib/Text.h"
+#include "st-core/lib/Utf8.h"
 #include "tests/fakes/FakeMachine.h"
 
 #include <gtest/gtest.h>

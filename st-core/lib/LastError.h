@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace ZelStdCore
+{
+// The calling thread's last operating-system error, saved at the failing call before anything else can replace it.
+struct LastError
+{
+    std::uint32_t code = 0;
+
+    static LastError capture();
+
+    // The system's message for the code in the user's language, exactly as the system gives it (trailing line break
+    // included). Empty for code 0 and for a code without a message.
+    std::wstring text() const;
+};
+
+// LastError::capture().text()
+std::wstring lastErrorText();
+
+// Platform operations, answered by the Windows file or by the tests.
+namespace Platform
+{
+std::uint32_t lastErrorCode();
+void setLastErrorCode(std::uint32_t code);
+std::wstring systemMessage(std::uint32_t code);
+}
+}
