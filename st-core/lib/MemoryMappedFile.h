@@ -14,8 +14,8 @@ public:
     MemoryMappedFile& operator=(const MemoryMappedFile&) = delete;
     ~MemoryMappedFile() { close(); }
 
-    // Closes what is held, then maps the file. Throws RuntimeException naming the path and the system's error; nothing stays
-    // open then.
+    // Closes what is held, then maps the file. Throws RuntimeException with the path and the system's error; nothing stays open
+    // then.
     void open(const std::wstring& path);
 
     // Releases everything; harmless on a closed object.
@@ -32,13 +32,13 @@ private:
     void* mapping_ = nullptr;
 };
 
-// Platform operations, answered by the Windows file or by the tests. Handles are opaque.
+// Platform operations, implemented by the Windows file and by the tests. Handles are opaque.
 namespace Platform
 {
-// A failed open is answered with the platform's invalid handle, which is not null.
+// On failure the platform's invalid handle, which is not null.
 void* openForReading(const std::wstring& path);
 void* createReadOnlyMapping(void* file);                // null on failure
-int fileSize(void* file, std::uint64_t& size);          // the size query's own result
+int fileSize(void* file, std::uint64_t& size);          // the result of the size query: 0 on failure
 const char* mapView(void* mapping, std::uint64_t size); // null on failure
 void unmapView(const char* view);
 void closeHandle(void* handle);

@@ -16,9 +16,9 @@ void* createReadOnlyMapping(void* file)
 
 int fileSize(void* file, std::uint64_t& size)
 {
-    LARGE_INTEGER answer{};
-    const BOOL result = GetFileSizeEx(file, &answer);
-    size = static_cast<std::uint64_t>(answer.QuadPart);
+    LARGE_INTEGER queried{};
+    const BOOL result = GetFileSizeEx(file, &queried);
+    size = static_cast<std::uint64_t>(queried.QuadPart);
     return result;
 }
 
