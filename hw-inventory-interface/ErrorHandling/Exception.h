@@ -7,7 +7,7 @@
 
 namespace HardwareInventory::ErrorHandling
 {
-// The library's error codes. Those of Linux and macOS sources keep their numbers, though no collector here raises them.
+// The library's error codes. Those of Linux and macOS keep their numbers, though no collector here raises them.
 enum class ErrorCode : std::uint64_t
 {
     comInitialization,

@@ -38,7 +38,7 @@ void set(const char*& field, std::wstring_view text)
     field = copy;
 }
 
-void setPlace(const ZelStdCore::RuntimeException& exception)
+void setCommonFields(const ZelStdCore::RuntimeException& exception)
 {
     clearRecord();
     set(record.stackTrace, exception.trace());
@@ -48,7 +48,7 @@ void setPlace(const ZelStdCore::RuntimeException& exception)
     set(record.message, exception.message());
 }
 
-// The stack of the catcher, since a standard exception brings none of its thrower.
+// The stack of the catcher: std::exception carries no stack of the throw site.
 ST_CORE_OWN_FRAME
 std::wstring traceHere()
 {
@@ -77,7 +77,7 @@ ExportStatus statusOf(ErrorCode code)
     return EXPORT_STATUS_OTHER;
 }
 
-// The status comes before the texts, for which memory may be lacking.
+// Sets the status before the texts, which may run out of memory.
 void fillRecord(const std::exception_ptr& exception, ExportStatus& status)
 {
     try
@@ -87,12 +87,12 @@ void fillRecord(const std::exception_ptr& exception, ExportStatus& status)
     catch (const Exception& caught)
     {
         status = statusOf(caught.code());
-        setPlace(caught);
+        setCommonFields(caught);
         set(record.errorText, errorText(caught.code()));
     }
     catch (const ZelStdCore::RuntimeException& caught)
     {
-        setPlace(caught);
+        setCommonFields(caught);
     }
     catch (const std::exception& caught)
     {

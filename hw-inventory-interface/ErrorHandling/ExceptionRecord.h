@@ -7,11 +7,11 @@
 
 namespace HardwareInventory::ErrorHandling
 {
-// The process-wide record of the last failure: all null before the first one, kept by a success, unsynchronised.
+// The process-wide record of the last failure: all null before the first one, unchanged by a success, not synchronised.
 const ExceptionRecord& lastException();
 
-// Refills the record from the exception, sends its text to the host's log and tells the status that stands for it. An absent
-// exception is no failure and changes nothing. Where memory runs out on the way, the record stays empty.
+// Fills the record from the exception, logs its text to the host and returns its status. A null exception is a success and
+// changes nothing. If memory runs out, the record is left empty.
 ExportStatus recordFailure(const std::exception_ptr& exception) noexcept;
 
 // The one-line text of a record, without the parts that it does not have.

@@ -11,7 +11,7 @@
 
 namespace ZelStdCore
 {
-// The symbol engine's functions. The library is loaded from the system folder at first use and stays loaded.
+// The functions of dbghelp. The library is loaded from the system folder at first use and stays loaded.
 struct DbgHelp
 {
     decltype(&::SymGetOptions) getOptions;
@@ -27,31 +27,30 @@ struct DbgHelp
     decltype(&::SymFunctionTableAccess64) functionTable;
     decltype(&::SymGetModuleBase64) moduleBase;
 
-    // Null when the engine is not there; the last OS error tells why.
+    // Null when dbghelp or one of the functions is missing; the last OS error is the reason.
     static const DbgHelp* instance();
 };
 
-// One session of the engine on a process. The engine knows sessions by the value of the process handle, and the host may have
-// one under the handle that was given: this one has a duplicate. The engine's options, which are the whole process's, are put
-// back at the end.
+// One session of the symbol handler on a process. dbghelp identifies sessions by the value of the process handle, and the host may
+// have one under the handle given: this one has a duplicate. dbghelp's options, which are per process, are restored at the end.
 class SymbolSession
 {
 public:
-    SymbolSession(const DbgHelp& engine, HANDLE process, const std::wstring& searchPath, std::uint32_t options);
+    SymbolSession(const DbgHelp& dbghelp, HANDLE process, const std::wstring& searchPath, std::uint32_t options);
     SymbolSession(const SymbolSession&) = delete;
     SymbolSession& operator=(const SymbolSession&) = delete;
     ~SymbolSession();
 
-    const DbgHelp& engine() const { return engine_; }
+    const DbgHelp& dbghelp() const { return dbghelp_; }
 
-    // Null when the process's handle could not be duplicated; the last OS error tells why.
+    // Null when the process's handle could not be duplicated; the last OS error is the reason.
     HANDLE handle() const { return handle_.get(); }
 
-    // Loads the symbols of a module, and answers with the OS error number: 0 as well for a module that is loaded already.
+    // Loads the symbols of a module. Returns the OS error number: 0 as well for a module that is loaded already.
     std::uint32_t load(const wchar_t* image, const wchar_t* name, std::uint64_t base, std::uint32_t size) const;
 
 private:
-    const DbgHelp& engine_;
+    const DbgHelp& dbghelp_;
     Unique<HANDLE, CloseHandle> handle_;
     std::uint32_t optionsBefore_;
 };

@@ -42,7 +42,7 @@ std::string messageOf(const logging::record_view& record)
     return narrow ? *narrow : std::string();
 }
 
-// The filter of each sink has let through no record without a severity.
+// Every record here has a severity: the filters of the sinks drop all others.
 void writeSeverityAndMessage(const logging::record_view& record, logging::formatting_ostream& line)
 {
     line << " <" << toUtf8(severityName(record[severityAttribute].get())) << ">: " << messageOf(record);
@@ -59,7 +59,7 @@ std::string currentThreadNumber()
     return number.str();
 }
 
-// The file is opened here and now: a backend that knows files by name would empty it at its first record only.
+// The file is opened at once: a backend that takes a file name would empty it at the first record only.
 boost::shared_ptr<sinks::sink> makeSink(const boost::filesystem::path& file, const logging::filter& filter,
                                         const logging::formatter& formatter)
 {
@@ -92,7 +92,7 @@ void FileLogger::initFileLogging(const std::wstring& directory, bool withCounter
     const auto time = expressions::format_date_time(timeStampAttribute, kTimeFormat);
     const auto rest = expressions::wrap_formatter(&writeSeverityAndMessage);
     const logging::formatter line = expressions::stream << time << rest;
-    // One number for all lines, that of the thread that sets the files up.
+    // All lines show the thread that calls this.
     const logging::formatter lineWithThread = expressions::stream << time << " thread: " << currentThreadNumber() << " " << rest;
 
     std::vector<boost::shared_ptr<sinks::sink>> opened;
@@ -105,7 +105,7 @@ void FileLogger::initFileLogging(const std::wstring& directory, bool withCounter
 
     sinks_ = std::move(opened);
     const auto core = logging::core::get();
-    // Nothing changes where the program has an attribute of that name.
+    // Has no effect if the program has an attribute of that name.
     core->add_global_attribute("TimeStamp", logging::attributes::local_clock());
     for (const auto& sink : sinks_)
         core->add_sink(sink);

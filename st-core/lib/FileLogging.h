@@ -10,10 +10,10 @@
 
 namespace ZelStdCore
 {
-// Log files in one directory, fed by Boost.Log: the records' attributes are "Severity" (the type Severity) and "TimeStamp" (a
-// posix time; a local clock is registered under that name unless the program has one). Messages may be narrow (UTF-8) or wide.
+// Log files in one directory, written through Boost.Log: the records' attributes are "Severity" (the type Severity) and "TimeStamp"
+// (a posix time; a local clock is registered under that name unless the program has one). Messages may be narrow (UTF-8) or wide.
 //
-// The inventory sets up no log files; this serves programs that use core support by itself.
+// The inventory writes no log files; this is for programs that use core support by itself.
 class FileLogger
 {
 public:
@@ -25,9 +25,9 @@ public:
     ~FileLogger();
 
     // Creates the directory (one level) and opens, emptied, "info.log" for info and warnings, "error.log" for errors and fatal
-    // errors, and if wanted "counters.log" for counters. Files of an earlier set-up of this object are given up. A line of
-    // "error.log" shows the identifier of the thread that calls this, whichever thread logs. Throws
-    // boost::filesystem::filesystem_error when the directory cannot be created or a file not be opened.
+    // errors, and if wanted "counters.log" for counters. Files that this object opened before are closed. A line of
+    // "error.log" contains the identifier of the thread that calls this, whichever thread logs. Throws
+    // boost::filesystem::filesystem_error when the directory cannot be created or a file cannot be opened.
     void initFileLogging(const std::wstring& directory, bool withCounters);
 
 private:

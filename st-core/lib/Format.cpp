@@ -8,7 +8,7 @@ namespace ZelStdCore
 {
 std::wstring formatArguments(const wchar_t* pattern, std::initializer_list<FormatArgument> arguments)
 {
-    // The classic locale: numbers are written without the grouping of the process's own locale.
+    // The classic locale: the process's locale may group digits.
     boost::wformat message(pattern, std::locale::classic());
     for (const FormatArgument& argument : arguments)
         std::visit([&message](const auto& value) { message % value; }, argument.value());

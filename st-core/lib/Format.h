@@ -38,7 +38,7 @@ private:
     Value value_;
 };
 
-// Fills a message pattern. Positional ("%1%") and printf-like ("%s", "%d", "%04X", "%p") directives are both understood.
+// Fills a message pattern with positional ("%1%") or printf-like ("%s", "%d", "%04X", "%p") directives.
 std::wstring formatArguments(const wchar_t* pattern, std::initializer_list<FormatArgument> arguments);
 
 template <class... Arguments>

@@ -24,7 +24,7 @@ Hexadecimal parsePrefix(std::basic_string_view<Character> text)
 {
     if (text.empty() || !hexadecimalDigit(text.front()))
         return {0, HexadecimalError::noDigits};
-    // "0x" with nothing behind it is a zero all the same.
+    // "0x" with no digit after it is a zero.
     if (text.size() >= 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X'))
         text.remove_prefix(2);
 

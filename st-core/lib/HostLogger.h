@@ -21,7 +21,7 @@ enum class Severity : std::uint32_t
 // The lower-case name of a severity; "unknown" for a value outside the enumeration.
 const wchar_t* severityName(Severity severity);
 
-// The process-wide slot for the host's logging callback. Unsynchronised: the host serialises its calls into the library.
+// The process-wide slot for the host's logging callback. Not synchronised: the host serialises its calls into the library.
 class HostLogger
 {
 public:
@@ -34,14 +34,14 @@ public:
     void set(Callback callback) { callback_ = callback; }
     bool enabled() const { return callback_ != nullptr; }
 
-    // Hands the message to the callback as UTF-8, valid only during the call. Without a callback it is dropped.
+    // Passes the message to the callback as UTF-8, valid only during the call. Without a callback it is dropped.
     void log(Severity severity, std::wstring_view message) const;
 
 private:
     Callback callback_ = nullptr;
 };
 
-// Formats the message and hands it to the host. With no callback installed nothing is formatted.
+// Formats and logs the message. Without a callback nothing is formatted.
 template <class... Arguments>
 void logMessage(Severity severity, const wchar_t* pattern, const Arguments&... arguments)
 {

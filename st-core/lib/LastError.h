@@ -5,7 +5,7 @@
 
 namespace ZelStdCore
 {
-// The calling thread's last operating-system error, saved at the failing call before anything else can replace it.
+// The calling thread's last OS error, saved after the failing call before anything else replaces it.
 struct LastError
 {
     std::uint32_t code = 0;
@@ -20,7 +20,7 @@ struct LastError
 // LastError::capture().text()
 std::wstring lastErrorText();
 
-// Platform operations, answered by the Windows file or by the tests.
+// Platform operations, implemented by the Windows file and by the tests.
 namespace Platform
 {
 std::uint32_t lastErrorCode();

@@ -10,7 +10,7 @@ namespace ZelStdCore
 {
 namespace
 {
-constexpr const wchar_t* kSourceFile = L"st-core\\lib\\MemoryMappedFile.cpp";
+constexpr wchar_t kSourceFile[] = L"st-core\\lib\\MemoryMappedFile.cpp";
 constexpr const wchar_t* kFunction = L"ZelStdCore::MemoryMappedFile::open";
 }
 
@@ -28,7 +28,7 @@ void MemoryMappedFile::open(const std::wstring& path)
 
     path_ = path;
     file_.reset(Platform::openForReading(path));
-    // A failed open answers with the invalid handle, never null: it is the mapping that then fails and is told.
+    // A failed open returns the invalid handle, never null: the mapping then fails and is reported.
     if (!file_)
     {
         const LastError error = LastError::capture();
@@ -45,7 +45,7 @@ void MemoryMappedFile::open(const std::wstring& path)
                                __LINE__);
     }
 
-    // The size query answers with a boolean, so that only what it never returns would count as a failure.
+    // The size query returns a boolean: a failure is never negative and goes unnoticed.
     if (Platform::fileSize(file_.get(), size_) < 0)
     {
         const LastError error = LastError::capture();

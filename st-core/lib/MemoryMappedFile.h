@@ -28,8 +28,8 @@ public:
     MemoryMappedFile& operator=(const MemoryMappedFile&) = delete;
     ~MemoryMappedFile() { close(); }
 
-    // Closes what is held, then maps the file. Throws RuntimeException naming the path and the system's error; nothing stays
-    // open then.
+    // Closes what is held, then maps the file. Throws RuntimeException with the path and the system's error; nothing stays open
+    // then.
     void open(const std::wstring& path);
 
     // Releases everything; harmless on a closed object.

@@ -16,9 +16,9 @@ void* createReadOnlyMapping(void* file)
 
 int fileSize(void* file, std::uint64_t& size)
 {
-    LARGE_INTEGER bytes{};
-    const BOOL result = GetFileSizeEx(file, &bytes);
-    size = static_cast<std::uint64_t>(bytes.QuadPart);
+    LARGE_INTEGER queried{};
+    const BOOL result = GetFileSizeEx(file, &queried);
+    size = static_cast<std::uint64_t>(queried.QuadPart);
     return result;
 }
 

@@ -4,9 +4,9 @@
 #include <cstring>
 #include <cxxabi.h>
 
-// What mingw's C++ runtime takes from the heap on first use (locks, once-objects, exceptions) it cannot do without: where malloc
-// fails it crashes, aborts or recurses without end. A library with this file has memory of its own for that case. The linker sends
-// every call of malloc and its kin here, and the C runtime's own functions are reached by the names below (CMakeLists.txt).
+// mingw's C++ runtime allocates on first use (locks, once-objects, exceptions). If malloc fails there, it crashes, aborts or
+// recurses without end. A library with this file has memory of its own for that case. The linker redirects malloc, calloc, realloc
+// and free to the wrappers below, which call the C runtime's functions by these names (CMakeLists.txt).
 extern "C"
 {
 extern void* (*__imp_crt_malloc)(std::size_t size);
@@ -23,7 +23,7 @@ alignas(16) std::byte memory[kUnits * kUnitSize];
 std::uint16_t unitsTaken[kUnits]; // from this unit to the end of its block; 0 where it is free
 std::atomic_flag busy;
 
-// Held for some microseconds, and only while the heap is exhausted. A lock of the runtime would itself need memory.
+// Held for microseconds, and only while the heap is exhausted. A lock of the runtime would itself need memory.
 struct Lock
 {
     Lock()
@@ -116,8 +116,8 @@ void* __wrap_realloc(void* block, std::size_t size)
 }
 }
 
-// A thread's exceptions, in the image's own thread-local storage. The runtime's own takes heap blocks and two handles when a thread
-// throws for the first time, and aborts where one of them cannot be had.
+// The exceptions of a thread, in the image's own thread-local storage. The runtime's version allocates heap blocks and two handles
+// when a thread first throws, and aborts if that fails.
 namespace __cxxabiv1
 {
 struct __cxa_eh_globals

@@ -1,8 +1,7 @@
 #include <windows.h>
 
-// A library that links this file stays in its process once it is loaded. Its static C++ runtime would leave a TLS index and the
-// pool for its exceptions behind each time that it is unloaded, the host may keep the address of the exception record, and the
-// callbacks that run at the end of a thread must still be there.
+// A library that links this file is never unloaded. Each unload would leak a TLS index and the exception pool of the static C++
+// runtime, the host may keep the address of the exception record, and the callbacks at the end of a thread must stay valid.
 namespace
 {
 bool pinThisModule()

@@ -11,7 +11,7 @@ namespace ZelStdCore
 {
 namespace
 {
-// Loaded at first use, as it serves the tracer's own log alone.
+// Loaded at first use: only the tracer's own log needs it.
 struct VersionLibrary
 {
     decltype(&::GetFileVersionInfoSizeW) informationSize;

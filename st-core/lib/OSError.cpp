@@ -8,7 +8,7 @@ namespace ZelStdCore
 {
 namespace
 {
-constexpr const wchar_t* kSourceFile = L"st-core\\lib\\OSError.cpp";
+constexpr wchar_t kSourceFile[] = L"st-core\\lib\\OSError.cpp";
 constexpr std::size_t kErrorTextSize = 4096;
 }
 

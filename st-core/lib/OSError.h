@@ -10,8 +10,8 @@ std::wstring strerror(int errorNumber);
 
 namespace Platform
 {
-// The bounded error-text function of the C library: the status (0 on success), and the text in the buffer. Answered by the Windows
-// file or by the tests.
+// The bounded error-text function of the C library: the status (0 on success), and the text in the buffer. Implemented by the
+// Windows file and by the tests.
 int errorNumberText(int errorNumber, char* buffer, std::size_t size);
 }
 }

@@ -8,7 +8,7 @@
 
 namespace ZelStdCore
 {
-// Whether a failure takes the stack of its thrower along. One that is caught and only logged captures none: a trace costs a whole
+// Whether a failure captures the stack of its thrower. One that is caught and only logged captures none: a trace costs a whole
 // session of the symbol handler.
 enum class Trace
 {
@@ -21,7 +21,7 @@ enum class Trace
 constexpr std::uint32_t kThrowSiteFrames = 2;
 
 // A failure with the place where it was raised and the stack of the throwing thread. Deliberately no std::exception: the
-// boundary tells the two apart.
+// exported functions report the two differently.
 class RuntimeException
 {
 public:

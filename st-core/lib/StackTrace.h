@@ -32,13 +32,13 @@ struct StackFrame
 };
 
 // The stack of this thread, beginning with the function that calls this one. A failure ends the walk; the frames before it are
-// returned. Answered by the tracer on Windows, and by the tests.
+// returned. Implemented by the tracer on Windows and by the tests.
 ST_CORE_OWN_FRAME std::vector<StackFrame> currentStack();
 
-// The frames as text, one "[displacement] file:function:line" a line. At the start-up code of the runtime ("invoke_main") the
-// stack is over: that frame and all behind it are left out.
+// The frames as text, one "[displacement] file:function:line" a line. The start-up code of the runtime ("invoke_main") ends it:
+// that frame and all after it are left out.
 std::wstring renderFrames(const std::vector<StackFrame>& frames);
 
-// Drops "invoke_main" and every frame behind it.
+// Drops "invoke_main" and every frame after it.
 void dropStartupFrames(std::vector<StackFrame>& frames);
 }

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdlib>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 #if defined(__GNUC__)
@@ -16,7 +17,7 @@ namespace ZelStdCore
 {
 namespace
 {
-// By the engine's symbol type.
+// By SYM_TYPE.
 constexpr auto kSymbolTypeNames = std::to_array<const wchar_t*>({
     L"-nosymbols-",
     L"COFF",
@@ -32,8 +33,8 @@ static_assert(kSymbolTypeNames.size() == SymVirtual + 1);
 
 constexpr std::size_t kLongestUndecoratedName = 16384;
 
-// The engine knows the decoration of one compiler. Names of the common C++ ABI reach it from export tables and from symbols
-// in the other compilers' format, and it hands them back as they are.
+// dbghelp undecorates the names of one compiler. Names of the common C++ ABI reach it from export tables and from symbols in the
+// other compilers' format, and it returns them unchanged.
 std::wstring demangle(const std::wstring& name)
 {
 #if defined(__GNUC__)
@@ -49,7 +50,7 @@ std::wstring demangle(const std::wstring& name)
     return name;
 }
 
-bool isMangled(const std::wstring& name)
+bool isMangled(std::wstring_view name)
 {
     return name.starts_with(L"_Z");
 }
@@ -70,13 +71,13 @@ std::wstring withoutParameters(const std::wstring& name)
     return name;
 }
 
-UndecoratedName undecorate(const DbgHelp& engine, const std::wstring& name, DWORD flags)
+UndecoratedName undecorate(const DbgHelp& dbghelp, const std::wstring& name, DWORD flags)
 {
-    // The engine takes an empty name for a failure.
+    // dbghelp treats an empty name as a failure.
     if (name.empty())
         return {true, {}};
     std::vector<wchar_t> buffer(kLongestUndecoratedName);
-    const DWORD length = engine.undecorate(name.c_str(), buffer.data(), static_cast<DWORD>(buffer.size()), flags);
+    const DWORD length = dbghelp.undecorate(name.c_str(), buffer.data(), static_cast<DWORD>(buffer.size()), flags);
     return {length != 0, std::wstring(buffer.data(), length)};
 }
 }
@@ -86,17 +87,17 @@ const wchar_t* symbolTypeName(std::uint32_t type)
     return type < kSymbolTypeNames.size() ? kSymbolTypeNames[type] : L"-unknown-";
 }
 
-UndecoratedName shortSymbolName(const DbgHelp& engine, const std::wstring& name)
+UndecoratedName shortSymbolName(const DbgHelp& dbghelp, const std::wstring& name)
 {
     if (isMangled(name))
         return {true, withoutParameters(demangle(name))};
-    return undecorate(engine, name, UNDNAME_NAME_ONLY);
+    return undecorate(dbghelp, name, UNDNAME_NAME_ONLY);
 }
 
-UndecoratedName completeSymbolName(const DbgHelp& engine, const std::wstring& name)
+UndecoratedName completeSymbolName(const DbgHelp& dbghelp, const std::wstring& name)
 {
     if (isMangled(name))
         return {true, demangle(name)};
-    return undecorate(engine, name, UNDNAME_COMPLETE);
+    return undecorate(dbghelp, name, UNDNAME_COMPLETE);
 }
 }

@@ -33,13 +33,13 @@ std::optional<std::wstring> variable(const wchar_t* name)
 }
 }
 
-std::wstring composeSymbolSearchPath(const std::wstring& userPath, bool withServer)
+std::wstring composeSymbolSearchPath(std::wstring_view userPath, bool withServer)
 {
     std::wstring path;
-    const auto add = [&path](const std::wstring& element)
+    const auto add = [&path](std::wstring_view element)
     {
         if (!element.empty())
-            path += element + L";";
+            path.append(element) += L';';
     };
 
     add(userPath);

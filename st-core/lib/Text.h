@@ -5,7 +5,7 @@
 
 namespace ZelStdCore
 {
-// Without leading and trailing white space as the C library's wide classification has it.
+// Without leading and trailing white space (std::iswspace).
 std::wstring_view trim(std::wstring_view text);
 
 // Without leading and trailing characters of the given set.

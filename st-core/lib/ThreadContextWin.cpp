@@ -7,7 +7,7 @@ bool isCallingThread(HANDLE thread)
     return thread == GetCurrentThread() || GetThreadId(thread) == GetCurrentThreadId();
 }
 
-// Nothing is allocated in here: the suspended thread may hold the lock of the heap.
+// Allocates nothing: the suspended thread may hold the heap lock.
 bool readContext(HANDLE thread, CONTEXT& context)
 {
     if (SuspendThread(thread) == static_cast<DWORD>(-1))

@@ -6,6 +6,6 @@ namespace ZelStdCore
 {
 bool isCallingThread(HANDLE thread);
 
-// Where a thread other than the caller's is now. It is suspended while its context is read. False when it cannot be had.
+// The context of a thread other than the caller's, which is suspended while it is read. False on failure.
 bool readContext(HANDLE thread, CONTEXT& context);
 }

@@ -20,7 +20,7 @@ namespace ZelStdCore
 {
 namespace
 {
-constexpr const wchar_t* kSourceFile = L"st-core\\lib\\Time.cpp";
+constexpr wchar_t kSourceFile[] = L"st-core\\lib\\Time.cpp";
 constexpr std::size_t kTimeTextSize = 1024;
 
 bool localTime(std::time_t time, std::tm& fields)
@@ -49,8 +49,8 @@ std::unique_ptr<Facet> makeFacet(const std::wstring& format)
                                    1);
 }
 
-// The length of the text, 0 when it is empty or too long. A C library may answer a text that is too long by filling the whole
-// buffer, without a terminating zero.
+// The length of the text, 0 when it is empty or too long. Some C libraries fill the whole buffer with a text that is too long,
+// without a terminating zero.
 std::size_t writeLocalTime(CalendarTime time, const std::wstring& format, std::array<wchar_t, kTimeTextSize>& text)
 {
     std::tm fields{};
@@ -64,7 +64,7 @@ std::size_t writeLocalTime(CalendarTime time, const std::wstring& format, std::a
 Result<CalendarTime, TimeFailure> readTime(const std::wstring& text, const std::wstring& format)
 try
 {
-    // With a reference of its own, so that no locale deletes it: a locale that cannot be made would not either.
+    // Owned here (refs = 1): a locale constructor that throws would leak it.
     const std::unique_ptr<Facet> facet = makeFacet(format);
     std::wistringstream stream(text);
     stream.imbue(std::locale(std::locale::classic(), facet.get()));

@@ -71,7 +71,7 @@ std::size_t sequenceLength(unsigned char lead)
     return 0;
 }
 
-// The code point at the beginning of the text, which is cut off; nothing where the text is not well formed.
+// Removes the first code point from the text and returns it; nothing if the text is not well formed.
 std::optional<char32_t> takeCodePoint(std::string_view& text)
 {
     const auto lead = static_cast<unsigned char>(text.front());

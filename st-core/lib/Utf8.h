@@ -5,9 +5,9 @@
 
 namespace ZelStdCore
 {
-// Text is wide inside the library (UTF-16 on Windows, UTF-32 where wchar_t has four bytes) and UTF-8 at its borders.
+// Text is wide inside the library (UTF-16 on Windows, UTF-32 where wchar_t has four bytes) and UTF-8 at its interfaces.
 
-// Decodes UTF-8; text that is not valid UTF-8 is taken as Latin-1 whole, so that every byte string has a wide form.
+// Decodes UTF-8. Text that is not valid UTF-8 is decoded as Latin-1 as a whole, so that every byte string has a wide form.
 std::wstring widen(std::string_view text);
 
 // Encodes as UTF-8. A surrogate pair becomes one four-byte sequence; a lone surrogate or a value beyond U+10FFFF becomes U+FFFD.

@@ -22,13 +22,13 @@ namespace ZelStdCore
 {
 namespace
 {
-constexpr const wchar_t* kSourceFile = L"st-core\\lib\\WinTracer.cpp";
+constexpr wchar_t kSourceFile[] = L"st-core\\lib\\WinTracer.cpp";
 constexpr std::uint32_t kExceptionOptions =
     Tracer::symbolNames | Tracer::sourceLines | Tracer::moduleInformation | Tracer::logModules;
-constexpr std::uint32_t kEngineOptions = SYMOPT_UNDNAME | SYMOPT_DEFERRED_LOADS | SYMOPT_LOAD_LINES | SYMOPT_LOAD_ANYTHING |
+constexpr std::uint32_t kSymbolOptions = SYMOPT_UNDNAME | SYMOPT_DEFERRED_LOADS | SYMOPT_LOAD_LINES | SYMOPT_LOAD_ANYTHING |
                                          SYMOPT_FAIL_CRITICAL_ERRORS | SYMOPT_INCLUDE_32BIT_MODULES | SYMOPT_NO_PROMPTS |
                                          SYMOPT_FAVOR_COMPRESSED;
-static_assert(kEngineOptions == 0x882256);
+static_assert(kSymbolOptions == 0x882256);
 constexpr std::size_t kLongestSymbolName = 4096;
 constexpr std::size_t kLongestPath = 32768;
 
@@ -50,7 +50,7 @@ using Snapshot = Unique<HANDLE, CloseHandle, kInvalidHandle>;
 
 using SymbolBuffer = std::unique_ptr<std::byte[]>;
 
-// Null when there is no memory for it.
+// Null if memory runs out.
 SymbolBuffer newSymbolBuffer()
 {
     SymbolBuffer buffer(new (std::nothrow) std::byte[sizeof(SYMBOL_INFOW) + kLongestSymbolName * sizeof(wchar_t)]);
@@ -62,8 +62,8 @@ SymbolBuffer newSymbolBuffer()
     return buffer;
 }
 
-// Whether the symbols were read from the PDB in the folder of the module. Wine reports the name that is in the module instead of
-// the file that was read, and takes a relative one from the current folder first.
+// Whether the symbols come from the PDB in the folder of the module. Wine reports the PDB name in the module instead of the file
+// that it read, and resolves a relative name against the current folder first.
 bool hasItsOwnPdb(const IMAGEHLP_MODULEW64& module)
 {
     namespace files = boost::filesystem;
@@ -97,13 +97,13 @@ void Tracer::beginSession()
 {
     if (session_)
         return;
-    const DbgHelp* engine = DbgHelp::instance();
+    const DbgHelp* dbghelp = DbgHelp::instance();
     std::unique_ptr<SymbolSession> session;
-    if (engine)
+    if (dbghelp)
         session = std::make_unique<SymbolSession>(
-            *engine, process_,
+            *dbghelp, process_,
             options_ & composeSearchPath ? composeSymbolSearchPath(searchPath_, (options_ & symbolServer) != 0) : std::wstring(),
-            kEngineOptions);
+            kSymbolOptions);
     if (!session || !session->handle())
         throw RuntimeException(format(L"failed to initialize tracer: %1%", lastErrorText()), kSourceFile,
                                L"ZelStdCore::Tracer::loadModules", __LINE__, Trace::none);
@@ -145,7 +145,7 @@ bool Tracer::getModuleListPSAPI(HANDLE process)
     std::vector<HMODULE> modules(size / sizeof(HMODULE));
     if (!K32EnumProcessModules(process, modules.data(), size, &size))
         throw RuntimeException(L"failed to enumerate process modules", kSourceFile, kFunction, __LINE__, Trace::none);
-    // Modules may have gone in between.
+    // Modules may have been unloaded in between.
     if (size / sizeof(HMODULE) < modules.size())
         modules.resize(size / sizeof(HMODULE));
 
@@ -183,7 +183,7 @@ void Tracer::logModule(const wchar_t* image, const wchar_t* name, std::uint64_t 
 {
     IMAGEHLP_MODULEW64 module{};
     module.SizeOfStruct = sizeof(module);
-    const BOOL known = session_->engine().moduleInformation(session_->handle(), base, &module);
+    const BOOL known = session_->dbghelp().moduleInformation(session_->handle(), base, &module);
     log(L"Loaded %s:%s (%p), size: %d (result: %d), symbol type: '%s', PDB: '%s', version: %x\n", image, name, pointer(base), size,
         result, symbolTypeName(known ? module.SymType : SymNone), module.LoadedPdbName, moduleVersion(image));
 }
@@ -214,12 +214,12 @@ void Tracer::appendTrace(HANDLE thread, const CONTEXT* given, std::vector<StackF
                                kFunction, __LINE__, Trace::none);
 
     auto& symbol = *reinterpret_cast<SYMBOL_INFOW*>(buffer.get());
-    const DbgHelp& engine = session_->engine();
+    const DbgHelp& dbghelp = session_->dbghelp();
     STACKFRAME64 step = firstFrame(context);
     do
     {
-        if (!engine.walkStack(IMAGE_FILE_MACHINE_AMD64, session_->handle(), thread, &step, &context, nullptr, engine.functionTable,
-                              engine.moduleBase, nullptr))
+        if (!dbghelp.walkStack(IMAGE_FILE_MACHINE_AMD64, session_->handle(), thread, &step, &context, nullptr,
+                               dbghelp.functionTable, dbghelp.moduleBase, nullptr))
             throw RuntimeException(format(L"StackWalk64 failed at %1%", step.AddrPC.Offset), kSourceFile, kFunction, __LINE__,
                                    Trace::none);
         StackFrame& frame = frames.emplace_back();
@@ -245,9 +245,9 @@ void Tracer::describe(StackFrame& frame, SYMBOL_INFOW& symbol) const
 void Tracer::describeSymbol(StackFrame& frame, SYMBOL_INFOW& symbol) const
 {
     constexpr const wchar_t* kFunction = L"ZelStdCore::Tracer::getTrace";
-    const DbgHelp& engine = session_->engine();
+    const DbgHelp& dbghelp = session_->dbghelp();
     DWORD64 displacement = 0;
-    if (!engine.symbolAt(session_->handle(), frame.address, &displacement, &symbol))
+    if (!dbghelp.symbolAt(session_->handle(), frame.address, &displacement, &symbol))
     {
         log(L"failed to collect symbol information (%p): %s", pointer(frame.address), lastErrorText());
         return;
@@ -257,12 +257,12 @@ void Tracer::describeSymbol(StackFrame& frame, SYMBOL_INFOW& symbol) const
         return;
 
     frame.symbolName = symbol.Name;
-    UndecoratedName name = shortSymbolName(engine, frame.symbolName);
+    UndecoratedName name = shortSymbolName(dbghelp, frame.symbolName);
     if (!name.known)
         throw RuntimeException(format(L"failed to get undecorated symbol short name: %1%", lastErrorText()), kSourceFile, kFunction,
                                __LINE__, Trace::none);
     frame.shortName = std::move(name.text);
-    name = completeSymbolName(engine, frame.symbolName);
+    name = completeSymbolName(dbghelp, frame.symbolName);
     if (!name.known)
         throw RuntimeException(format(L"failed to get undecorated symbol complete name: %1%", lastErrorText()), kSourceFile,
                                kFunction, __LINE__, Trace::none);
@@ -274,7 +274,7 @@ void Tracer::describeLine(StackFrame& frame) const
     IMAGEHLP_LINEW64 line{};
     line.SizeOfStruct = sizeof(line);
     DWORD displacement = 0;
-    if (!session_->engine().lineAt(session_->handle(), frame.address, &displacement, &line))
+    if (!session_->dbghelp().lineAt(session_->handle(), frame.address, &displacement, &line))
     {
         log(L"failed to collect symbol line information (%p): %s", pointer(frame.address), lastErrorText());
         return;
@@ -288,7 +288,7 @@ void Tracer::describeModule(StackFrame& frame) const
 {
     IMAGEHLP_MODULEW64 module{};
     module.SizeOfStruct = sizeof(module);
-    if (!session_->engine().moduleInformation(session_->handle(), frame.address, &module))
+    if (!session_->dbghelp().moduleInformation(session_->handle(), frame.address, &module))
     {
         log(L"failed to get module info to symbol (%p): %s", pointer(frame.address), lastErrorText());
         return;
@@ -299,13 +299,13 @@ void Tracer::describeModule(StackFrame& frame) const
     frame.imageName = module.LoadedImageName;
 }
 
-// Without a search path only the PDB beside a module counts. dbghelp opens one in the current folder too, where anybody may have
-// put it.
+// Without a search path only the PDB beside a module counts. dbghelp also opens one in the current folder, where anybody may
+// have put it.
 void Tracer::dropForeignSymbols(StackFrame& frame) const
 {
     IMAGEHLP_MODULEW64 module{};
     module.SizeOfStruct = sizeof(module);
-    if (!session_->engine().moduleInformation(session_->handle(), frame.address, &module) || module.LoadedPdbName[0] == 0 ||
+    if (!session_->dbghelp().moduleInformation(session_->handle(), frame.address, &module) || module.LoadedPdbName[0] == 0 ||
         hasItsOwnPdb(module))
         return;
     StackFrame bare;
@@ -326,7 +326,7 @@ SymbolObject Tracer::getObject(std::uint64_t address)
 
     auto& symbol = *reinterpret_cast<SYMBOL_INFOW*>(buffer.get());
     DWORD64 displacement = 0;
-    if (!session_->engine().symbolAt(session_->handle(), address, &displacement, &symbol))
+    if (!session_->dbghelp().symbolAt(session_->handle(), address, &displacement, &symbol))
         throw RuntimeException(format(L"failed to get object at %p: %s", pointer(address), lastErrorText()), kSourceFile, kFunction,
                                __LINE__, Trace::none);
     return {symbol.Name, symbol.Address, displacement, symbol.ModBase, symbol.Size};

@@ -30,7 +30,7 @@ struct SymbolObject
 class Tracer
 {
 public:
-    // The frames that a walk takes at most, from the innermost: each one costs time, and a damaged stack may have no end.
+    // The most frames of a walk, from the innermost: each one costs time, and a damaged stack may have no end.
     static constexpr std::size_t kMostFrames = 256;
 
     enum Option : std::uint32_t

@@ -45,7 +45,7 @@ void setLastErrorCode(std::uint32_t code)
 
 std::wstring systemMessage(std::uint32_t code)
 {
-    // The system has a text for success, too; only those who ask for none have none.
+    // The system has a text for success, too.
     return code == 0 ? L"success\r\n" : fakes::messageOf(code);
 }
 
@@ -57,8 +57,8 @@ int errorNumberText(int errorNumber, char* buffer, std::size_t size)
     return 0;
 }
 
-// A "file" is its bytes in memory. Closing a handle leaves an error of its own behind, so that a last error that is read too
-// late is found out.
+// A "file" is its bytes in memory. Closing a handle sets another last error, so that a test notices one that is read
+// too late.
 namespace
 {
 constexpr std::uint32_t kErrorAfterClosing = 6;

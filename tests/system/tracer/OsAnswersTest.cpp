@@ -27,7 +27,7 @@ TEST(OSErrorAnswers, Texts)
 TEST(MappedFile, IsSharedForReadingWhileOpen)
 {
     const auto path = std::filesystem::temp_directory_path() / L"st-core mapped \u00E4\u4E2D";
-    // Opens the file as another program would, and closes it; false where it is not shared for that.
+    // Opens and closes the file as another program would; false if it is not shared for that access.
     const auto canOpen = [&path](DWORD access)
     {
         const DWORD share = FILE_SHARE_READ | FILE_SHARE_WRITE;
@@ -55,7 +55,7 @@ TEST(MappedFile, IsSharedForReadingWhileOpen)
     }
     EXPECT_TRUE(canOpen(GENERIC_WRITE)) << "the file stays open";
 
-    // Nobody else may open it: that fails unnoticed, then the mapping of no file.
+    // No one else may open it: the open fails unnoticed, then the mapping.
     const HANDLE holder = CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
     EXPECT_THROW(file.open(path.wstring()), RuntimeException);
     EXPECT_TRUE(CloseHandle(holder));

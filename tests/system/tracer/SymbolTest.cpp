@@ -25,8 +25,8 @@ const std::wstring kServer = L"\\websymbols*https://msdl.microsoft.com/download/
 
 TEST(SymbolNames, OfBothKindsOfDecoration)
 {
-    const DbgHelp* engine = DbgHelp::instance();
-    ASSERT_TRUE(engine);
+    const DbgHelp* dbghelp = DbgHelp::instance();
+    ASSERT_TRUE(dbghelp);
     const struct
     {
         const wchar_t* name;
@@ -45,9 +45,9 @@ TEST(SymbolNames, OfBothKindsOfDecoration)
     };
     for (const auto& [name, shortName, completeName] : cases)
     {
-        EXPECT_TRUE(shortSymbolName(*engine, name).known && completeSymbolName(*engine, name).known);
-        EXPECT_EQ(shortSymbolName(*engine, name).text, shortName);
-        EXPECT_EQ(completeSymbolName(*engine, name).text, completeName);
+        EXPECT_TRUE(shortSymbolName(*dbghelp, name).known && completeSymbolName(*dbghelp, name).known);
+        EXPECT_EQ(shortSymbolName(*dbghelp, name).text, shortName);
+        EXPECT_EQ(completeSymbolName(*dbghelp, name).text, completeName);
     }
 }
 
@@ -76,7 +76,7 @@ TEST(SymbolSearchPath, PutsItsElementsInOrder)
     EXPECT_EQ(composeSymbolSearchPath(L"", false), program + L"C:\\root;C:\\root\\System32;");
 }
 
-// Runs itself as a program in a deep folder; elsewhere there is nothing to cut.
+// Runs itself again in a deep folder; elsewhere the path is too short to be cut.
 TEST(SymbolSearchPath, CutsALongProgramPath)
 {
     const std::wstring path = programPath();

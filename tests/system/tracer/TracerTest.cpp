@@ -1,4 +1,4 @@
-// Before its throwers, as a link-time optimiser sees it, and compiled to inline all that may be.
+// In the same file as its throwers, as a link-time optimiser sees it, and compiled to inline everything that may be.
 #include "hw-inventory-interface/ErrorHandling/Exception.cpp"
 #include "st-core/lib/RuntimeException.cpp"
 
@@ -19,8 +19,8 @@ using HardwareInventory::ErrorHandling::Exception;
 
 namespace
 {
-// The stack of the tests is kept as it is written: functions are called through volatile pointers, so that none is built into
-// its caller, and end with writing this, so that none ends in a jump.
+// Each function of the tests has a frame of its own: it is called through a volatile pointer, so that it is not inlined, and ends
+// with a write to this, so that it makes no tail call.
 volatile int returned = 0;
 
 using Names = std::vector<std::wstring>;
@@ -104,7 +104,7 @@ struct HostModule
     HostModule(const HostModule&) = delete;
     ~HostModule() { FreeLibrary(module); }
 
-    // The one frame of a stack that holds nothing but a function of the library.
+    // The only frame of a stack with one function of the library.
     StackFrame trace(std::uint32_t options) const
     {
         const std::uint64_t end[16] = {};
@@ -148,7 +148,7 @@ TEST(Tracer, NamesFunctionFileAndLineOfEachFrame)
 
 TEST(Tracer, ExceptionsLeaveTheirConstructorsOut)
 {
-    // The thrower is told by the exception's own fields; an inventory exception's constructor is one more frame than the other's.
+    // The thrower is in the exception's own fields. An inventory exception's constructor is one more frame than the other's.
     const Names expected[] = {{L"TestBody"}, {L"throwInventoryException", L"TestBody"}};
     for (std::size_t kind = 0; kind < std::size(expected); ++kind)
     {
@@ -178,14 +178,14 @@ TEST(Tracer, AFailureLeavesTheFramesBeforeIt)
     undecorated.undecorate = [](auto... arguments) -> DWORD { return left-- > 0 ? whole.undecorate(arguments...) : 0; };
     const struct
     {
-        DbgHelp engine;
+        DbgHelp functions;
         std::wstring message;
         std::size_t frames; // currentStack has one more
     } cases[] = {{unwalkable, L"StackWalk64 failed at ", 4}, {undecorated, L"failed to get undecorated symbol short name: ", 2}};
     const HostModule module(L"host-module.dll");
-    for (const auto& [engine, message, frames] : cases)
+    for (const auto& [functions, message, frames] : cases)
     {
-        const_cast<DbgHelp&>(*DbgHelp::instance()) = engine;
+        const_cast<DbgHelp&>(*DbgHelp::instance()) = functions;
         left = 0;
         EXPECT_TRUE(messageOf([&] { module.trace(kEverything); }).starts_with(message));
         left = 5;
@@ -199,7 +199,7 @@ TEST(Tracer, AWalkHasABound)
     EXPECT_EQ(framesAtDepth(2 * Tracer::kMostFrames), Tracer::kMostFrames - 1);
 }
 
-TEST(Tracer, BelievesThePdbBesideAModuleAlone)
+TEST(Tracer, UsesOnlyThePdbBesideAModule)
 {
     wchar_t program[MAX_PATH] = {};
     GetModuleFileNameW(nullptr, program, MAX_PATH);
@@ -252,11 +252,11 @@ TEST(Tracer, WalksAnotherThread)
     const auto frames = tracerOfThisProcess(kEverything).getTrace(thread);
     EXPECT_TRUE(std::ranges::count(frames, L"sleepingFunction", functionOf));
 
-    // It runs on afterwards.
+    // The thread runs on afterwards.
     SetEvent(events[1]);
     EXPECT_EQ(WaitForSingleObject(thread, 60000), WAIT_OBJECT_0);
 
-    // A tracer that fails half-way gives the engine's options back.
+    // A tracer that fails half-way restores the options of dbghelp.
     SymSetOptions(SYMOPT_DEBUG);
     const auto invalid = reinterpret_cast<HANDLE>(std::uintptr_t{0xABCD0});
     EXPECT_EQ(messageOf([&] { tracerOfThisProcess(0).getTrace(invalid); }), L"failed to get 0xabcd0 thread context");
@@ -274,7 +274,7 @@ TEST(Tracer, NamesTheObjectAtAnAddress)
     EXPECT_TRUE(messageOf([&] { tracer.getObject(0x10); }).starts_with(L"failed to get object at 0x10: "));
 }
 
-TEST(Tracer, ListsModulesThroughTheProcessStatusInterface)
+TEST(Tracer, ListsModulesThroughPsapi)
 {
     Tracer tracer = tracerOfThisProcess(0);
     EXPECT_TRUE(tracer.getModuleListPSAPI(GetCurrentProcess()));
@@ -283,12 +283,12 @@ TEST(Tracer, ListsModulesThroughTheProcessStatusInterface)
     EXPECT_EQ(messageOf([&] { tracer.getModuleListPSAPI(nullptr); }),
               L"failed to retrieve required memory amount for modules enumeration");
 
-    // Neither a snapshot nor a list can be had of a process that there is not.
+    // A process that does not exist has neither a snapshot nor a list of modules.
     Tracer nowhere(0, L"", 0xFFFFFFF0, nullptr);
     EXPECT_EQ(messageOf([&] { nowhere.loadModules(); }), L"failed to initialize tracer: " + LastError{ERROR_INVALID_HANDLE}.text());
 }
 
-TEST(Tracer, ItsLinesReachItsOwnReceiverAlone)
+TEST(Tracer, ItsLinesReachOnlyItsOwnReceiver)
 {
     static Names lines; // callbacks capture nothing
     HostLogger::instance().set([](std::uint32_t, const char* line) { ADD_FAILURE() << line; });

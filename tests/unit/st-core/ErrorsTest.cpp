@@ -71,7 +71,7 @@ TEST(OSError, TextOfAnErrorNumber)
     }
 }
 
-TEST(RuntimeException, TellsWhereItWasRaised)
+TEST(RuntimeException, ReportsWhereItWasRaised)
 {
     machine().stack = stackOf({L"constructor", L"thrower", L"ns::caller(int)", L"main", L"invoke_main", L"behind"});
     machine().stack[2].fileName = L"C:\\caller.cpp";

@@ -9,7 +9,7 @@
 using namespace HardwareInventory;
 using fakes::machine;
 
-TEST(DeviceStatus, FromTheTextOfAManagementClass)
+TEST(DeviceStatus, FromTheTextOfAWmiClass)
 {
     const std::pair<const wchar_t*, DeviceStatus> cases[] = {
         {L"OK", DeviceStatus::ok},           {L"Pred Fail", DeviceStatus::ok},
@@ -42,9 +42,9 @@ TEST(VirtualMachine, NamesTheHypervisor)
     }
 }
 
-TEST(VirtualMachine, AsksTheLibraryAnewEachTime)
+TEST(VirtualMachine, AsksTheLibraryEachTime)
 {
-    // A library in place of ours may call a type virtual and change its mind between two questions.
+    // Another vm_detect library may return a virtual type first and another type the next time.
     machine().vmType = 25;
     machine().fails = [](const std::string& operation)
     {

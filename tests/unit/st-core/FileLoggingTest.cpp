@@ -125,7 +125,7 @@ TEST_F(FileLoggingTest, EachSetUpEmptiesTheFiles)
     for (const char* file : {"info.log", "error.log", "counters.log"})
         EXPECT_EQ(read(file), "") << file;
 
-    // Files that another set-up leaves alone keep what they have; nothing is logged twice.
+    // Files that another set-up does not open keep their content; nothing is logged twice.
     log(Severity::counter, L"kept");
     setUp(false);
     log(Severity::counter, L"unwanted");
@@ -145,7 +145,7 @@ TEST_F(FileLoggingTest, StampsRecordsWithTheLocalTime)
     EXPECT_FALSE(std::filesystem::exists(folder_ / "counters.log"));
 }
 
-TEST_F(FileLoggingTest, TellsWhyThereAreNoFiles)
+TEST_F(FileLoggingTest, ReportsWhyThereAreNoFiles)
 {
     const auto failureOf = [this](const std::filesystem::path& folder) -> std::string
     {

@@ -19,7 +19,7 @@ TEST(HostLogger, EachOperationHasItsLevelAndReachesTheHostAsUtf8)
 
 TEST(HostLogger, FormatsNothingWithoutACallback)
 {
-    // A pattern with fewer placeholders than arguments cannot be filled: an attempt would throw.
+    // Formatting a pattern with fewer placeholders than arguments throws.
     EXPECT_NO_THROW(logWarning(L"none", 1));
     const LogCapture log;
     EXPECT_THROW(logWarning(L"none", 1), std::exception);
@@ -30,7 +30,7 @@ TEST(HostLogger, FormatsNothingWithoutACallback)
 
 TEST(HostLogger, NamesSeverities)
 {
-    // Those that are written to files have their names tested there.
+    // The names of the others are tested with the log files.
     EXPECT_STREQ(severityName(Severity::trace), L"trace");
     EXPECT_STREQ(severityName(static_cast<Severity>(6)), L"unknown");
 }

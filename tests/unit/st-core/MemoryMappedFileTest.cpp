@@ -96,7 +96,7 @@ TEST_F(MemoryMappedFileTest, TakesRegularFilesOnly)
     EXPECT_EQ(failureOf(file, folder_.wstring()), L"not a regular file: " + folder_.wstring());
     EXPECT_EQ(takeCalls(), Calls{});
 
-    // Links are followed. Where links need a privilege that the user lacks, there is none to follow.
+    // Links are followed. Creating one may need a privilege that the user lacks.
     write("file", "linked");
     std::error_code failed;
     std::filesystem::create_symlink(folder_ / "file", folder_ / "to-file", failed);
@@ -107,7 +107,7 @@ TEST_F(MemoryMappedFileTest, TakesRegularFilesOnly)
     }
 }
 
-TEST_F(MemoryMappedFileTest, TellsTheFailureOfEachStepAndKeepsNothingOpen)
+TEST_F(MemoryMappedFileTest, ReportsTheFailureOfEachStepAndKeepsNothingOpen)
 {
     const wchar_t* const noMapping = L"failed to create file mapping (%1%): %2%";
     const struct
@@ -116,7 +116,7 @@ TEST_F(MemoryMappedFileTest, TellsTheFailureOfEachStepAndKeepsNothingOpen)
         const wchar_t* message;
         Calls calls;
     } cases[] = {
-        // A failed open answers with a handle that is not null, and goes unnoticed until it is used.
+        // A failed open returns a handle that is not null, and goes unnoticed until it is used.
         {"CreateFileW", noMapping, {"CreateFileW", "CreateFileMappingW", "CloseHandle(file)"}},
         {"CreateFileMappingW", noMapping, {"CreateFileW", "CreateFileMappingW", "CloseHandle(file)"}},
         {"MapViewOfFile",

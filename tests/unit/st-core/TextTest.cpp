@@ -37,10 +37,10 @@ TEST(Text, IllFormedWideTextBecomesReplacements)
         EXPECT_EQ(toUtf8(std::wstring(2, static_cast<wchar_t>(0x110000))), replacement + replacement);
 }
 
-TEST(Text, IllFormedUtf8IsTakenAsLatin1Whole)
+TEST(Text, IllFormedUtf8IsDecodedAsLatin1AsAWhole)
 {
     for (const std::string_view bytes : {
-             "\xC4\x80 then \xFF",                               // the sound part is not kept apart
+             "\xC4\x80 then \xFF",                               // the valid part is not decoded separately
              "\x80",                                             // continuation without lead
              "\xC3", "\xE2\x82", "\xF0\x9F\x98",                 // cut off
              "\xC3(", "\xE2\x82(", "\xC3\xC3",                   // continuation missing
@@ -98,7 +98,7 @@ TEST(Text, HexadecimalHasTheOutcomeOf32Bits)
         {L"x1", 0, HexadecimalError::noDigits},
         {L" 1", 0, HexadecimalError::noDigits},
         {L"-1", 0, HexadecimalError::noDigits},
-        {L"\uFF11", 0, HexadecimalError::noDigits}, // a digit elsewhere, a full-width one
+        {L"\uFF11", 0, HexadecimalError::noDigits}, // a full-width digit
     };
     for (const auto& [text, value, error] : cases)
     {
@@ -127,7 +127,7 @@ TEST(Format, KeepsEveryKindOfArgumentWhole)
     EXPECT_EQ(format(L"%1% %2% %3%", std::int8_t{-1}, std::uint8_t{65}, std::uint16_t{65535}), L"-1 65 65535");
     EXPECT_EQ(format(L"%1%|%2%|%3%", "narrow \xC3\xA4", std::string("std"), std::wstring(L"wide")), L"narrow \u00E4|std|wide");
     EXPECT_EQ(format(L"%1%%2%", static_cast<const wchar_t*>(nullptr), static_cast<const char*>(nullptr)), L"");
-    // What looks like a placeholder in an argument is none.
+    // Placeholders in arguments are not filled.
     EXPECT_EQ(format(L"%1%: %2%", L"%2% %s", L"50%"), L"%2% %s: 50%");
     struct Grouping : std::numpunct<wchar_t>
     {

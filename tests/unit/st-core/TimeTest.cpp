@@ -15,7 +15,7 @@ using namespace ZelStdCore;
 
 namespace
 {
-const std::wstring kManagementFormat = L"%Y%m%d%H%M%S";
+const std::wstring kWmiFormat = L"%Y%m%d%H%M%S";
 
 void setZone(const std::string& zone)
 {
@@ -53,10 +53,10 @@ TEST(Time, ReadsLocalTime)
         const char* zone;
         const wchar_t* text;
         CalendarTime time;
-        std::wstring format = kManagementFormat;
+        std::wstring format = kWmiFormat;
     } cases[] = {
         {"UTC", L"20210304101112.000000+060", 1614852672}, // fraction and offset are not examined
-        {"UTC", L"202103041011", 1614852660},              // what the text ends before is the least possible
+        {"UTC", L"202103041011", 1614852660},              // missing fields are the least possible
         {"UTC", L"2021", 1609459200},
         {"UTC", L"20240229235959", 1709251199},
         {"UTC", L"20380119031408", 2147483648},
@@ -73,7 +73,7 @@ TEST(Time, ReadsLocalTime)
     }
 }
 
-TEST(Time, TellsWhatItCouldNotRead)
+TEST(Time, ReportsWhatItCouldNotRead)
 {
     fakes::machine().stack.resize(3);
     for (const wchar_t* text :
@@ -82,16 +82,16 @@ TEST(Time, TellsWhatItCouldNotRead)
                             [text]
                             {
                                 errno = 33;
-                                stringToTime(text, kManagementFormat);
+                                stringToTime(text, kWmiFormat);
                             }),
                   format(L"failed to convert '%1%' to time using '%%Y%%m%%d%%H%%M%%S' format: errno 33", text));
 }
 
-TEST(Time, ASpecialValueIsNoTime)
+TEST(Time, ASpecialValueIsOutOfRange)
 {
     try
     {
-        stringToTime(L"+infinity", kManagementFormat);
+        stringToTime(L"+infinity", kWmiFormat);
         FAIL() << "no exception";
     }
     catch (const std::out_of_range& error)
@@ -121,7 +121,7 @@ TEST(Time, WritesLocalTime)
     }
 }
 
-TEST(Time, TellsWhatItCouldNotWrite)
+TEST(Time, ReportsWhatItCouldNotWrite)
 {
     fakes::machine().stack.resize(3);
     const std::wstring longest(1023, L'x');
