@@ -44,12 +44,18 @@ void readAll(IWbemClassObject* object, std::initializer_list<const wchar_t*> pro
         const Value value(object, property);
 }
 
-IWbemServices* connect(IWbemLocator* locator, const wchar_t* path)
+IWbemServices* connect(const wchar_t* path)
 {
+    require(SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED)), "CoInitializeEx");
+    IWbemLocator* locator = nullptr;
+    require(SUCCEEDED(CoCreateInstance(CLSID_WbemLocator, nullptr, CLSCTX_INPROC_SERVER, IID_IWbemLocator,
+                                       reinterpret_cast<void**>(&locator))),
+            "CoCreateInstance");
     IWbemServices* services = nullptr;
     const BSTR copy = SysAllocString(path);
     const HRESULT result = locator->ConnectServer(copy, nullptr, nullptr, nullptr, 0, nullptr, nullptr, &services);
     SysFreeString(copy);
+    locator->Release();
     if (FAILED(result))
         return nullptr;
     require(SUCCEEDED(CoSetProxyBlanket(services, RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr, RPC_C_AUTHN_LEVEL_CALL,
@@ -163,15 +169,11 @@ std::wstring quoted(const std::wstring& objectPath)
 }
 }
 
-BareClient::BareClient() : virtualHost_(VmProbe_IsHostVirtual(VmProbe_GetHostVMType()) != 0)
+BareClient::BareClient()
+    : cimv2_(connect(L"ROOT\\CIMV2")), standardCimv2_(connect(L"ROOT\\StandardCIMV2")),
+      virtualHost_(VmProbe_IsHostVirtual(VmProbe_GetHostVMType()) != 0)
 {
-    require(SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED)), "CoInitializeEx");
-    require(SUCCEEDED(CoCreateInstance(CLSID_WbemLocator, nullptr, CLSCTX_INPROC_SERVER, IID_IWbemLocator,
-                                       reinterpret_cast<void**>(&locator_))),
-            "CoCreateInstance");
-    cimv2_ = connect(locator_, L"ROOT\\CIMV2");
     require(cimv2_, "ConnectServer");
-    standardCimv2_ = connect(locator_, L"ROOT\\StandardCIMV2");
 }
 
 BareClient::~BareClient()
@@ -179,7 +181,7 @@ BareClient::~BareClient()
     if (standardCimv2_)
         standardCimv2_->Release();
     cimv2_->Release();
-    locator_->Release();
+    CoUninitialize();
     CoUninitialize();
 }
 

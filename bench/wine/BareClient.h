@@ -8,8 +8,9 @@
 #include <string>
 
 // The least that any client must ask Windows for what the library's collections contain: the same queries with the same properties,
-// in the same order, and the same other calls. It keeps only the results that a later call needs, and connects once, on the thread
-// that uses it. Throws std::runtime_error if a call fails on which the library would fail.
+// in the same order, and the same other calls: like the library it joins COM and creates a locator for each namespace. It keeps
+// only the results that a later call needs, and connects once, on the thread that uses it. Throws std::runtime_error if a call
+// fails on which the library would fail.
 class BareClient
 {
 public:
@@ -30,8 +31,7 @@ public:
 private:
     void usedSpace(const std::wstring& volume);
 
-    IWbemLocator* locator_ = nullptr;
-    IWbemServices* cimv2_ = nullptr;
-    IWbemServices* standardCimv2_ = nullptr; // null if there is no such namespace
-    bool virtualHost_;                       // never changes: read once
+    IWbemServices* cimv2_;
+    IWbemServices* standardCimv2_; // null if there is no such namespace
+    bool virtualHost_;             // never changes: read once
 };

@@ -39,9 +39,8 @@ std::wstring errorText(ErrorCode code)
     return index < kErrorTexts.size() ? kErrorTexts[index] : L"unknown hardware inventory error";
 }
 
-Exception::Exception(ErrorCode code, std::wstring message, std::wstring file, std::wstring function, std::int32_t line,
-                     ZelStdCore::Trace trace)
-    : RuntimeException(std::move(message), std::move(file), std::move(function), line, trace), code_(code)
+Exception::Exception(ErrorCode code, std::wstring message, std::wstring file, std::wstring function, std::int32_t line)
+    : RuntimeException(std::move(message), std::move(file), std::move(function), line), code_(code)
 {
 }
 }

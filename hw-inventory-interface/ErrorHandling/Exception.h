@@ -40,8 +40,7 @@ class Exception : public ZelStdCore::RuntimeException
 {
 public:
     ST_CORE_OWN_FRAME
-    Exception(ErrorCode code, std::wstring message, std::wstring file, std::wstring function, std::int32_t line,
-              ZelStdCore::Trace trace = ZelStdCore::Trace::capture);
+    Exception(ErrorCode code, std::wstring message, std::wstring file, std::wstring function, std::int32_t line);
 
     ErrorCode code() const { return code_; }
 

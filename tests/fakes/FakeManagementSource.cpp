@@ -159,8 +159,14 @@ private:
     std::thread::id thread_ = std::this_thread::get_id();
 };
 
-// The steps of a connection in their order, and what each throws when it fails.
-void runConnectionSteps(const std::optional<ErrorCode>& failure, ZelStdCore::Trace bindTrace)
+[[noreturn]] void failToConnect(ErrorCode code, const ZelStdCore::LastError& error)
+{
+    throw Exception(code, ZelStdCore::format(L"%1% (GetLastError() = %2%)", error.text(), error.code), kSourceFile,
+                    L"fakes::FakeManagementSource::FakeManagementSource", __LINE__);
+}
+
+// The steps of a connection in their order. A failure to bind is returned, any other thrown.
+std::optional<ZelStdCore::LastError> runConnectionSteps(const std::optional<ErrorCode>& failure)
 {
     constexpr std::pair<const char*, ErrorCode> steps[] = {{"CoInitializeEx", ErrorCode::comInitialization},
                                                            {"CoCreateInstance", ErrorCode::wmiLocator},
@@ -171,11 +177,12 @@ void runConnectionSteps(const std::optional<ErrorCode>& failure, ZelStdCore::Tra
         if (callFails(operation) || failure == code)
         {
             const auto error = ZelStdCore::LastError::capture();
-            throw Exception(code, ZelStdCore::format(L"%1% (GetLastError() = %2%)", error.text(), error.code), kSourceFile,
-                            L"fakes::FakeManagementSource::FakeManagementSource", __LINE__,
-                            code == ErrorCode::wmiBind ? bindTrace : ZelStdCore::Trace::capture);
+            if (code == ErrorCode::wmiBind)
+                return error;
+            failToConnect(code, error);
         }
     }
+    return std::nullopt;
 }
 }
 
@@ -305,13 +312,23 @@ void setUpOneOfEverything()
 
 namespace HardwareInventory::Providers::WMIProvider
 {
-std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath, ZelStdCore::Trace bindTrace)
+ZelStdCore::Result<std::unique_ptr<ManagementSource>, ZelStdCore::LastError> connectOptionalSource(
+    const std::wstring& namespacePath)
 {
     const bool standard = namespacePath == L"ROOT\\StandardCIMV2";
     if (!standard && namespacePath != L"ROOT\\CIMV2")
         throw std::logic_error("no namespace of this name is expected");
     const fakes::FakeNamespace& space = standard ? fakes::management().standardCimv2 : fakes::management().cimv2;
-    fakes::runConnectionSteps(space.failure, bindTrace);
-    return std::make_unique<fakes::FakeManagementSource>(namespacePath, space);
+    if (const auto error = fakes::runConnectionSteps(space.failure))
+        return *error;
+    return std::unique_ptr<ManagementSource>(std::make_unique<fakes::FakeManagementSource>(namespacePath, space));
+}
+
+std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath)
+{
+    auto source = connectOptionalSource(namespacePath);
+    if (!source)
+        fakes::failToConnect(ErrorHandling::ErrorCode::wmiBind, source.error());
+    return std::move(source).value();
 }
 }

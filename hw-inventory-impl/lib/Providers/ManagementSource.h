@@ -1,7 +1,7 @@
 #pragma once
 
+#include "st-core/lib/LastError.h"
 #include "st-core/lib/Result.h"
-#include "st-core/lib/RuntimeException.h"
 
 #include <cstdint>
 #include <functional>
@@ -81,8 +81,10 @@ public:
     virtual void disconnect() = 0;
 };
 
-// Connects the calling thread to a namespace. Throws ErrorHandling::Exception with one of the connection's codes. bindTrace is for
-// the code ErrorCode::wmiBind: the failure of an optional namespace is only logged and needs no trace.
-std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath,
-                                                          ZelStdCore::Trace bindTrace = ZelStdCore::Trace::capture);
+// Connects the calling thread to a namespace. Throws ErrorHandling::Exception with one of the connection's codes.
+std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath);
+
+// The same for a namespace that a system may lack: the error of a failure to bind it is returned instead of thrown.
+ZelStdCore::Result<std::unique_ptr<ManagementSource>, ZelStdCore::LastError> connectOptionalSource(
+    const std::wstring& namespacePath);
 }

@@ -1,11 +1,12 @@
 #include "hw-inventory-impl/lib/Providers/WMIConnections.h"
 
 #include "hw-inventory-impl/lib/Platform/Platform.h"
-#include "hw-inventory-interface/ErrorHandling/Exception.h"
 #include "st-core/lib/HostLogger.h"
 
 #include <stdexcept>
 #include <utility>
+
+using ZelStdCore::HostLogger;
 
 namespace HardwareInventory::Providers::WMIProvider
 {
@@ -14,18 +15,14 @@ namespace
 // Windows before version 8 has no such namespace.
 std::unique_ptr<ManagementSource> connectStandardCimv2()
 {
-    try
-    {
-        return connectManagementSource(L"ROOT\\StandardCIMV2", ZelStdCore::Trace::none);
-    }
-    catch (const ErrorHandling::Exception& failure)
-    {
-        if (failure.code() != ErrorHandling::ErrorCode::wmiBind)
-            throw;
-        // The failing call's error is in the exception: releasing the connection has overwritten the thread's last error.
-        ZelStdCore::logWarning(L"failed to bind to ROOT\\StandardCIMV2 WMI namespace: %1%", failure.message());
-        return nullptr;
-    }
+    auto source = connectOptionalSource(L"ROOT\\StandardCIMV2");
+    if (source)
+        return std::move(source).value();
+    // The error is that of the failing call: releasing the connection has overwritten the thread's last error.
+    if (HostLogger::instance().enabled())
+        ZelStdCore::logWarning(L"failed to bind to ROOT\\StandardCIMV2 WMI namespace: %1% (GetLastError() = %2%)",
+                               source.error().text(), source.error().code);
+    return nullptr;
 }
 }
 

@@ -83,10 +83,10 @@ void ApartmentMembership::leave()
 
 bool ApartmentMembership::isGone() const
 {
-    return currentApartment() != type_;
+    return type_ && currentApartment() != type_;
 }
 
-WMIConnection::WMIConnection(const std::wstring& namespacePath, ZelStdCore::Trace bindTrace)
+WMIConnection::WMIConnection()
 {
     HRESULT result = apartment_.join();
     if (FAILED(result) && result != RPC_E_CHANGED_MODE)
@@ -104,14 +104,23 @@ WMIConnection::WMIConnection(const std::wstring& namespacePath, ZelStdCore::Trac
         logResult(L"CoCreateInstance", result);
         throw Exception(ErrorCode::wmiLocator, format(kFailure, error.text(), error.code), kSourceFile, kConnect, __LINE__);
     }
+}
 
+WMIConnection::WMIConnection(const std::wstring& namespacePath) : WMIConnection()
+{
+    if (const auto error = bind(namespacePath))
+        throw Exception(ErrorCode::wmiBind, format(kFailure, error->text(), error->code), kSourceFile, kConnect, __LINE__);
+}
+
+std::optional<LastError> WMIConnection::bind(const std::wstring& namespacePath)
+{
     const Bstr path = makeBstr(namespacePath);
-    result = locator_->ConnectServer(path.get(), nullptr, nullptr, nullptr, 0, nullptr, nullptr, services_.put());
+    HRESULT result = locator_->ConnectServer(path.get(), nullptr, nullptr, nullptr, 0, nullptr, nullptr, services_.put());
     if (FAILED(result))
     {
         const LastError error = LastError::capture();
         logResult(L"IWbemLocator::ConnectServer '" + namespacePath + L"'", result);
-        throw Exception(ErrorCode::wmiBind, format(kFailure, error.text(), error.code), kSourceFile, kConnect, __LINE__, bindTrace);
+        return error;
     }
 
     result = ComApi::setProxyBlanket(services_.get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, RPC_C_AUTHN_LEVEL_CALL,
@@ -125,6 +134,7 @@ WMIConnection::WMIConnection(const std::wstring& namespacePath, ZelStdCore::Trac
 
     // An established connection always leaves COM once; a failed one must not close the host's apartment.
     apartment_.stay();
+    return std::nullopt;
 }
 
 WMIConnection::~WMIConnection()
@@ -192,8 +202,16 @@ void WMIConnection::query(const std::wstring& wql, const ObjectCallback& callbac
     }
 }
 
-std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath, ZelStdCore::Trace bindTrace)
+std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath)
 {
-    return std::make_unique<WMIConnection>(namespacePath, bindTrace);
+    return std::make_unique<WMIConnection>(namespacePath);
+}
+
+ZelStdCore::Result<std::unique_ptr<ManagementSource>, LastError> connectOptionalSource(const std::wstring& namespacePath)
+{
+    auto connection = std::make_unique<WMIConnection>();
+    if (const auto error = connection->bind(namespacePath))
+        return *error;
+    return std::unique_ptr<ManagementSource>(std::move(connection));
 }
 }

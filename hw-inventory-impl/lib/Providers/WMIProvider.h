@@ -41,8 +41,15 @@ private:
 class WMIConnection final : public ManagementSource
 {
 public:
-    WMIConnection(const std::wstring& namespacePath, ZelStdCore::Trace bindTrace);
+    // Joins COM and creates the locator.
+    WMIConnection();
+
+    // Binds as well.
+    explicit WMIConnection(const std::wstring& namespacePath);
     ~WMIConnection() override;
+
+    // The OS error where the namespace cannot be bound; any other failure is thrown.
+    std::optional<ZelStdCore::LastError> bind(const std::wstring& namespacePath);
 
     void query(const std::wstring& wql, const ObjectCallback& callback) override;
     void release() override;
