@@ -13,7 +13,7 @@ class Result
 public:
     Result(Value value) : content_(std::in_place_index<0>, std::move(value)) {}
     Result(Error error) : content_(std::in_place_index<1>, std::move(error)) {}
-    Result(Result&&) = default;
+    Result(Result&&) noexcept = default;
 
     explicit operator bool() const { return content_.index() == 0; }
 

@@ -34,6 +34,7 @@ public:
     }
 
 private:
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): INVALID_HANDLE_VALUE is a number.
     static Handle empty() { return reinterpret_cast<Handle>(Empty); }
 
     Handle handle_ = empty();
