@@ -129,6 +129,7 @@ std::optional<LastError> WMIConnection::bind(const std::wstring& namespacePath)
     {
         const LastError error = LastError::capture();
         logResult(L"CoSetProxyBlanket", result);
+        services_.reset(); // the destructor would keep it on the loading thread
         throw Exception(ErrorCode::wmiSecurityBlanket, format(kFailure, error.text(), error.code), kSourceFile, kConnect, __LINE__);
     }
 
