@@ -18,8 +18,10 @@ Bytes behind(Bytes bytes, std::size_t count)
 // Takes a string and its zero off the bytes; one without a zero is as long as the bytes are.
 std::string_view takeString(Bytes& bytes)
 {
-    const auto length = static_cast<std::size_t>(std::find(bytes.begin(), bytes.end(), std::uint8_t{0}) - bytes.begin());
-    const std::string_view string(reinterpret_cast<const char*>(bytes.data()), length);
+    // By the library's string search, since most of a table is strings.
+    const std::string_view all(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    const std::size_t length = std::min(all.find('\0'), all.size());
+    const std::string_view string = all.substr(0, length);
     bytes = behind(bytes, length + 1);
     return string;
 }
@@ -40,6 +42,7 @@ std::vector<std::string_view> SmbiosStructure::strings(CutString cutString) cons
     const auto* const tableEnd = reinterpret_cast<const char*>(bytes_.data() + bytes_.size());
     std::vector<std::string_view> strings;
     Bytes rest = behind(bytes_, length());
+    strings.reserve(8); // the most that common structures have
     for (std::string_view string = takeString(rest); !string.empty(); string = takeString(rest))
     {
         const bool isCut = string.data() + string.size() == tableEnd;

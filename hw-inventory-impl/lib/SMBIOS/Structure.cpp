@@ -25,8 +25,10 @@ std::wstring convert(std::string_view text)
 
 std::vector<std::wstring> strings(const Struct& structure)
 {
+    const auto texts = structure.strings(ZelStdCore::CutString::keep);
     std::vector<std::wstring> strings(1);
-    for (const std::string_view text : structure.strings(ZelStdCore::CutString::keep))
+    strings.reserve(1 + texts.size());
+    for (const std::string_view text : texts)
         strings.push_back(convert(text));
     return strings;
 }
