@@ -1,7 +1,7 @@
 #include "hw-inventory-impl/lib/VirtualMachine.h"
 
 #include "hw-inventory-impl/lib/NameTable.h"
-#include "vm-detect/vm_detect.h"
+#include "hw-inventory-impl/lib/Platform/Platform.h"
 
 #include <stdexcept>
 
@@ -42,14 +42,14 @@ constexpr long long kFirstHypervisor = 1;
 
 bool isHostVirtual()
 {
-    return VmProbe_IsHostVirtual(VmProbe_GetHostVMType()) != 0;
+    return Platform::isVirtual(Platform::vmType());
 }
 
 std::wstring hypervisorName()
 {
     if (!isHostVirtual())
         throw std::runtime_error("not in virtual machine, can't detect hypervizor type");
-    return nameOf(kHypervisors, VmProbe_GetHostVMType(), kFirstHypervisor, L"Unknown");
+    return nameOf(kHypervisors, Platform::vmType(), kFirstHypervisor, L"Unknown");
 }
 
 EmulatedDevice emulatedBaseBoard(const std::wstring& hypervisor)

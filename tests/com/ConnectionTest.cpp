@@ -1,3 +1,4 @@
+#include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "hw-inventory-impl/lib/Providers/WMIProvider.h"
 
 #include "hw-inventory-impl/lib/Providers/WMIConnections.h"
@@ -45,7 +46,9 @@ Trace takeTrace()
 // The steps of a query on a thread that did not load the library, as a host's worker would.
 void queryOnWorker(const ObjectCallback& callback)
 {
-    std::thread([&] { connectManagementSource(L"ROOT\\CIMV2")->query(L"SELECT * FROM Win32_Fan", callback); }).join();
+    std::thread(
+        [&] { HardwareInventory::Platform::connectManagementSource(L"ROOT\\CIMV2")->query(L"SELECT * FROM Win32_Fan", callback); })
+        .join();
 }
 
 void keepLog()
@@ -131,7 +134,7 @@ TEST(Connection, AFailingStepTellsItsCodeAndLeavesNothingBehind)
         fakes::com().answers = {{"CoInitializeEx", test.joined}, {test.failing, test.result}};
         try
         {
-            connectManagementSource(L"ROOT\\CIMV2")->query(L"SELECT * FROM Win32_Fan", {});
+            HardwareInventory::Platform::connectManagementSource(L"ROOT\\CIMV2")->query(L"SELECT * FROM Win32_Fan", {});
             ADD_FAILURE() << "nothing thrown";
         }
         catch (const Exception& exception)
@@ -255,7 +258,7 @@ TEST(Connection, AQueryDeliversWhatCameBeforeItsEnd)
 
 TEST(Connection, ACallbackThatThrowsEndsTheQueryWithoutALeak)
 {
-    const auto source = connectManagementSource(L"ROOT\\CIMV2");
+    const auto source = HardwareInventory::Platform::connectManagementSource(L"ROOT\\CIMV2");
     fakes::com().results.push_back(fakes::makeObject("first"));
     fakes::com().results.push_back(fakes::makeObject("second"));
     takeTrace();

@@ -310,7 +310,7 @@ void setUpOneOfEverything()
 }
 }
 
-namespace HardwareInventory::Providers::WMIProvider
+namespace fakes
 {
 ZelStdCore::Result<std::unique_ptr<ManagementSource>, ZelStdCore::LastError> connectOptionalSource(
     const std::wstring& namespacePath)
@@ -318,17 +318,17 @@ ZelStdCore::Result<std::unique_ptr<ManagementSource>, ZelStdCore::LastError> con
     const bool standard = namespacePath == L"ROOT\\StandardCIMV2";
     if (!standard && namespacePath != L"ROOT\\CIMV2")
         throw std::logic_error("no namespace of this name is expected");
-    const fakes::FakeNamespace& space = standard ? fakes::management().standardCimv2 : fakes::management().cimv2;
-    if (const auto error = fakes::runConnectionSteps(space.failure))
+    const FakeNamespace& space = standard ? management().standardCimv2 : management().cimv2;
+    if (const auto error = runConnectionSteps(space.failure))
         return *error;
-    return std::unique_ptr<ManagementSource>(std::make_unique<fakes::FakeManagementSource>(namespacePath, space));
+    return std::unique_ptr<ManagementSource>(std::make_unique<FakeManagementSource>(namespacePath, space));
 }
 
 std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath)
 {
     auto source = connectOptionalSource(namespacePath);
     if (!source)
-        fakes::failToConnect(ErrorHandling::ErrorCode::wmiBind, source.error());
+        failToConnect(ErrorCode::wmiBind, source.error());
     return std::move(source).value();
 }
 }

@@ -1,7 +1,9 @@
 #pragma once
 
-#include "hw-inventory-impl/lib/Providers/ManagementSource.h"
+#include "hw-inventory-impl/lib/Platform/ManagementSource.h"
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
+#include "st-core/lib/LastError.h"
+#include "st-core/lib/Result.h"
 
 #include <cstdint>
 #include <functional>
@@ -74,6 +76,9 @@ struct FakeManagement
 };
 
 FakeManagement& management();
+std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath);
+ZelStdCore::Result<std::unique_ptr<ManagementSource>, ZelStdCore::LastError> connectOptionalSource(
+    const std::wstring& namespacePath);
 
 // Connections made and not destroyed, in the whole process.
 int liveConnections();

@@ -1,4 +1,4 @@
-#include "hw-inventory-impl/lib/Platform/Platform.h"
+#include "hw-inventory-impl/lib/Platform/WindowsMachine.h"
 
 #include "st-core/lib/Unique.h"
 
@@ -29,7 +29,7 @@ std::optional<std::uint32_t> numericProperty(HDEVINFO set, SP_DEVINFO_DATA& devi
 }
 }
 
-Result<bool, Failure<TrimStep>> trimEnabled(const std::wstring& drivePath)
+Result<bool, Failure<TrimStep>> WindowsMachine::trimEnabled(const std::wstring& drivePath)
 {
     const FileHandle drive(CreateFileW(drivePath.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                        OPEN_EXISTING, 0, nullptr));
@@ -46,7 +46,7 @@ Result<bool, Failure<TrimStep>> trimEnabled(const std::wstring& drivePath)
     return trim.TrimEnabled != 0;
 }
 
-Result<DeviceLocation, Failure<DeviceSetupStep>> deviceLocation(const std::wstring& instanceId)
+Result<DeviceLocation, Failure<DeviceSetupStep>> WindowsMachine::deviceLocation(const std::wstring& instanceId)
 {
     const DeviceSet set(SetupDiGetClassDevsW(nullptr, instanceId.c_str(), nullptr, DIGCF_ALLCLASSES | DIGCF_DEVICEINTERFACE));
     if (!set)

@@ -1,4 +1,4 @@
-#include "hw-inventory-impl/lib/Platform/Platform.h"
+#include "hw-inventory-impl/lib/Platform/WindowsMachine.h"
 
 #include "st-core/lib/SystemLibraryWin.h"
 
@@ -25,7 +25,7 @@ HMODULE networkLibrary()
 }
 }
 
-ModuleHandle loadModule(const wchar_t* name)
+ModuleHandle WindowsMachine::loadModule(const wchar_t* name)
 {
     HMODULE module = nullptr;
     if (GetModuleHandleExW(0, name, &module))
@@ -33,19 +33,19 @@ ModuleHandle loadModule(const wchar_t* name)
     return loadSystemLibrary(name);
 }
 
-void* findProcedure(ModuleHandle module, const char* name)
+void* WindowsMachine::findProcedure(ModuleHandle module, const char* name)
 {
     // For null the system would search the program itself.
     return module ? reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(module), name)) : nullptr;
 }
 
-void freeModule(ModuleHandle module)
+void WindowsMachine::freeModule(ModuleHandle module)
 {
     if (module)
         FreeLibrary(static_cast<HMODULE>(module));
 }
 
-DomainController domainController()
+DomainController WindowsMachine::domainController()
 {
     const HMODULE library = networkLibrary();
     decltype(&NetGetDCName) getName = nullptr;

@@ -1,14 +1,17 @@
 #pragma once
 
+#include "hw-inventory-impl/lib/Platform/ManagementSource.h"
 #include "st-core/lib/LastError.h"
 #include "st-core/lib/Result.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <vector>
 
-// The platform operations of the inventory, apart from WMI (Providers/ManagementSource.h) and the VM detection library
-// (vm-detect/vm_detect.h). The product links the Windows implementation, the tests link fakes. An operation asks the system
-// once and returns the value, or the step that failed and its number. It never logs, throws or decides.
+// What the inventory asks of the machine and of its process. The facts of the machine come from machine() (Machine.h), the services
+// of the process from the platform's own files. An operation asks the system once and returns the value, or the step that failed
+// and its number. It never logs or decides, and only connecting to WMI throws.
 namespace HardwareInventory::Platform
 {
 // The step of an operation that failed, and the system's number for it.
@@ -22,6 +25,13 @@ struct Failure
 // An operation of one step fails with the last OS error alone.
 using ZelStdCore::LastError;
 using ZelStdCore::Result;
+
+// Connects the calling thread to a WMI namespace. Throws ErrorHandling::Exception with one of the connection's codes.
+using Providers::WMIProvider::ManagementSource;
+std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath);
+
+// The same for a namespace that a system may lack: the error of a failure to bind it is returned instead of thrown.
+Result<std::unique_ptr<ManagementSource>, LastError> connectOptionalSource(const std::wstring& namespacePath);
 
 enum class RegistryRoot
 {
@@ -92,8 +102,14 @@ Result<DeviceLocation, Failure<DeviceSetupStep>> deviceLocation(const std::wstri
 // Bytes needed for the identifiers of a provider's firmware tables; 0 when there is no such provider.
 std::uint32_t enumerateFirmwareTables(std::uint32_t provider);
 
-// Copies a firmware table into the buffer and returns its size; without a buffer, the size needed. 0 on failure.
-std::uint32_t firmwareTable(std::uint32_t provider, std::uint32_t table, void* buffer, std::uint32_t size);
+enum class FirmwareStep
+{
+    size,
+    read // or the table has outgrown the size since
+};
+
+// The bytes of a firmware table, at least one.
+Result<std::vector<std::uint8_t>, FirmwareStep> firmwareTable(std::uint32_t provider, std::uint32_t table);
 
 // A vendor's management library, loaded from the system folder alone; a module of that name that the process has loaded already
 // is used. Null when there is none.
@@ -101,6 +117,10 @@ using ModuleHandle = void*;
 ModuleHandle loadModule(const wchar_t* name);
 void* findProcedure(ModuleHandle module, const char* name); // null for a null module
 void freeModule(ModuleHandle module);                       // ignores null
+
+// The type of virtual machine that the VM detection library (vm-detect/vm_detect.h) reports, and whether it counts the type as one.
+std::int32_t vmType();
+bool isVirtual(std::int32_t type);
 
 // True once the process has begun to end: nothing outside this library may be released then.
 bool processIsTerminating();

@@ -1,4 +1,4 @@
-#include "hw-inventory-impl/lib/Platform/Platform.h"
+#include "hw-inventory-impl/lib/Platform/WindowsMachine.h"
 
 #include "st-core/lib/Unique.h"
 
@@ -36,8 +36,8 @@ std::wstring textOf(std::wstring buffer, DWORD bytes)
 }
 }
 
-Result<std::wstring, Failure<RegistryStep>> registryString(RegistryRoot root, const std::wstring& keyPath,
-                                                           const std::wstring& valueName)
+Result<std::wstring, Failure<RegistryStep>> WindowsMachine::registryString(RegistryRoot root, const std::wstring& keyPath,
+                                                                           const std::wstring& valueName)
 {
     RegistryKey key;
     if (const LSTATUS status = RegOpenKeyW(predefinedKey(root), keyPath.c_str(), key.put()); status != ERROR_SUCCESS)
@@ -65,7 +65,7 @@ Result<std::wstring, Failure<RegistryStep>> registryString(RegistryRoot root, co
     return textOf(std::move(buffer), bytes);
 }
 
-Result<std::wstring, LastError> localeInfo(std::uint32_t locale, LocalePart part)
+Result<std::wstring, LastError> WindowsMachine::localeInfo(std::uint32_t locale, LocalePart part)
 {
     std::array<wchar_t, 9> text{};
     const LCTYPE type = part == LocalePart::language ? LOCALE_SISO639LANGNAME : LOCALE_SISO3166CTRYNAME;
@@ -74,7 +74,7 @@ Result<std::wstring, LastError> localeInfo(std::uint32_t locale, LocalePart part
     return std::wstring(text.data());
 }
 
-Result<std::uint64_t, LastError> totalPhysicalMemory()
+Result<std::uint64_t, LastError> WindowsMachine::totalPhysicalMemory()
 {
     MEMORYSTATUSEX status{};
     status.dwLength = sizeof status;
@@ -84,13 +84,22 @@ Result<std::uint64_t, LastError> totalPhysicalMemory()
     return status.ullTotalPhys;
 }
 
-std::uint32_t enumerateFirmwareTables(std::uint32_t provider)
+std::uint32_t WindowsMachine::enumerateFirmwareTables(std::uint32_t provider)
 {
     return EnumSystemFirmwareTables(provider, nullptr, 0);
 }
 
-std::uint32_t firmwareTable(std::uint32_t provider, std::uint32_t table, void* buffer, std::uint32_t size)
+Result<std::vector<std::uint8_t>, FirmwareStep> WindowsMachine::firmwareTable(std::uint32_t provider, std::uint32_t table)
 {
-    return GetSystemFirmwareTable(provider, table, buffer, size);
+    const UINT size = GetSystemFirmwareTable(provider, table, nullptr, 0);
+    if (size == 0)
+        return FirmwareStep::size;
+    std::vector<std::uint8_t> bytes(size);
+    const UINT copied = GetSystemFirmwareTable(provider, table, bytes.data(), size);
+    // A table that has outgrown the buffer since was not copied.
+    if (copied == 0 || copied > size)
+        return FirmwareStep::read;
+    bytes.resize(copied);
+    return bytes;
 }
 }

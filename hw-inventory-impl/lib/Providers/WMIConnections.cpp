@@ -15,7 +15,7 @@ namespace
 // Windows before version 8 has no such namespace.
 std::unique_ptr<ManagementSource> connectStandardCimv2()
 {
-    auto source = connectOptionalSource(L"ROOT\\StandardCIMV2");
+    auto source = Platform::connectOptionalSource(L"ROOT\\StandardCIMV2");
     if (source)
         return std::move(source).value();
     // The error is that of the failing call: releasing the connection has overwritten the thread's last error.
@@ -27,7 +27,7 @@ std::unique_ptr<ManagementSource> connectStandardCimv2()
 }
 
 // Delegates, so that a failure of the second connection runs the destructor for the first.
-WMIConnections::WMIConnections() : WMIConnections(connectManagementSource(L"ROOT\\CIMV2"))
+WMIConnections::WMIConnections() : WMIConnections(Platform::connectManagementSource(L"ROOT\\CIMV2"))
 {
     standardCimv2_ = connectStandardCimv2();
 }

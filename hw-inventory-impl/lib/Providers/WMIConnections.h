@@ -1,6 +1,6 @@
 #pragma once
 
-#include "hw-inventory-impl/lib/Providers/ManagementSource.h"
+#include "hw-inventory-impl/lib/Platform/ManagementSource.h"
 #include "hw-inventory-impl/lib/Records.h"
 
 #include <memory>

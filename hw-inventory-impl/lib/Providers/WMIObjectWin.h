@@ -1,7 +1,7 @@
 #pragma once
 
+#include "hw-inventory-impl/lib/Platform/ManagementSource.h"
 #include "hw-inventory-impl/lib/Providers/ComPointer.h"
-#include "hw-inventory-impl/lib/Providers/ManagementSource.h"
 
 #include <windows.h>
 

@@ -1,5 +1,6 @@
 #include "hw-inventory-impl/lib/Providers/WMIProvider.h"
 
+#include "hw-inventory-impl/lib/Platform/WindowsMachine.h"
 #include "hw-inventory-impl/lib/Providers/ComApiWin.h"
 #include "hw-inventory-impl/lib/Providers/WMIObjectWin.h"
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
@@ -203,12 +204,18 @@ void WMIConnection::query(const std::wstring& wql, const ObjectCallback& callbac
     }
 }
 
-std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath)
+}
+
+namespace HardwareInventory::Platform
+{
+using Providers::WMIProvider::WMIConnection;
+
+std::unique_ptr<ManagementSource> WindowsMachine::connectManagementSource(const std::wstring& namespacePath)
 {
     return std::make_unique<WMIConnection>(namespacePath);
 }
 
-ZelStdCore::Result<std::unique_ptr<ManagementSource>, LastError> connectOptionalSource(const std::wstring& namespacePath)
+Result<std::unique_ptr<ManagementSource>, LastError> WindowsMachine::connectOptionalSource(const std::wstring& namespacePath)
 {
     auto connection = std::make_unique<WMIConnection>();
     if (const auto error = connection->bind(namespacePath))

@@ -45,15 +45,11 @@ void Win32Parser::handleEntryPoint64(std::span<const std::uint8_t> entryPoint)
 
 void Win32Parser::fill(std::uint32_t provider, std::uint32_t table)
 {
-    const std::uint32_t size = Platform::firmwareTable(provider, table, nullptr, 0);
-    if (size == 0)
-        throw std::runtime_error("failed to get SMBIOS table size");
-    buffer_.resize(size);
-    const std::uint32_t copied = Platform::firmwareTable(provider, table, buffer_.data(), size);
-    // A table that has outgrown the buffer since was not copied.
-    if (copied == 0 || copied > size)
-        throw std::runtime_error("failed to read SMBIOS table");
-    buffer_.resize(copied);
+    auto bytes = Platform::firmwareTable(provider, table);
+    if (!bytes)
+        throw std::runtime_error(bytes.error() == Platform::FirmwareStep::size ? "failed to get SMBIOS table size"
+                                                                               : "failed to read SMBIOS table");
+    buffer_ = std::move(bytes).value();
 }
 
 void Win32Parser::walkPhysicalMemory(std::optional<std::uint64_t> address, std::optional<std::uint32_t> length)

@@ -1,4 +1,5 @@
-#include "hw-inventory-impl/lib/Providers/ManagementSource.h"
+#include "hw-inventory-impl/lib/Platform/ManagementSource.h"
+#include "hw-inventory-impl/lib/Platform/Platform.h"
 
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
 
@@ -12,7 +13,7 @@ using HardwareInventory::ErrorHandling::Exception;
 
 TEST(Management, ValuesOfTheSystemsOwnServiceAreRead)
 {
-    const auto source = connectManagementSource(L"ROOT\\CIMV2");
+    const auto source = HardwareInventory::Platform::connectManagementSource(L"ROOT\\CIMV2");
     std::size_t processors = 0;
     source->query(L"SELECT * FROM Win32_Processor",
                   [&](const ManagementObjectPtr& processor)
@@ -34,7 +35,7 @@ TEST(Management, ANamespaceThatIsMissingFailsToBind)
 {
     try
     {
-        connectManagementSource(L"ROOT\\NoSuchNamespace");
+        HardwareInventory::Platform::connectManagementSource(L"ROOT\\NoSuchNamespace");
         FAIL() << "nothing thrown";
     }
     catch (const Exception& exception)

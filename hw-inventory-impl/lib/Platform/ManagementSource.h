@@ -1,6 +1,5 @@
 #pragma once
 
-#include "st-core/lib/LastError.h"
 #include "st-core/lib/Result.h"
 
 #include <cstdint>
@@ -11,8 +10,7 @@
 #include <variant>
 #include <vector>
 
-// WMI as the readers use it: a source that runs queries, and the result objects. The product implements it with COM, the tests
-// with prepared objects.
+// WMI as the readers use it: a source that runs queries, and the result objects.
 namespace HardwareInventory::Providers::WMIProvider
 {
 // The property could not be read.
@@ -80,11 +78,4 @@ public:
     // Called before the destructor when the thread goes on: releases everything, and leaves the host's apartment open.
     virtual void disconnect() = 0;
 };
-
-// Connects the calling thread to a namespace. Throws ErrorHandling::Exception with one of the connection's codes.
-std::unique_ptr<ManagementSource> connectManagementSource(const std::wstring& namespacePath);
-
-// The same for a namespace that a system may lack: the error of a failure to bind it is returned instead of thrown.
-ZelStdCore::Result<std::unique_ptr<ManagementSource>, ZelStdCore::LastError> connectOptionalSource(
-    const std::wstring& namespacePath);
 }

@@ -1,0 +1,10 @@
+#include "hw-inventory-impl/lib/Platform/WindowsMachine.h"
+
+namespace HardwareInventory::Platform
+{
+Machine& machine()
+{
+    static constinit WindowsMachine thisMachine;
+    return thisMachine;
+}
+}
