@@ -22,6 +22,17 @@ else()
     endif()
 endif()
 
+# For the programs alone.
+if(PROJECT_IS_TOP_LEVEL)
+    if(MSVC)
+        find_package(CLI11 CONFIG REQUIRED)
+    else()
+        file(CREATE_LINK /usr/include/CLI "${nlohmann_include}/CLI" SYMBOLIC)
+        add_library(CLI11::CLI11 INTERFACE IMPORTED)
+        target_include_directories(CLI11::CLI11 SYSTEM INTERFACE "${nlohmann_include}")
+    endif()
+endif()
+
 if(HW_INVENTORY_TESTS)
     if(MSVC)
         find_package(GTest CONFIG REQUIRED)

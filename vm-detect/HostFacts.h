@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -17,7 +18,7 @@ struct CpuidRegisters
     std::uint32_t edx = 0;
 };
 
-using Cpuid = CpuidRegisters (*)(std::uint32_t leaf);
+using Cpuid = std::function<CpuidRegisters(std::uint32_t leaf)>;
 
 // What the processor reports of hypervisors. All stays empty without the hypervisor bit: without a hypervisor those CPUID leaves
 // return data of the highest basic leaf. All stays empty on an emulated processor (Windows on ARM), too.
@@ -51,7 +52,7 @@ struct HostFacts
     std::vector<std::string> registryBiosVersions;
 };
 
-HypervisorFacts hypervisorFacts(Cpuid cpuid);
+HypervisorFacts hypervisorFacts(const Cpuid& cpuid);
 
 // From the result of GetSystemFirmwareTable('RSMB'): a header of eight bytes, then the structures. Any bytes will do: the first
 // malformed structure ends the table.

@@ -36,7 +36,7 @@ std::string signatureOf(const CpuidRegisters& registers)
 }
 
 // Windows on ARM emulates a processor for this program. What that one reports of hypervisors is no fact of the machine.
-bool isEmulated(Cpuid cpuid)
+bool isEmulated(const Cpuid& cpuid)
 {
     const CpuidRegisters registers = cpuid(kVendorLeaf);
     const std::string vendor = textOf(registers.ebx, registers.edx, registers.ecx);
@@ -44,7 +44,7 @@ bool isEmulated(Cpuid cpuid)
 }
 
 // The privileges are defined only for a hypervisor with Microsoft's interface, and only if it has that leaf.
-bool mayCreatePartitions(Cpuid cpuid, std::uint32_t highestLeaf)
+bool mayCreatePartitions(const Cpuid& cpuid, std::uint32_t highestLeaf)
 {
     if (highestLeaf < kPrivilegesLeaf)
         return false;
@@ -54,7 +54,7 @@ bool mayCreatePartitions(Cpuid cpuid, std::uint32_t highestLeaf)
 }
 }
 
-HypervisorFacts hypervisorFacts(Cpuid cpuid)
+HypervisorFacts hypervisorFacts(const Cpuid& cpuid)
 {
     HypervisorFacts facts;
     facts.present = (cpuid(kFeatureLeaf).ecx & kHypervisorBit) != 0 && !isEmulated(cpuid);

@@ -32,6 +32,7 @@ public:
 
     // Replaces the callback; null switches host logging off.
     void set(Callback callback) { callback_ = callback; }
+    Callback callback() const { return callback_; }
     bool enabled() const { return callback_ != nullptr; }
 
     // Passes the message to the callback as UTF-8, valid only during the call. Without a callback it is dropped.

@@ -2,6 +2,16 @@
 
 namespace ZelStdCore
 {
+namespace
+{
+std::wstring (*messageSource)(std::uint32_t code) = Platform::systemMessage;
+}
+
+void setMessageSource(std::wstring (*source)(std::uint32_t code))
+{
+    messageSource = source;
+}
+
 LastError LastError::capture()
 {
     return {Platform::lastErrorCode()};
@@ -9,7 +19,7 @@ LastError LastError::capture()
 
 std::wstring LastError::text() const
 {
-    return code == 0 ? std::wstring() : Platform::systemMessage(code);
+    return code == 0 ? std::wstring() : messageSource(code);
 }
 
 std::wstring lastErrorText()

@@ -1,0 +1,9 @@
+#include "machine/VmFacts.h"
+
+namespace HardwareInventory
+{
+// The VM detection library is of Windows.
+void recordVmFacts(Recording&, Platform::Machine&)
+{
+}
+}

@@ -1,0 +1,113 @@
+// Captures what the inventory asks of this machine, and replays it on another one.
+#include "cli/Kinds.h"
+#include "machine/MachineInUse.h"
+#include "machine/NativeMachine.h"
+#include "machine/RecordedMachine.h"
+#include "machine/RecordingMachine.h"
+#include "machine/VmFacts.h"
+
+#include <CLI/CLI.hpp>
+
+#include <filesystem>
+#include <fstream>
+
+namespace
+{
+using HardwareInventory::Recording;
+using namespace HardwareInventory::Platform;
+
+constexpr int kFailure = 1;
+constexpr int kUsageError = 64; // apart from every status of the library
+
+std::string readFile(const std::filesystem::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(file)), {});
+    if (!file)
+        throw std::runtime_error("cannot read " + path.string());
+    return bytes;
+}
+
+// Beside the file and then in its place, so that no half of one is left.
+void writeFile(const std::filesystem::path& path, const std::string& bytes)
+{
+    std::filesystem::path beside = path;
+    beside += ".new";
+    std::ofstream file(beside, std::ios::binary);
+    file << bytes;
+    file.close();
+    if (!file)
+        throw std::runtime_error("cannot write " + beside.string());
+    std::filesystem::rename(beside, path);
+}
+
+// For the life of the process: the vendors' libraries are called until its end.
+Recording& keep(Recording recording)
+{
+    return *new Recording(std::move(recording));
+}
+
+int capture(const std::string& path)
+{
+    Recording& recording = keep({});
+    static RecordingMachine machine(nativeMachine(), recording);
+    useMachine(machine);
+    HardwareInventory::recordVmFacts(recording, machine);
+    for (const Kind& kind : kKinds)
+    {
+        char* buffer = nullptr;
+        std::size_t size = 0;
+        if (kind.find(&buffer, &size) == EXPORT_STATUS_SUCCESS)
+            release_buffer(buffer);
+    }
+    writeFile(path, recording.text());
+    return 0;
+}
+
+int replay(const std::string& path, const std::vector<std::string>& kinds, bool log)
+{
+    Recording& recording = keep(Recording::parse(readFile(path)));
+    static RecordedMachine machine(recording);
+    useMachine(machine);
+    if (log)
+        hardware_inventory_set_logger(printLogLine);
+    ExportStatus worst = EXPORT_STATUS_SUCCESS;
+    for (const Kind& kind : kKinds)
+        if (kinds.empty() || std::ranges::find(kinds, kind.name) != kinds.end())
+            worst = std::max(worst, print(kind, false));
+    for (const std::string& question : recording.unknown())
+        std::fprintf(stderr, "not recorded: %s\n", question.c_str());
+    return static_cast<int>(worst);
+}
+}
+
+int main(int argc, char** argv)
+{
+    makeOutputBinary();
+    CLI::App program("Captures what the hardware inventory asks of this machine, and replays it on another one.", "hw-machine");
+    program.require_subcommand(1);
+    std::string file;
+    bool log = false;
+    std::vector<std::string> kinds;
+    CLI::App* const captureCommand = program.add_subcommand("capture", "Write this machine's answers to a file");
+    captureCommand->add_option("FILE", file)->required();
+    CLI::App* const replayCommand = program.add_subcommand("replay", "Print the documents of a recorded machine, one a line");
+    replayCommand->add_option("FILE", file)->required();
+    replayCommand->add_option("KIND", kinds, "The documents to print; all without any")
+        ->check(CLI::IsMember({"cpus", "gpus", "ram", "disks", "network-adapters", "base-boards", "system", "hotfixes"}));
+    replayCommand->add_flag("--log", log, "Show the library's log on standard error");
+    try
+    {
+        program.parse(argc, argv);
+        return *captureCommand ? capture(file) : replay(file, kinds, log);
+    }
+    catch (const CLI::ParseError& error)
+    {
+        return program.exit(error) == 0 ? 0 : kUsageError;
+    }
+    catch (const std::exception& error)
+    {
+        std::fprintf(stderr, "hw-machine: %s\n", error.what());
+        return kFailure;
+    }
+}
