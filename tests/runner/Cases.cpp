@@ -1,0 +1,142 @@
+#include "tests/runner/Cases.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <stdexcept>
+
+namespace cases
+{
+namespace
+{
+// The documents' own keys, by the kind that collects them.
+const std::map<std::string, std::vector<std::string>> kKeysOfKinds{{"cpus", {"cpus"}},
+                                                                   {"gpus", {"gpus"}},
+                                                                   {"ram", {"rams", "usableMemory"}},
+                                                                   {"disks", {"disks"}},
+                                                                   {"system", {"system"}},
+                                                                   {"network-adapters", {"networkAdapters"}},
+                                                                   {"hotfixes", {"hotfixes"}},
+                                                                   {"base-boards", {"motherBoards"}}};
+
+std::string questionOf(const std::string& key)
+{
+    if (key.starts_with("Win32_"))
+        return "query ROOT\\CIMV2 SELECT * FROM " + key;
+    if (key.starts_with("ASSOCIATORS "))
+        return "query ROOT\\CIMV2 " + key;
+    if (key.starts_with("MSFT_"))
+        return "query ROOT\\StandardCIMV2 SELECT * FROM " + key;
+    return key;
+}
+
+void putAt(Json& root, const std::string& pointer, const Json& value)
+{
+    const Json::json_pointer at(pointer);
+    Json& parent = root.at(at.parent_pointer());
+    if (!value.is_null())
+        root[at] = value;
+    else if (parent.is_array())
+        parent.erase(std::stoul(at.back()));
+    else
+        parent.erase(at.back());
+}
+
+// "QUESTION" replaces or, with null, removes an answer; "QUESTION#/pointer" a part of one.
+void putAnswers(const Json& with, Json& answers)
+{
+    for (const auto& [key, value] : with.items())
+    {
+        const std::size_t pointer = key.find("#/");
+        const std::string question = questionOf(key.substr(0, pointer));
+        if (pointer != std::string::npos)
+            answers.at(question)[Json::json_pointer(key.substr(pointer + 1))] = value;
+        else if (value.is_null())
+            answers.erase(question);
+        else
+            answers[question] = value;
+    }
+}
+
+Case changed(Case base, const Json& json)
+{
+    putAnswers(json.value("with", Json::object()), base.recording["answers"]);
+    base.statuses.update(json.value("status", Json::object()));
+    for (const auto& [kind, status] : base.statuses.items())
+        if (status != 0)
+            for (const std::string& key : kKeysOfKinds.at(kind))
+                base.documents.erase(key);
+    const Json gives = json.value("gives", Json::object());
+    for (const auto& [key, value] : gives.items())
+        putAt(base.documents, key.starts_with('/') ? key : "/" + key, value);
+    base.logInOrder = json.contains("wholeLog");
+    if (base.logInOrder)
+        base.log = json["wholeLog"].get<std::vector<std::string>>();
+    for (const std::string line : json.value("unlogged", Json::array()))
+    {
+        const auto found = std::ranges::find(base.log, line);
+        if (found == base.log.end())
+            throw std::runtime_error(base.file + ", " + base.name + ": never logged: " + line);
+        base.log.erase(found);
+    }
+    for (const std::string line : json.value("log", Json::array()))
+        base.log.push_back(line);
+    base.asked = json.value("asked", Json::object());
+    return base;
+}
+
+const Json& fileOf(const std::string& name)
+{
+    static std::map<std::string, Json> files;
+    Json& file = files[name];
+    if (file.is_null())
+        file = Json::parse(std::ifstream(std::filesystem::path(MACHINES) / (name + ".json")), nullptr, true, true);
+    return file;
+}
+
+Case machineOf(const std::string& name)
+{
+    const Json& file = fileOf(name);
+    Case base;
+    base.recording = {{"format", "hw-machine recording"}, {"version", 1}, {"answers", Json::object()}};
+    base.documents = base.statuses = Json::object();
+    if (file.contains("like"))
+        base = machineOf(file["like"]);
+    base.file = name;
+    base.name = "machine";
+    return changed(base, file);
+}
+
+std::vector<Case> load()
+{
+    std::vector<Case> loaded;
+    for (const auto& entry : std::filesystem::directory_iterator(MACHINES))
+    {
+        if (entry.path().extension() != ".json")
+            continue;
+        loaded.push_back(machineOf(entry.path().stem().string()));
+        const Case base = loaded.back();
+        for (const Json& json : fileOf(base.file).value("cases", Json::array()))
+        {
+            loaded.push_back(base);
+            loaded.back().name = json.at("name");
+            loaded.back() = changed(loaded.back(), json);
+        }
+    }
+    return loaded;
+}
+}
+
+const std::vector<Case>& all()
+{
+    static const std::vector<Case> loaded = load();
+    return loaded;
+}
+
+const Case& find(const std::string& file, const std::string& name)
+{
+    const auto found = std::ranges::find_if(all(), [&](const Case& each) { return each.file == file && each.name == name; });
+    return found != all().end() ? *found : throw std::runtime_error("no case " + file + ", " + name);
+}
+}

@@ -1,0 +1,59 @@
+#include "tests/runner/Cases.h"
+#include "tests/runner/Replay.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace
+{
+using cases::Case;
+using HardwareInventory::Json;
+
+// One CTest entry a case, in a process of its own: tables and registries are read once in a process.
+class MachineTest : public testing::Test
+{
+public:
+    explicit MachineTest(const Case& machine) : case_(machine) {}
+
+    void TestBody() override
+    {
+        setMachine(case_.recording);
+        Replayed first = collect();
+        for (const char* key : {"firmware", "vendorGpus"})
+            if (case_.documents.contains(key))
+                first.documents[key] = described(key);
+        EXPECT_EQ(Json::diff(case_.documents, first.documents).dump(1), "[]") << "the difference, from expected to found";
+        EXPECT_EQ(first.statuses, case_.statuses);
+        if (case_.logInOrder)
+            EXPECT_EQ(first.log, case_.log);
+        else
+            EXPECT_THAT(first.log, testing::UnorderedElementsAreArray(case_.log));
+        for (const auto& [question, times] : case_.asked.items())
+            EXPECT_EQ(std::ranges::count(first.asked, question), times) << question;
+        if (case_.recording.dump().find("inTurn") == std::string::npos)
+            for (const auto& [key, document] : collect().documents.items())
+                EXPECT_EQ(document, first.documents[key]) << "the second time";
+    }
+
+private:
+    const Case& case_;
+};
+
+std::string nameOf(std::string text)
+{
+    std::ranges::replace_if(
+        text, [](unsigned char letter) { return !std::isalnum(letter); }, '_');
+    return text;
+}
+}
+
+int main(int argc, char** argv)
+{
+    testing::InitGoogleMock(&argc, argv);
+    for (const Case& each : cases::all())
+        testing::RegisterTest(nameOf(each.file).c_str(), nameOf(each.name).c_str(), nullptr, nullptr, MACHINES, 1,
+                              [&each]() -> testing::Test* { return new MachineTest(each); });
+    return RUN_ALL_TESTS();
+}

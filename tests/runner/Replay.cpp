@@ -1,0 +1,76 @@
+#include "tests/runner/Replay.h"
+
+#include "cli/Kinds.h"
+#include "machine/MachineInUse.h"
+#include "machine/RecordedMachine.h"
+
+#include <gtest/gtest.h>
+
+#include <regex>
+
+using namespace HardwareInventory;
+
+namespace
+{
+Recording* recording = nullptr;
+std::vector<std::string> lines;
+
+// The text of a failure is left without its place in the source.
+void keepLine(std::uint32_t level, const char* message)
+{
+    constexpr const char* levels[] = {"info", "warning", "error", "trace"};
+    static const std::regex address("0x[0-9a-f]{6,}|\\b[0-9A-F]{16}\\b");
+    static const std::regex place("^.*?:[A-Za-z:_~]*:[0-9]+:");
+    static const std::regex trace("\n[^]*");
+    std::string line = std::regex_replace(message, address, "@");
+    if (level == 2)
+        line = std::regex_replace(std::regex_replace(line, trace, ""), place, "");
+    static const std::regex vendors("has already been registered$|^(trying to find vendor|vendor candidates|closest vendor) ");
+    if (!std::regex_search(line, vendors))
+        lines.push_back(std::string(levels[level]) + " " + line);
+}
+
+struct LastRefused
+{
+    ~LastRefused() { hardware_inventory_set_logger(nullptr); }
+};
+}
+
+void setMachine(const Json& json)
+{
+    // For the life of the process: the vendors' libraries are called until its end.
+    recording = new Recording(Recording::of(json));
+    Platform::useMachine(*new Platform::RecordedMachine(*recording));
+}
+
+Replayed collect(std::string_view only)
+{
+    lines.clear();
+    const std::size_t asked = recording->asked().size();
+    hardware_inventory_set_logger(keepLine);
+    const LastRefused clear;
+    Replayed replayed{Json::object(), Json::object(), {}, {}};
+    for (const Kind& kind : kKinds)
+    {
+        if (!only.empty() && kind.name != only)
+            continue;
+        char* const untouched = nullptr;
+        char* buffer = untouched;
+        std::size_t size = 7;
+        const ExportStatus status = kind.find(&buffer, &size);
+        if (status != EXPORT_STATUS_SUCCESS)
+        {
+            EXPECT_TRUE(buffer == untouched && size == 7) << kind.name << ": a failed call wrote its outputs";
+            replayed.statuses[std::string(kind.name)] = status;
+            continue;
+        }
+        const Json document = Json::parse(buffer);
+        EXPECT_EQ(document.dump(), buffer) << "compact, its keys sorted";
+        EXPECT_EQ(size, std::strlen(buffer) + 1);
+        release_buffer(buffer);
+        replayed.documents.update(document);
+    }
+    replayed.log = lines;
+    replayed.asked.assign(recording->asked().begin() + static_cast<long>(asked), recording->asked().end());
+    return replayed;
+}
