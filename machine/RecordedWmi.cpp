@@ -135,8 +135,9 @@ private:
     const Json& valueOf(const wchar_t* property) const
     {
         const auto lower = [](char letter) { return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + 32) : letter; };
-        for (const auto& [name, value] : properties_.items())
-            if (std::ranges::equal(name, toUtf8(property), {}, lower, lower))
+        const std::string wanted = toUtf8(property);
+        for (const auto& [name, value] : properties_.get_ref<const Json::object_t&>())
+            if (std::ranges::equal(name, wanted, {}, lower, lower))
             {
                 LogLines::repeat(value);
                 return value.is_object() && value.contains("value") ? value["value"] : value;
@@ -144,7 +145,7 @@ private:
         return kUnreadable;
     }
 
-    Json properties_;
+    const Json& properties_; // of the recording
 };
 
 const Json& objectsOf(const Json& answer)

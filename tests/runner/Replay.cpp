@@ -46,10 +46,9 @@ void setMachine(const Json& json)
 Replayed collect(std::string_view only)
 {
     lines.clear();
-    const std::size_t asked = recording->asked().size();
     hardware_inventory_set_logger(keepLine);
     const LastRefused clear;
-    Replayed replayed{Json::object(), Json::object(), {}, {}};
+    Replayed replayed{Json::object(), Json::object(), {}};
     for (const Kind& kind : kKinds)
     {
         if (!only.empty() && kind.name != only)
@@ -71,6 +70,10 @@ Replayed collect(std::string_view only)
         replayed.documents.update(document);
     }
     replayed.log = lines;
-    replayed.asked.assign(recording->asked().begin() + static_cast<long>(asked), recording->asked().end());
     return replayed;
+}
+
+std::size_t timesAsked(const std::string& question)
+{
+    return recording->timesAsked(question);
 }
