@@ -36,9 +36,10 @@ private:
     {
         const Bytes bytes = structure.bytes();
         table_ = places.empty() ? bytes : table_;
-        places.push_back(std::to_wstring(table_.size() - bytes.size()));
-        require(bytes.data() + bytes.size() == table_.data() + table_.size(), "a structure ends with the table");
+        const std::size_t place = table_.size() - bytes.size();
+        require(bytes.data() == table_.data() + place && place == next_, "a structure stands behind the last one");
         require(!ended, "the end of the table ends the walk");
+        places.push_back(std::to_wstring(place));
         ended = structure.type() == StructureType::endOfTable;
         const std::size_t formatted = std::min<std::size_t>(structure.length(), bytes.size());
         for (const std::size_t offset : {0x00, 0x0D, 0xF7, 0xF8, 0xFF})
@@ -46,15 +47,19 @@ private:
             require(structure.field<std::uint64_t>(offset).has_value() == (offset + 8 <= formatted), "a field is formatted");
             require(structure.byteAt(offset) == (offset < bytes.size() ? bytes[offset] : 0), "a byte lies in the table");
         }
-        const auto* end = reinterpret_cast<const char*>(bytes.data()) + formatted;
+        const std::string_view rest(reinterpret_cast<const char*>(bytes.data()) + formatted, bytes.size() - formatted);
+        const auto zeros = rest.starts_with('\0') ? 0 : rest.find(std::string_view("\0\0", 2));
+        next_ = zeros == rest.npos ? table_.size() : std::min(table_.size(), place + formatted + zeros + 2);
+        std::size_t end = 0;
         for (const std::string_view text : structure.strings(ZelStdCore::CutString::keep))
         {
-            require(text.data() == end && !text.empty() && text.find('\0') == text.npos, "a string stands behind the last one");
+            require(text.data() == rest.data() + end && !text.empty() && text.find('\0') == text.npos, "the strings lie in a row");
             end += text.size() + 1;
         }
-        require(end <= reinterpret_cast<const char*>(bytes.data() + bytes.size()) + 1, "a string lies in the table");
+        require(end < rest.size() ? rest[end] == '\0' : end <= rest.size() + 1, "the table or an empty string ends the strings");
     }
 
+    std::size_t next_ = 0;
     Bytes table_;
 };
 
