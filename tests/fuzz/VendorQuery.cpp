@@ -9,13 +9,11 @@
 
 #include <set>
 
-using HardwareInventory::VendorRegistry;
-
 namespace
 {
 constexpr std::wstring_view kLetters = L"aaabB -%1\u00FC\n\n";
 
-void query(const VendorRegistry& registry, const plain::VendorRegistry& expected, const std::wstring& text)
+void query(const HardwareInventory::VendorRegistry& registry, const plain::VendorRegistry& expected, const std::wstring& text)
 {
     const auto [vendor, rest] = expected.closestVendor(text);
     const std::wstring reduced = expected.reduce(text);
@@ -38,7 +36,7 @@ void query(const VendorRegistry& registry, const plain::VendorRegistry& expected
 
 void check(const std::wstring& text)
 {
-    VendorRegistry registry;
+    HardwareInventory::VendorRegistry registry;
     plain::VendorRegistry expected;
     for (const auto line : ZelStdCore::split(text, L"\n"))
     {

@@ -3,7 +3,6 @@
 #include "hw-inventory-impl/lib/PCI/PciIdDatabase.h"
 #include "st-core/lib/Utf8.h"
 
-#include <cctype>
 #include <cstdlib>
 #include <map>
 #include <optional>
@@ -41,7 +40,7 @@ private:
         const auto convert = [&](const std::string& text, const std::string& what, const std::string& tooLarge,
                                  const std::string& quote) -> std::optional<std::uint64_t>
         {
-            const bool isNumber = !text.empty() && std::isxdigit(static_cast<unsigned char>(text[0]));
+            const bool isNumber = text.find_first_of("0123456789abcdefABCDEF") == 0;
             const std::uint64_t value = isNumber ? std::strtoull(text.c_str(), nullptr, 16) : 0;
             if (isNumber && value <= 0xFFFF)
                 return value;
