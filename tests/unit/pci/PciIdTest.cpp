@@ -14,7 +14,7 @@ using Lines = fakes::LogCapture::Lines;
 
 TEST(PciIdDatabase, NamesAndWarnings)
 {
-    const std::string list = "1  A\n\t2  a\n\t\t3 4  s\nzz10  B\n\t3  b\n\t\t4 5  s\n10000  C\n00ad  \nC 01  Class\n\tx2  d\n"
+    const std::string list = "1  A\n\t2  a\n\t\t3 4  s\nzz10  B\n\t3  b\n\t\t4 5  s\n10000  C\n0xfFfF  \nC 01  Class\n\tx2  d\n"
                              "\t10000  e\n\t6  f\r\n\t\tx 4  s\n\t\t3 y  s\n\t\t10000 y  s\n\t\t3 10000  s\n1  Z\n2  B";
     fakes::LogCapture log;
     PciIdDatabase database;
@@ -33,11 +33,11 @@ TEST(PciIdDatabase, NamesAndWarnings)
     EXPECT_EQ(database.vendorNames(), (std::vector<std::wstring>{L"Z", L"Class", L""}));
     EXPECT_EQ(database.vendorName(2), L"");
     EXPECT_EQ(database.modelName(0xAD, 0xCD) + database.modelName(0xC, 6), L"f\r");
-    EXPECT_EQ(database.subsystemModelName(1, 2, 3, 4) + database.subsystemModelName(1, 2, 3, 0xBEEF), L"sa");
+    EXPECT_EQ(database.subsystemModelName(1, 2, 3, 4) + database.subsystemModelName(0xC, 6, 3, 0), L"sf\r");
     EXPECT_EQ(database.subsystemModelName(1, 0x1B80, 3, 4), L"");
     EXPECT_EQ(log.lines(), (Lines{{1, "failed to lookup vendor 0002"},
                                   {1, "failed to lookup model (00AD:00CD)"},
-                                  {1, "failed to lookup model (0001:0002:0003:BEEF), fallback to (0001:0002)"},
+                                  {1, "failed to lookup model (000C:0006:0003:0000), fallback to (000C:0006)"},
                                   {1, "failed to lookup model (0001:1B80:0003:0004), fallback to (0001:1B80)"},
                                   {1, "failed to lookup model (0001:1B80)"}}));
 }
