@@ -24,12 +24,7 @@ std::string fieldsOf(const ExceptionRecord& record)
 
 ZelStdCore::StackFrame frame(const wchar_t* function)
 {
-    ZelStdCore::StackFrame result;
-    result.completeName = function;
-    result.fileName = L"s";
-    result.lineNumber = 3;
-    result.symbolDisplacement = 16;
-    return result;
+    return {.completeName = function, .symbolDisplacement = 16, .lineNumber = 3, .fileName = L"s"};
 }
 
 Exception inventoryException(std::uint64_t code)
@@ -63,40 +58,28 @@ TEST(ExceptionRecord, StatusOfEachInventoryCode)
 
 TEST(ExceptionRecord, FieldsTextAndLogOfEachKindOfException)
 {
-    struct Case
-    {
-        const char* what;
-        std::exception_ptr exception;
-        ExportStatus status;
-        std::string fields;
-        std::string text;
-    };
     machine().stack = {frame(L"inner"), frame(L"skipped too"), frame(L"outer"), frame(L"invoke_main"), frame(L"start")};
     const std::string outer = "[16] s:outer:3\n";
     const std::string whole = "[16] s:inner:3\n[16] s:skipped too:3\n" + outer;
     const std::string memory = std::bad_alloc().what();
     const std::string bind = "[m\xC3\xBC][failed to bind to WMI]";
 
-    const Case cases[] = {
-        {"an inventory failure", std::make_exception_ptr(inventoryException(3)), 1, "[" + outer + "][lib\\f][N::f]7" + bind,
+    const std::tuple<std::exception_ptr, ExportStatus, std::string, std::string> cases[] = {
+        {std::make_exception_ptr(inventoryException(3)), 1, "[" + outer + "][lib\\f][N::f]7" + bind,
          "lib\\f:N::f:7:m\xC3\xBC:failed to bind to WMI:" + outer},
-        {"a core failure without a trace",
-         std::make_exception_ptr(ZelStdCore::RuntimeException(L"", L"g", L"N::g", 9, ZelStdCore::Trace::none)), 8,
+        {std::make_exception_ptr(ZelStdCore::RuntimeException(L"", L"g", L"N::g", 9, ZelStdCore::Trace::none)), 8,
          "[][g][N::g]9[]-", "g:N::g:9:(no meta)"},
-        {"a standard exception", std::make_exception_ptr(std::runtime_error("m\xC3\xBC")), 8, "[" + whole + "]--0[m\xC3\xBC]-",
-         "m\xC3\xBC:" + whole},
-        {"text in another encoding", std::make_exception_ptr(std::runtime_error("m\xFC")), 8, "[" + whole + "]--0[m\xC3\xBC]-",
-         "m\xC3\xBC:" + whole},
-        {"out of memory", std::make_exception_ptr(std::bad_alloc()), 8, "[" + whole + "]--0[" + memory + "]-",
-         memory + ":" + whole},
-        {"anything else", std::make_exception_ptr(42), 8, "---0[unknown exception]-", "unknown exception"},
+        {std::make_exception_ptr(std::runtime_error("m\xC3\xBC")), 8, "[" + whole + "]--0[m\xC3\xBC]-", "m\xC3\xBC:" + whole},
+        {std::make_exception_ptr(std::runtime_error("m\xFC")), 8, "[" + whole + "]--0[m\xC3\xBC]-", "m\xC3\xBC:" + whole},
+        {std::make_exception_ptr(std::bad_alloc()), 8, "[" + whole + "]--0[" + memory + "]-", memory + ":" + whole},
+        {std::make_exception_ptr(42), 8, "---0[unknown exception]-", "unknown exception"},
     };
-    for (const Case& each : cases)
+    for (const auto& [exception, status, fields, exceptionText] : cases)
     {
         const fakes::LogCapture log;
-        EXPECT_EQ(recordFailure(each.exception), each.status) << each.what;
-        EXPECT_EQ(fieldsOf(lastException()), each.fields) << each.what;
-        EXPECT_EQ(log.lines(), (fakes::LogCapture::Lines{{2, each.text}})) << each.what;
+        EXPECT_EQ(recordFailure(exception), status) << fields;
+        EXPECT_EQ(fieldsOf(lastException()), fields);
+        EXPECT_EQ(log.lines(), (fakes::LogCapture::Lines{{2, exceptionText}}));
     }
 }
 
@@ -113,12 +96,7 @@ TEST(ExceptionRecord, SurvivesATracerThatFails)
 
 TEST(ExceptionRecord, TextOfAHandMadeRecord)
 {
-    struct Case
-    {
-        ExceptionRecord record;
-        const char* text;
-    };
-    const Case cases[] = {
+    const std::pair<ExceptionRecord, const char*> cases[] = {
         {{}, "(no meta)"},
         {{"", "f", "g", 0, "", ""}, "(no meta)"},
         {{"t", "f", "g", 1, "m", "e"}, "f:g:1:m:e:t"},
@@ -127,6 +105,6 @@ TEST(ExceptionRecord, TextOfAHandMadeRecord)
         {{nullptr, "f", "g", 1, nullptr, "e"}, "f:g:1:(no meta):e"},
         {{nullptr, "f", "g", -9223372036854775807, "m", nullptr}, "f:g:-9223372036854775807:m"},
     };
-    for (const Case& each : cases)
-        EXPECT_EQ(exceptionText(each.record), each.text);
+    for (const auto& [record, text] : cases)
+        EXPECT_EQ(exceptionText(record), text);
 }
