@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <sstream>
 #include <stdexcept>
 
 namespace cases
@@ -58,15 +59,22 @@ Json spelledOut(const Json& value)
     return list;
 }
 
-// "3 x LINE" is a line that comes three times.
+// "3 x LINE" is a line that comes three times, "unread A B" the warnings for two properties that an object lacks.
 std::vector<std::string> linesOf(const Json& json)
 {
     std::vector<std::string> lines;
     for (const std::string text : json)
     {
         const std::size_t times = text.find(" x ");
-        const bool counted = times != 0 && text.find_first_not_of("0123456789") == times;
-        lines.insert(lines.end(), counted ? std::stoul(text) : 1, counted ? text.substr(times + 3) : text);
+        std::istringstream words(text);
+        std::string word;
+        if (words >> word && word == "unread")
+            while (words >> word)
+                lines.push_back("warning failed to get '" + word + "' property of @");
+        else if (times == word.size() && word.find_first_not_of("0123456789") == std::string::npos)
+            lines.insert(lines.end(), std::stoul(word), text.substr(times + 3));
+        else
+            lines.push_back(text);
     }
     return lines;
 }
