@@ -121,7 +121,9 @@ Case changed(Case base, const Json& json)
     }
     for (const std::string& line : linesOf(json.value("log", Json::array())))
         base.log.push_back(line);
-    base.asked = json.value("asked", Json::object());
+    base.asked = Json::object();
+    for (const auto& [question, times] : json.value("asked", Json::object()).items())
+        base.asked[questionOf(question)] = times;
     return base;
 }
 
