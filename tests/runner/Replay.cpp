@@ -22,7 +22,8 @@ void keepLine(std::uint32_t level, const char* message)
     static const std::regex address("0x[0-9a-f]{6,}|\\b[0-9A-F]{16}\\b");
     static const std::regex place("^.*?:[A-Za-z:_~]*:[0-9]+:");
     static const std::regex trace("\n[^]*");
-    std::string line = std::regex_replace(message, address, "@");
+    static const std::regex cause("( format: )[^]*"); // whatever the C library's error number holds
+    std::string line = std::regex_replace(std::regex_replace(message, address, "@"), cause, "$1@");
     if (level == 2)
         line = std::regex_replace(std::regex_replace(line, trace, ""), place, "");
     static const std::regex vendors("has already been registered$|^(trying to find vendor|vendor candidates|closest vendor) ");
