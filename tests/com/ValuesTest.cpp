@@ -3,104 +3,58 @@
 #include "st-core/lib/Format.h"
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/Utf8.h"
-#include "tests/com/FakeCom.h"
+#include "tests/com/Service.h"
 
 #include <comdef.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <limits>
 
 namespace
 {
 using namespace HardwareInventory::Providers::WMIProvider;
-using Make = fakes::FakeObject::Value;
-using Texts = std::vector<std::wstring>;
+using fakes::number;
+using fakes::text;
+using fakes::texts;
+using fakes::Value;
 using ArrayFailure = ManagementObject::ArrayFailure;
 
-Make number(VARTYPE type, long long value)
+// A value with something changed.
+Value changed(const Value& make, void (*change)(VARIANT& value))
 {
-    return [=](VARIANT& variant)
+    return [=](VARIANT& value)
     {
-        variant.vt = type;
-        variant.llVal = value;
+        make(value);
+        change(value);
     };
 }
 
-Make text(const std::wstring& value)
+Value vector(VARTYPE type, VARTYPE elements, UINT dimensions = 1)
 {
-    return [=](VARIANT& variant)
+    return [=](VARIANT& value)
     {
-        variant.vt = VT_BSTR;
-        variant.bstrVal = SysAllocStringLen(value.data(), static_cast<UINT>(value.size()));
+        SAFEARRAYBOUND bounds[] = {{1, 0}, {1, 0}};
+        value.vt = VT_ARRAY | type;
+        value.parray = SafeArrayCreate(elements, dimensions, bounds);
     };
 }
 
-Make null(VARTYPE type)
+Value reference(VARIANT_BOOL value)
 {
-    return number(type, 0);
-}
-
-Make reference(VARIANT_BOOL value)
-{
-    return [kept = std::make_shared<VARIANT_BOOL>(value)](VARIANT& variant)
-    {
-        variant.vt = VT_BYREF | VT_BOOL;
-        variant.pboolVal = kept.get();
-    };
-}
-
-// A value that records when it is cleared.
-void object(VARIANT& variant)
-{
-    variant.vt = VT_UNKNOWN;
-    variant.punkVal = new fakes::FakeObject("value", {});
-}
-
-Make array(VARTYPE type, std::function<SAFEARRAY*()> make)
-{
-    return [=](VARIANT& variant)
-    {
-        variant.vt = VT_ARRAY | type;
-        variant.parray = make();
-    };
-}
-
-Make vector(VARTYPE type, VARTYPE elements)
-{
-    return array(type, [=] { return SafeArrayCreateVector(elements, 0, 1); });
-}
-
-Make texts(LONG lowerBound, const Texts& values, VARTYPE type = VT_BSTR, USHORT locks = 0)
-{
-    return array(type,
-                 [=]
-                 {
-                     SAFEARRAY* const array = SafeArrayCreateVector(VT_BSTR, lowerBound, static_cast<ULONG>(values.size()));
-                     BSTR* elements = static_cast<BSTR*>(array->pvData);
-                     for (const std::wstring& value : values)
-                         *elements++ = SysAllocStringLen(value.data(), static_cast<UINT>(value.size()));
-                     array->cLocks = locks;
-                     return array;
-                 });
-}
-
-SAFEARRAY* twoDimensions()
-{
-    SAFEARRAYBOUND bounds[] = {{1, 0}, {1, 0}};
-    return SafeArrayCreate(VT_BSTR, 2, bounds);
+    return number(VT_BYREF | VT_BOOL, reinterpret_cast<long long>(new VARIANT_BOOL(value)));
 }
 
 // The results in the words of the cases below.
 std::string described(const PropertyValue& answer)
 {
+    const char* const others[] = {"unreadable", "null", "", "", "", "other"};
     if (const auto* wide = std::get_if<std::wstring>(&answer))
         return "text " + ZelStdCore::toUtf8(*wide);
     if (const auto* integer = std::get_if<std::int32_t>(&answer))
         return "int " + std::to_string(*integer);
     if (const auto* flag = std::get_if<bool>(&answer))
         return *flag ? "true" : "false";
-    return std::holds_alternative<Unreadable>(answer) ? "unreadable" : std::holds_alternative<Null>(answer) ? "null" : "other";
+    return others[answer.index()];
 }
 
 std::string described(std::optional<bool> answer)
@@ -108,7 +62,7 @@ std::string described(std::optional<bool> answer)
     return !answer ? "unreadable" : *answer ? "true" : "false";
 }
 
-std::string described(const ZelStdCore::Result<Texts, ArrayFailure>& answer)
+std::string described(const ZelStdCore::Result<std::vector<std::wstring>, ArrayFailure>& answer)
 {
     if (!answer)
         return answer.error() == ArrayFailure::unreadable ? "unreadable" : "not attached";
@@ -120,15 +74,14 @@ std::string described(const ZelStdCore::Result<Texts, ArrayFailure>& answer)
 
 std::string lines;
 
-// The result of a getter for the property "P" of an object, which has none if there is no value. The reason of an error is logged
-// before it is thrown, and nothing else is logged.
+// The result of a getter. The reason of an error is logged before it is thrown, and nothing else is logged.
 template <class Getter>
-std::string answerOf(Getter getter, const Make& value, const wchar_t* reason = L"")
+std::string answerOf(Getter getter, const wchar_t* reason = L"")
 {
-    ZelStdCore::HostLogger::instance().set([](std::uint32_t level, const char* text)
-                                           { lines += std::to_string(level) + " " + text; });
+    ZelStdCore::HostLogger::instance().set([](std::uint32_t level, const char* line)
+                                           { lines += std::to_string(level) + " " + line; });
     lines.clear();
-    const WMIObject object(fakes::makeObject("object", value));
+    const WMIObject object(HardwareInventory::Providers::ComPointer(static_cast<IWbemClassObject*>(fakes::makeObject("object"))));
     try
     {
         std::string answer = described((object.*getter)(L"P"));
@@ -137,71 +90,76 @@ std::string answerOf(Getter getter, const Make& value, const wchar_t* reason = L
     }
     catch (const _com_error& error)
     {
-        EXPECT_EQ(lines, ZelStdCore::toUtf8(ZelStdCore::format(L"3 'P' property of %p %s: 0x%08X", object.address(), reason,
-                                                               static_cast<std::uint32_t>(error.Error()))));
-        return error.Error() == DISP_E_TYPEMISMATCH ? "mismatch"
-               : error.Error() == E_INVALIDARG      ? "invalid"
-                                                    : "error " + std::to_string(error.Error());
+        const auto code = static_cast<std::uint32_t>(error.Error());
+        EXPECT_EQ(lines,
+                  ZelStdCore::toUtf8(ZelStdCore::format(L"3 'P' property of %p %s: 0x%08X", object.address(), reason, code)));
+        return code == 0x80020005 ? "mismatch" : code == 0x80070057 ? "invalid" : "error " + std::to_string(code);
     }
 }
 
 TEST(Values, EachGetterTakesWhatItCan)
 {
     using namespace std::string_literals;
-    const std::wstring withZero(L"a\0b", 3);
+    const std::wstring zero(L"a\0b", 3);
     constexpr auto largest = std::numeric_limits<std::int32_t>::max();
     constexpr auto smallest = std::numeric_limits<std::int32_t>::min();
+    const auto asVariants = [](VARIANT& value) { value.vt = VT_ARRAY | VT_VARIANT; };
+    const auto lockedOut = [](VARIANT& value) { value.parray->cLocks = 0xFFFF; }; // one more lock fails
+    const auto anObject = [](VARIANT& value) { value.punkVal = static_cast<IUnknown*>(fakes::makeObject("value")); };
     const struct
     {
         const char* name;
-        Make make;
+        Value make;
         std::string value;
-        std::string flag;
-        std::string list;
+        std::string flag = "mismatch";
+        std::string list = "invalid";
     } cases[] = {
         {"missing", nullptr, "unreadable", "unreadable", "unreadable"},
-        {"null", null(VT_NULL), "null", "mismatch", ""},
-        {"empty", null(VT_EMPTY), "other", "false", "invalid"},
-        {"text", text(L"True"), "text True", "true", "invalid"},
-        {"text of a number", text(L"0"), "text 0", "false", "invalid"},
-        {"text with a zero", text(withZero), "text a\0b"s, "mismatch", "invalid"},
-        {"null text", null(VT_BSTR), "text ", "mismatch", "invalid"},
-        {"largest int", number(VT_I4, largest), "int 2147483647", "true", "invalid"},
-        {"smallest int", number(VT_I4, smallest), "int -2147483648", "true", "invalid"},
-        {"short", number(VT_I2, 0), "other", "false", "invalid"},
-        {"unsigned", number(VT_UI4, 7), "other", "true", "invalid"},
-        {"64 bits", number(VT_I8, 7), "other", "true", "invalid"},
-        {"true", number(VT_BOOL, VARIANT_TRUE), "true", "true", "invalid"},
-        {"one", number(VT_BOOL, 1), "true", "true", "invalid"},
-        {"false", number(VT_BOOL, VARIANT_FALSE), "false", "false", "invalid"},
-        {"reference to true", reference(VARIANT_TRUE), "other", "true", "invalid"},
-        {"reference to one", reference(1), "other", "false", "invalid"}, // a converted value must be VARIANT_TRUE
-        {"object", object, "other", "mismatch", "invalid"},
-        {"texts", texts(0, {L"10.0.0.7", L"", withZero}), "other", "mismatch", "[10.0.0.7][][a\0b]"s},
-        {"no element", texts(0, {}), "other", "mismatch", ""},
-        {"from 5", texts(5, {L"a", L"b"}), "other", "mismatch", "[a][b]"},
-        {"from -1", texts(-1, {L"a", L"b"}), "other", "mismatch", "[a][b]"},
-        {"up to the last index", texts(largest, {L"a"}), "other", "mismatch", "[a]"},
+        {"null", number(VT_NULL, 0), "null", "mismatch", ""},
+        {"empty", number(VT_EMPTY, 0), "other", "false"},
+        {"text", text(L"True"), "text True", "true"},
+        {"text of a number", text(L"0"), "text 0", "false"},
+        {"text with a zero", text(zero), "text a\0b"s},
+        {"null text", number(VT_BSTR, 0), "text "},
+        {"largest int", number(VT_I4, largest), "int 2147483647", "true"},
+        {"smallest int", number(VT_I4, smallest), "int -2147483648", "true"},
+        {"short", number(VT_I2, 0), "other", "false"},
+        {"unsigned", number(VT_UI4, 7), "other", "true"},
+        {"64 bits", number(VT_I8, 7), "other", "true"},
+        {"true", number(VT_BOOL, VARIANT_TRUE), "true", "true"},
+        {"one", number(VT_BOOL, 1), "true", "true"},
+        {"false", number(VT_BOOL, VARIANT_FALSE), "false", "false"},
+        {"reference to true", reference(VARIANT_TRUE), "other", "true"},
+        {"reference to one", reference(1), "other", "false"}, // a converted value must be VARIANT_TRUE
+        {"object", changed(number(VT_UNKNOWN, 0), anObject), "other"},
+        {"texts", texts({L"10.0.0.7", L"", zero}), "other", "mismatch", "[10.0.0.7][][a\0b]"s},
+        {"no element", texts({}), "other", "mismatch", ""},
+        {"from 5", texts({L"a", L"b"}, 5), "other", "mismatch", "[a][b]"},
+        {"from -1", texts({L"a", L"b"}, -1), "other", "mismatch", "[a][b]"},
+        {"up to the last index", texts({L"a"}, largest), "other", "mismatch", "[a]"},
         {"null element", vector(VT_BSTR, VT_BSTR), "other", "mismatch", "[]"},
-        {"named otherwise", texts(0, {L"a"}, VT_VARIANT), "other", "mismatch", "[a]"},
-        {"missing array", null(VT_ARRAY | VT_BSTR), "other", "mismatch", "invalid"},
-        {"reference to none", null(VT_BYREF | VT_ARRAY | VT_BSTR), "other", "mismatch", "invalid"},
-        {"numbers", vector(VT_I4, VT_I4), "other", "mismatch", "invalid"},
-        {"numbers said to be texts", vector(VT_BSTR, VT_I4), "other", "mismatch", "invalid"},
-        {"dispatch objects", vector(VT_DISPATCH, VT_DISPATCH), "other", "mismatch", "invalid"},
-        {"two dimensions", array(VT_BSTR, twoDimensions), "other", "mismatch", "invalid"},
-        // The lock count is at its maximum: one more lock fails.
-        {"locked out", texts(0, {L"a"}, VT_BSTR, 0xFFFF), "other", "mismatch", "error " + std::to_string(E_UNEXPECTED)},
+        {"named otherwise", changed(texts({L"a"}), asVariants), "other", "mismatch", "[a]"},
+        {"missing array", number(VT_ARRAY | VT_BSTR, 0), "other"},
+        {"reference to none", number(VT_BYREF | VT_ARRAY | VT_BSTR, 0), "other"},
+        {"numbers", vector(VT_I4, VT_I4), "other"},
+        {"numbers said to be texts", vector(VT_BSTR, VT_I4), "other"},
+        {"dispatch objects", vector(VT_DISPATCH, VT_DISPATCH), "other"},
+        {"two dimensions", vector(VT_BSTR, VT_BSTR, 2), "other"},
+        {"locked out", changed(texts({L"a"}), lockedOut), "other", "mismatch", "error " + std::to_string(0x8000FFFF)},
     };
+    std::string trace;
+    fakes::service().trace = &trace;
     for (const auto& test : cases)
     {
         SCOPED_TRACE(test.name);
-        EXPECT_EQ(answerOf(&WMIObject::get, test.make), test.value);
-        EXPECT_EQ(answerOf(&WMIObject::getBool, test.make, L"does not convert to a boolean"), test.flag);
-        EXPECT_EQ(answerOf(&WMIObject::getStringArray, test.make, L"cannot be read as an array of BSTR"), test.list);
+        fakes::service().values = [&](const wchar_t* property) { return property == std::wstring(L"P") ? test.make : nullptr; };
+        EXPECT_EQ(answerOf(&WMIObject::get), test.value);
+        EXPECT_EQ(answerOf(&WMIObject::getBool, L"does not convert to a boolean"), test.flag);
+        EXPECT_EQ(answerOf(&WMIObject::getStringArray, L"cannot be read as an array of BSTR"), test.list);
+        // Each value is cleared once; each object is released once.
+        const std::string once = test.name == "object"s ? "Get; ~value; ~object; " : "Get; ~object; ";
+        EXPECT_EQ(std::exchange(trace, ""), once + once + once);
     }
-    // Each value is cleared once; each object is released once.
-    EXPECT_EQ(std::ranges::count(fakes::com().trace, "~value"), 3);
-    EXPECT_EQ(std::ranges::count(fakes::com().trace, "~object"), 3 * std::ssize(cases));
+    EXPECT_EQ(fakes::service().living, 0u);
 }
 }
