@@ -1,52 +1,94 @@
+#include "hw-inventory-impl/lib/GPU/GpuVendorRegistry.h"
 #include "tests/com/Service.h"
 #include "tests/system/product/Product.h"
 
-#include <cstdio>
+#include <setupapi.h>
+
 #include <thread>
 
-// Imports only what every program does: every other module in the process was loaded by the library.
-//   host careless NAME...          loads the libraries as a program does that leaves the search to the system
-//   host collect PRODUCT NAME...   loads the product as its header advises, and lets it collect
+// A program in a process of its own:
+//   careless NAME...          loads the libraries as a program does that leaves the search to the system
+//   collect PRODUCT NAME...   loads the product as its header advises, and lets it collect
+//   document PRODUCT          prints the GPU document, with the vendors' libraries loaded already
+//   complete                  prints what the vendors' libraries report within this program
 // Prints where those of the named libraries come from that are loaded in the end. Exits with the system's error if the product does
 // not load.
 namespace
 {
-int collect(const char* path)
+using fakes::replaceImport;
+
+// On a thread of its own.
+std::string collect(const Product& product, const char* kind)
 {
-    static const Product product(path);
-    const auto status = [&](std::size_t kind)
-    {
-        ExportStatus result = 0;
-        std::thread([&] { result = product.collect(kind).status; }).join();
-        return result;
-    };
-    for (std::size_t kind = 0; kind < Product::kindCount; ++kind)
-        if (status(kind) != EXPORT_STATUS_SUCCESS)
+    std::string answer;
+    std::thread([&] { answer = product.collect(kind); }).join();
+    return answer;
+}
+
+int collectAll(const Product& product)
+{
+    for (const char* kind : Product::kinds)
+        if (collect(product, kind).front() != '{')
             return 1;
     fakes::serve(product.module);
     // Wine lacks an optional namespace, and this firmware has an odd date: warnings, which take no trace.
-    if (status(Product::system) != EXPORT_STATUS_SUCCESS || GetModuleHandleA("dbghelp.dll"))
+    if (collect(product, "system").front() != '{' || GetModuleHandleA("dbghelp.dll"))
         return 2;
-    fakes::service().answer = fakes::failing("CoCreateInstance");
-    return status(Product::cpus) == EXPORT_STATUS_WMI_CONNECTION ? 0 : 3;
+    fakes::service.answer = fakes::failing(L"CoCreateInstance");
+    return collect(product, "cpus") == std::to_string(EXPORT_STATUS_WMI_CONNECTION) ? 0 : 3;
+}
+
+// Wine's SetupAPI places no device on its bus.
+BOOL WINAPI anyDevice(HDEVINFO, DWORD, SP_DEVINFO_DATA*)
+{
+    return TRUE;
+}
+
+BOOL WINAPI placeOfAnyDevice(HDEVINFO, SP_DEVINFO_DATA*, DWORD property, DWORD*, BYTE* value, DWORD, DWORD*)
+{
+    *reinterpret_cast<DWORD*>(value) = property == SPDRP_BUSNUMBER ? 1 : 0;
+    return TRUE;
+}
+
+void completeGpus(const Product* product)
+{
+    const HMODULE libraries[] = {LoadLibraryW(L".\\nvml.dll"), LoadLibraryW(L".\\atiadlxx.dll")};
+    if (product)
+    {
+        replaceImport(product->module, "setupapi.dll", "SetupDiEnumDeviceInfo", &anyDevice);
+        replaceImport(product->module, "setupapi.dll", "SetupDiGetDeviceRegistryPropertyA", &placeOfAnyDevice);
+        product->setLogger([](std::uint32_t, const char* line) { std::puts(line); });
+        std::puts(product->collect("gpus").c_str());
+    }
+    else
+    {
+        std::vector<HardwareInventory::GpuInfo> gpus(2);
+        gpus[0].pciAddress = L"0000:01:00.0";
+        gpus[1].pciAddress = L"0000:03:00.0";
+        completeFromVendorLibraries(gpus);
+        for (const auto& gpu : gpus)
+            std::printf("%ls: %.2f '%ls'\n", gpu.pciAddress.c_str(), gpu.temperature.value_or(0), gpu.serialNumber.c_str());
+    }
+    for (const HMODULE library : libraries)
+        FreeLibrary(library);
 }
 }
 
 int main(int argc, char** argv)
-try
 {
-    const bool careless = std::string_view(argv[1]) == "careless";
-    if (const int failure = careless ? 0 : collect(argv[2]))
+    const std::string_view task = argv[1];
+    const Product* const product = task == "collect" || task == "document" ? new Product(argv[2]) : nullptr;
+    if (product && !product->module)
+        return static_cast<int>(product->loadError);
+    if (task == "document" || task == "complete")
+        return completeGpus(product), 0;
+    if (const int failure = product ? collectAll(*product) : 0)
         return failure;
-    for (int index = careless ? 2 : 3; index < argc; ++index)
+    for (int index = product ? 3 : 2; index < argc; ++index)
     {
         char path[MAX_PATH];
-        if (const HMODULE module = careless ? LoadLibraryA(argv[index]) : GetModuleHandleA(argv[index]))
+        if (const HMODULE module = product ? GetModuleHandleA(argv[index]) : LoadLibraryA(argv[index]))
             if (GetModuleFileNameA(module, path, MAX_PATH) != 0)
                 std::puts(path);
     }
-}
-catch (const std::system_error& failure)
-{
-    return failure.code().value();
 }
