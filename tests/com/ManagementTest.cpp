@@ -38,27 +38,21 @@ std::wstring trace, lines;
 HRESULT joined = S_OK;                          // of every thread
 std::optional<APTTYPE> apartment = APTTYPE_MTA; // of every thread
 
-HRESULT WINAPI join(void*, DWORD kind)
-{
-    const HRESULT result = fakes::record(L"CoInitializeEx " + std::to_wstring(kind));
-    return FAILED(result) ? result : joined;
-}
-
-void WINAPI leave()
-{
-    fakes::record(L"CoUninitialize");
-    SetLastError(fakes::kErrorOfCleanup);
-}
-
-HRESULT WINAPI apartmentType(APTTYPE* type, APTTYPEQUALIFIER*)
-{
-    SetLastError(fakes::kErrorOfCleanup);
-    *type = apartment.value_or(APTTYPE_CURRENT);
-    return apartment ? S_OK : CO_E_NOTINITIALIZED;
-}
-
 struct Management : testing::Test
 {
+    static HRESULT WINAPI join(void*, DWORD kind)
+    {
+        const HRESULT result = fakes::record(L"CoInitializeEx " + std::to_wstring(kind));
+        return FAILED(result) ? result : joined;
+    }
+    static void WINAPI leave() { SetLastError((fakes::record(L"CoUninitialize"), fakes::kErrorOfCleanup)); }
+    static HRESULT WINAPI apartmentType(APTTYPE* type, APTTYPEQUALIFIER*)
+    {
+        SetLastError(fakes::kErrorOfCleanup);
+        *type = apartment.value_or(APTTYPE_CURRENT);
+        return apartment ? S_OK : CO_E_NOTINITIALIZED;
+    }
+
     Management()
     {
         const HMODULE program = GetModuleHandleW(nullptr);
@@ -212,32 +206,26 @@ Value reference(VARIANT_BOOL value)
 }
 
 // The results in the words of the cases below.
-std::wstring described(const PropertyValue& answer)
+struct Described : std::wstring
 {
-    const wchar_t* const others[] = {L"unreadable", L"null", L"", L"", L"", L"other"};
-    if (const auto* wide = std::get_if<std::wstring>(&answer))
-        return L"text " + *wide;
-    if (const auto* integer = std::get_if<std::int32_t>(&answer))
-        return std::to_wstring(*integer);
-    if (const auto* flag = std::get_if<bool>(&answer))
-        return *flag ? L"true" : L"false";
-    return others[answer.index()];
-}
-
-std::wstring described(std::optional<bool> answer)
-{
-    return answer ? described(PropertyValue(*answer)) : L"unreadable";
-}
-
-std::wstring described(const ZelStdCore::Result<std::vector<std::wstring>, ManagementObject::ArrayFailure>& answer)
-{
-    std::wstring list = answer                                                         ? L""
-                        : answer.error() == ManagementObject::ArrayFailure::unreadable ? L"unreadable"
-                                                                                       : L"not attached";
-    for (std::size_t index = 0; answer && index < answer.value().size(); ++index)
-        list += L"[" + answer.value()[index] + L"]";
-    return list;
-}
+    Described(const wchar_t* words) : std::wstring(words) {}
+    Described(bool flag) : Described(flag ? L"true" : L"false") {}
+    Described(std::int32_t value) : std::wstring(std::to_wstring(value)) {}
+    Described(const std::wstring& text) : std::wstring(L"text " + text) {}
+    Described(Unreadable) : Described(L"unreadable") {}
+    Described(Null) : Described(L"null") {}
+    Described(OtherType) : Described(L"other") {}
+    Described(std::optional<bool> flag) : Described(flag ? Described(*flag) : Described(Unreadable())) {}
+    Described(const PropertyValue& value) : Described(std::visit([](const auto& kind) { return Described(kind); }, value)) {}
+    Described(const ZelStdCore::Result<std::vector<std::wstring>, ManagementObject::ArrayFailure>& list)
+        : Described(list                                                         ? L""
+                    : list.error() == ManagementObject::ArrayFailure::unreadable ? L"unreadable"
+                                                                                 : L"not attached")
+    {
+        for (std::size_t index = 0; list && index < list.value().size(); ++index)
+            *this += L"[" + list.value()[index] + L"]";
+    }
+};
 
 // The result of a getter. The reason of an error is logged before it is thrown, and nothing else is logged.
 template <class Getter>
@@ -247,7 +235,7 @@ std::wstring answerOf(Getter getter, const wchar_t* reason = L"")
     lines.clear();
     try
     {
-        const std::wstring answer = described((object.*getter)(L"P"));
+        const std::wstring answer = Described((object.*getter)(L"P"));
         EXPECT_EQ(lines, L"");
         return answer;
     }

@@ -14,45 +14,27 @@ namespace
 {
 using fakes::replaceImport;
 
-// The bytes left of the heap of the two libraries' runtime. Freed bytes are added.
+// The heap of the two libraries' runtime, of which so many bytes are left. Freed bytes are added.
 constexpr std::size_t kPlenty = std::numeric_limits<std::size_t>::max() / 2;
 std::size_t bytesLeft = kPlenty;
 
-void* limitedRealloc(void* block, std::size_t size)
+struct Limited
 {
-    const std::size_t before = block ? _msize(block) : 0;
-    void* const resized = size > bytesLeft + before ? nullptr : std::realloc(block, size);
-    if (resized)
-        bytesLeft -= std::min(bytesLeft + before, _msize(resized)) - before;
-    return resized;
-}
-
-void* limitedMalloc(std::size_t size)
-{
-    return limitedRealloc(nullptr, size);
-}
-
-void* limitedCalloc(std::size_t count, std::size_t size)
-{
-    void* const block = limitedMalloc(count * size);
-    return block ? std::memset(block, 0, count * size) : nullptr;
-}
-
-void limitedFree(void* block)
-{
-    bytesLeft += block ? _msize(block) : 0;
-    std::free(block);
-}
-
-BOOL WINAPI pinNothing(DWORD, const wchar_t*, HMODULE*)
-{
-    return TRUE;
-}
-
-HMODULE WINAPI loadNothing(const wchar_t*, HANDLE, DWORD)
-{
-    return nullptr;
-}
+    static std::size_t sizeOf(void* block) { return block ? _msize(block) : 0; }
+    static void* malloc(std::size_t size) { return realloc(nullptr, size); }
+    static void* calloc(std::size_t count, std::size_t size) { return count * size > bytesLeft ? nullptr : cleared(count * size); }
+    static void* cleared(std::size_t size) { return std::memset(malloc(size), 0, size); }
+    static void free(void* block) { std::free((bytesLeft += sizeOf(block), block)); }
+    static void* realloc(void* block, std::size_t size)
+    {
+        const std::size_t all = bytesLeft + sizeOf(block);
+        void* const resized = size > all ? nullptr : std::realloc(block, size);
+        bytesLeft = resized ? all - std::min(all, _msize(resized)) : bytesLeft;
+        return resized;
+    }
+    static BOOL WINAPI pinNothing(DWORD, const wchar_t*, HMODULE*) { return TRUE; }
+    static HMODULE WINAPI loadNothing(const wchar_t*, HANDLE, DWORD) { return nullptr; }
+};
 
 // The loader's notification, which no header declares.
 struct Loaded
@@ -70,26 +52,19 @@ void CALLBACK limitLibrary(ULONG reason, const Loaded* module, void*)
     const bool product = name == L"hw_inventory_interface.dll";
     if (reason != 1 || (!product && name != L"vm_detect.dll"))
         return;
-    replaceImport(module->base, "msvcrt.dll", "malloc", &limitedMalloc);
-    replaceImport(module->base, "msvcrt.dll", "calloc", &limitedCalloc);
-    replaceImport(module->base, "msvcrt.dll", "realloc", &limitedRealloc);
-    replaceImport(module->base, "msvcrt.dll", "free", &limitedFree);
-    replaceImport(module->base, "kernel32.dll", "GetModuleHandleExW", &pinNothing);
-    if (!product)
-        return;
-    replaceImport(module->base, "kernel32.dll", "LoadLibraryExW", &loadNothing); // dbghelp
-    fakes::serve(module->base);
-}
-
-template <class Function>
-Function* exported(const char* library, const char* name)
-{
-    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA(library), name)));
+    replaceImport(module->base, "msvcrt.dll", "malloc", &Limited::malloc);
+    replaceImport(module->base, "msvcrt.dll", "calloc", &Limited::calloc);
+    replaceImport(module->base, "msvcrt.dll", "realloc", &Limited::realloc);
+    replaceImport(module->base, "msvcrt.dll", "free", &Limited::free);
+    replaceImport(module->base, "kernel32.dll", "GetModuleHandleExW", &Limited::pinNothing);
+    if (product)
+        replaceImport(module->base, "kernel32.dll", "LoadLibraryExW", &Limited::loadNothing), fakes::serve(module->base);
 }
 
 std::int32_t hypervisor()
 {
-    return exported<decltype(VmProbe_GetHostVMType)>("vm_detect.dll", "VmProbe_GetHostVMType")();
+    const auto address = GetProcAddress(GetModuleHandleW(L"vm_detect.dll"), "VmProbe_GetHostVMType");
+    return reinterpret_cast<decltype(&VmProbe_GetHostVMType)>(address)();
 }
 
 char untouched[] = "untouched";
@@ -121,9 +96,10 @@ struct Memory : testing::Test
 {
     Memory()
     {
-        using Register = LONG NTAPI(ULONG flags, decltype(limitLibrary) notify, void* context, void** cookie);
+        using Register = LONG(NTAPI*)(ULONG flags, decltype(&limitLibrary) notify, void* context, void** cookie);
+        const auto watch = GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "LdrRegisterDllNotification");
         void* cookie = nullptr;
-        EXPECT_EQ(exported<Register>("ntdll.dll", "LdrRegisterDllNotification")(0, limitLibrary, nullptr, &cookie), 0);
+        EXPECT_EQ(reinterpret_cast<Register>(watch)(0, limitLibrary, nullptr, &cookie), 0);
     }
 };
 

@@ -16,13 +16,13 @@
 
 namespace
 {
-using fakes::failing, fakes::replaceImport, fakes::service;
-using testing::AllOf, testing::HasSubstr, testing::Not;
+using fakes::failing, fakes::service;
+using testing::AllOf, testing::HasSubstr, testing::Not, testing::StartsWith;
 
 void collectAll(const Product& product)
 {
     for (const char* kind : Product::kinds)
-        EXPECT_THAT(product.collect(kind), testing::StartsWith("{\"")) << kind;
+        EXPECT_THAT(product.collect(kind), StartsWith("{\"")) << kind;
 }
 
 // Without its connections and its record, which go with their thread.
@@ -31,26 +31,26 @@ void onThread(const std::function<void()>& work)
     std::thread(work).join();
 }
 
-FARPROC WINAPI findStub(HMODULE module, const char* name)
-{
-    static const auto succeed = +[]() -> INT_PTR { return 1; };
-    return module == GetModuleHandleW(nullptr) ? reinterpret_cast<FARPROC>(succeed) : GetProcAddress(module, name);
-}
-
-HMODULE WINAPI loadNoDbgHelp(const wchar_t* name, HANDLE file, DWORD flags)
-{
-    return name == std::wstring_view(L"dbghelp.dll") ? GetModuleHandleW(nullptr) : LoadLibraryExW(name, file, flags);
-}
-
 // The library with WMI of the test. Wine's dbghelp keeps blocks of each session; it is replaced by functions that succeed and
 // find nothing.
 struct ServedProduct : Product
 {
+    static HMODULE program() { return GetModuleHandleW(nullptr); }
+    static INT_PTR WINAPI succeed() { return 1; }
+    static FARPROC WINAPI find(HMODULE module, const char* name)
+    {
+        return module == program() ? &succeed : GetProcAddress(module, name);
+    }
+    static HMODULE WINAPI load(const wchar_t* name, HANDLE file, DWORD flags)
+    {
+        return name == std::wstring_view(L"dbghelp.dll") ? program() : LoadLibraryExW(name, file, flags);
+    }
+
     ServedProduct()
     {
         fakes::serve(module);
-        replaceImport(module, "kernel32.dll", "GetProcAddress", &findStub);
-        replaceImport(module, "kernel32.dll", "LoadLibraryExW", &loadNoDbgHelp);
+        fakes::replaceImport(module, "kernel32.dll", "GetProcAddress", &ServedProduct::find);
+        fakes::replaceImport(module, "kernel32.dll", "LoadLibraryExW", &load);
     }
 };
 
@@ -71,7 +71,7 @@ TEST(Threads, KeepTheirOwnConnectionsToTheirEnd)
                 EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
             ready.arrive_and_wait();
             std::unique_lock lock(calls);
-            EXPECT_THAT(product.collect(Product::kinds[index % 8]), testing::StartsWith("{\""));
+            EXPECT_THAT(product.collect(Product::kinds[index % 8]), StartsWith("{\""));
             lock.unlock();
             ready.arrive_and_wait();
         };
@@ -237,7 +237,7 @@ bool isLeftAtLine(int line, const Product& product, const char* kind)
     linesToCome = line;
     if (setjmp(beforeTheCall) != 0)
         return true;
-    EXPECT_THAT(product.collect(kind), testing::StartsWith("{\"")) << kind;
+    EXPECT_THAT(product.collect(kind), StartsWith("{\"")) << kind;
     return false;
 }
 

@@ -4,8 +4,6 @@
 
 #include <setupapi.h>
 
-#include <thread>
-
 // A program in a process of its own:
 //   careless NAME...          loads the libraries as a program does that leaves the search to the system
 //   collect PRODUCT NAME...   loads the product as its header advises, and lets it collect
@@ -17,46 +15,35 @@ namespace
 {
 using fakes::replaceImport;
 
-// On a thread of its own.
-std::string collect(const Product& product, const char* kind)
-{
-    std::string answer;
-    std::thread([&] { answer = product.collect(kind); }).join();
-    return answer;
-}
-
 int collectAll(const Product& product)
 {
-    for (const char* kind : Product::kinds)
-        if (collect(product, kind).front() != '{')
-            return 1;
     fakes::serve(product.module);
-    // Wine lacks an optional namespace, and this firmware has an odd date: warnings, which take no trace.
-    if (collect(product, "system").front() != '{' || GetModuleHandleA("dbghelp.dll"))
-        return 2;
-    fakes::service.answer = fakes::failing(L"CoCreateInstance");
-    return collect(product, "cpus") == std::to_string(EXPORT_STATUS_WMI_CONNECTION) ? 0 : 3;
+    // A missing namespace, and the odd date of this firmware: warnings, which take no trace.
+    fakes::service.answer = fakes::failing(L"ConnectServer ROOT\\StandardCIMV2");
+    for (const char* kind : Product::kinds)
+        if (product.collect(kind).front() != '{' || GetModuleHandleA("dbghelp.dll"))
+            return 1;
+    fakes::service.answer = fakes::failing(L"ExecQuery");
+    return product.collect("cpus") == std::to_string(EXPORT_STATUS_WMI_QUERY) ? 0 : 2;
 }
 
 // Wine's SetupAPI places no device on its bus.
-BOOL WINAPI anyDevice(HDEVINFO, DWORD, SP_DEVINFO_DATA*)
+struct AnyDevice
 {
-    return TRUE;
-}
-
-BOOL WINAPI placeOfAnyDevice(HDEVINFO, SP_DEVINFO_DATA*, DWORD property, DWORD*, BYTE* value, DWORD, DWORD*)
-{
-    *reinterpret_cast<DWORD*>(value) = property == SPDRP_BUSNUMBER ? 1 : 0;
-    return TRUE;
-}
+    static BOOL WINAPI element(HDEVINFO, DWORD, SP_DEVINFO_DATA*) { return TRUE; }
+    static BOOL WINAPI place(HDEVINFO, SP_DEVINFO_DATA*, DWORD property, DWORD*, BYTE* value, DWORD, DWORD*)
+    {
+        return *reinterpret_cast<DWORD*>(value) = property == SPDRP_BUSNUMBER ? 1 : 0, TRUE;
+    }
+};
 
 void completeGpus(const Product* product)
 {
     const HMODULE libraries[] = {LoadLibraryW(L".\\nvml.dll"), LoadLibraryW(L".\\atiadlxx.dll")};
     if (product)
     {
-        replaceImport(product->module, "setupapi.dll", "SetupDiEnumDeviceInfo", &anyDevice);
-        replaceImport(product->module, "setupapi.dll", "SetupDiGetDeviceRegistryPropertyA", &placeOfAnyDevice);
+        replaceImport(product->module, "setupapi.dll", "SetupDiEnumDeviceInfo", &AnyDevice::element);
+        replaceImport(product->module, "setupapi.dll", "SetupDiGetDeviceRegistryPropertyA", &AnyDevice::place);
         product->setLogger([](std::uint32_t, const char* line) { std::puts(line); });
         std::puts(product->collect("gpus").c_str());
     }
