@@ -73,12 +73,14 @@ struct Table
 HRESULT get(Object*, const wchar_t* property, LONG flags, VARIANT* value, CIMTYPE* type, LONG* flavor)
 {
     static const std::map<std::wstring, Value> others{
+        {L"DeviceID", text(L"\\\\.\\NUL")}, // opens, and is no drive
         {L"IPAddress", texts({L"10.0.0.7", L""})},
         {L"MACAddress", number(VT_NULL, 0)},
         {L"MaxClockSpeed", number(VT_I8, 7)},
         {L"NumberOfCores", number(VT_I4, 4)},
+        {L"PNPDeviceID", text(L"PCI\\VEN_10DE&DEV_1B80\\1")},
+        {L"ReleaseDate", text(L"2006****.******+***")}, // odd
         {L"Virtual", text(L"False")},
-        {L"ReleaseDate", text(L"2006****.******+***")},
     };
     const auto other = others.find(property);
     const Value make = service.values ? service.values(property) : other != others.end() ? other->second : text(L"42");
