@@ -1,4 +1,4 @@
-#include "tests/system/product/BareSymbolSession.h"
+#include "bench/wine/BareSymbolSession.h"
 
 #include <dbghelp.h>
 
