@@ -79,6 +79,38 @@ std::vector<std::string> linesOf(const Json& json)
     return lines;
 }
 
+// "TYPE:LENGTH OFFSET=BYTES OFFSET=BYTES" in hexadecimal: a formatted area that is 0 elsewhere.
+std::string formattedArea(const std::string& shortened)
+{
+    std::istringstream words(shortened);
+    std::string word;
+    words >> word;
+    if (word.find(':') == word.npos)
+        return shortened;
+    std::string area = word.substr(0, 2) + " " + word.substr(3);
+    for (std::size_t byte = 2; byte < std::stoul(word.substr(3), nullptr, 16); ++byte)
+        area += " 00";
+    while (words >> word)
+        for (std::size_t at = word.find('=') + 1, to = 3 * std::stoul(word, nullptr, 16); at < word.size(); at += 2, to += 3)
+            area.replace(to, 2, word, at, 2);
+    return area;
+}
+
+// The table of a version. A text behind its structures takes the place of the end-of-table structure.
+Json tableOf(const std::string& version, Json structures)
+{
+    std::string rest = "7f 04 00 00 00 00";
+    if (!structures.empty() && structures.back().is_string())
+    {
+        rest = structures.back();
+        structures.erase(structures.size() - 1);
+    }
+    for (Json& structure : structures)
+        structure[0] = formattedArea(structure[0]);
+    const std::string header = "00 0" + version.substr(0, 1) + " 0" + version.substr(2) + " 00 ff ff ff ff";
+    return {{"header", header}, {"structures", std::move(structures)}, {"rest", rest}};
+}
+
 // "QUESTION" replaces or, with null, removes an answer; "QUESTION#/pointer" a part of one.
 void putAnswers(const Json& with, Json& answers)
 {
@@ -86,7 +118,12 @@ void putAnswers(const Json& with, Json& answers)
     {
         const std::size_t pointer = key.find("#/");
         const std::string question = questionOf(key.substr(0, pointer));
-        if (pointer != std::string::npos)
+        if (key.starts_with("smbios "))
+        {
+            answers["firmware tables RSMB"] = 1;
+            answers["firmware table RSMB 0"] = tableOf(key.substr(7), value);
+        }
+        else if (pointer != std::string::npos)
             answers.at(question)[Json::json_pointer(key.substr(pointer + 1))] = spelledOut(value);
         else if (value.is_null())
             answers.erase(question);
@@ -124,6 +161,7 @@ Case changed(Case base, const Json& json)
     base.asked = Json::object();
     for (const auto& [question, times] : json.value("asked", Json::object()).items())
         base.asked[questionOf(question)] = times;
+    base.rows = json.value("rows", Json::array());
     return base;
 }
 

@@ -44,7 +44,7 @@ void setMachine(const Json& json)
     Platform::useMachine(*new Platform::RecordedMachine(*recording));
 }
 
-Replayed collect(std::string_view only)
+Replayed collect(std::string_view only, const std::vector<std::string>& keys)
 {
     lines.clear();
     hardware_inventory_set_logger(keepLine);
@@ -70,6 +70,8 @@ Replayed collect(std::string_view only)
         release_buffer(buffer);
         replayed.documents.update(document);
     }
+    for (const std::string& key : keys)
+        replayed.documents[key] = described(key);
     replayed.log = lines;
     return replayed;
 }
