@@ -6,6 +6,8 @@
 #include <atomic>
 #include <thread>
 
+extern "C" __declspec(dllexport) int ofTheProgram = 1;
+
 // What Windows answers, through the program's own system.
 namespace
 {
@@ -87,7 +89,7 @@ TEST(Platform, ModulesComeFromTheSystemFolderOrTheHost)
     freeModule(shared);
     EXPECT_EQ(GetModuleHandleW(L"host-module.dll"), nullptr);
     EXPECT_NE(findProcedure(loadModule(L"version.dll"), "VerQueryValueW"), nullptr);
-    EXPECT_EQ(findProcedure(nullptr, "main"), nullptr);
+    EXPECT_EQ(findProcedure(nullptr, "ofTheProgram"), nullptr);
     EXPECT_EQ(GetThreadErrorMode(), errorMode);
 }
 
