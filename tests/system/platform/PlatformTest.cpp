@@ -1,5 +1,6 @@
 #include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "tests/com/Service.h"
+#include "vm-detect/HostQueries.h"
 
 #include <gmock/gmock.h>
 
@@ -58,6 +59,8 @@ TEST(Platform, AFirmwareTableMayChangeBetweenItsQueries)
         const auto table = firmwareTable(0x52534D42, 0);
         EXPECT_EQ(table ? std::ranges::count(table.value(), 7) : table.error() == FirmwareStep::read ? kNotRead : kNoSize, outcome);
         EXPECT_TRUE(!table || std::ssize(table.value()) == outcome);
+        const auto detected = VmDetect::Platform::firmwareTable();
+        EXPECT_EQ(detected ? std::ssize(*detected) : -1, std::max(outcome, -1));
     }
 }
 
@@ -146,6 +149,20 @@ TEST_F(Registry, ATextIsReadHoweverItEndsAndAFailureHasItsStep)
         set(type, data, bytes);
         EXPECT_EQ(read(), text);
     }
+}
+
+TEST_F(Registry, TheVersionOfTheBiosIsThereOrNot)
+{
+    EXPECT_EQ(VmDetect::Platform::systemBiosVersion(), "");
+    RegCreateKeyW(machine, L"HARDWARE\\DESCRIPTION\\System", &key);
+    const auto read = [&](DWORD type)
+    {
+        RegSetValueExA(key, "SystemBiosVersion", 0, type, reinterpret_cast<const BYTE*>("VBOX\0two\0"), 10);
+        return VmDetect::Platform::systemBiosVersion();
+    };
+    EXPECT_EQ(read(REG_MULTI_SZ), std::string("VBOX\0two\0", 10));
+    EXPECT_EQ(read(REG_SZ)->substr(0, 4), "VBOX");
+    EXPECT_EQ(read(REG_BINARY), "");
 }
 
 TEST_F(Registry, AValueThatGrowsMeanwhileIsReadWhole)
