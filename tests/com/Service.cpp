@@ -12,14 +12,6 @@ Service& service = *new Service;
 
 namespace
 {
-// The process environment block points to the lock; a critical section contains its owner.
-bool holdsLoaderLock()
-{
-    const auto* const environment = reinterpret_cast<const char*>(__readgsqword(0x60));
-    const auto* const lock = *reinterpret_cast<const RTL_CRITICAL_SECTION* const*>(environment + 0x110);
-    return HandleToULong(lock->OwningThread) == GetCurrentThreadId();
-}
-
 struct Object
 {
     const void* const* methods; // a COM object begins with its table
@@ -27,6 +19,12 @@ struct Object
     std::size_t given = 0; // of an enumerator's objects
     std::atomic<ULONG> references{1};
 
+    // The process environment block points to the loader's lock; a critical section contains its owner.
+    static bool underLoaderLock()
+    {
+        const auto* const lock = *reinterpret_cast<const RTL_CRITICAL_SECTION* const*>(__readgsqword(0x60) + 0x110);
+        return HandleToULong(lock->OwningThread) == GetCurrentThreadId();
+    }
     static HRESULT refuse() { return E_NOTIMPL; }
     static ULONG addReference(Object* object) { return ++object->references; }
     static ULONG release(Object* object)
@@ -36,7 +34,7 @@ struct Object
         {
             if (service.trace)
                 *service.trace += L"~" + object->name + L"; ";
-            service.underLoaderLock += holdsLoaderLock();
+            service.underLoaderLock += underLoaderLock();
             --service.living;
             delete object;
         }

@@ -205,5 +205,10 @@ TEST(ThreadSlot, AFiberTakesItsValueAlongOnItsOwnThreadAlone)
                 EXPECT_EQ(destroyedBy, elsewhere ? 0 : GetCurrentThreadId());
             })
             .join();
+    // Without room in its slot a thread keeps nothing.
+    fakes::replaceImport(
+        GetModuleHandleW(nullptr), "kernel32.dll", "FlsSetValue", +[](DWORD, void*) -> BOOL { return FALSE; });
+    EXPECT_FALSE(keepForThread(&value, [](void*) {}));
+    EXPECT_EQ(threadValue(), nullptr);
 }
 }

@@ -36,10 +36,16 @@ void onThread(const std::function<void()>& work)
 struct ServedProduct : Product
 {
     static HMODULE program() { return GetModuleHandleW(nullptr); }
+    static inline int sessions = 0;
+
     static INT_PTR WINAPI succeed() { return 1; }
+    static INT_PTR WINAPI begin() { return ++sessions; }
+    static INT_PTR WINAPI end() { return sessions--; }
     static FARPROC WINAPI find(HMODULE module, const char* name)
     {
-        return module == program() ? &succeed : GetProcAddress(module, name);
+        if (module != program())
+            return GetProcAddress(module, name);
+        return name == std::string("SymInitializeW") ? &begin : name == std::string("SymCleanup") ? &end : &succeed;
     }
     static HMODULE WINAPI load(const wchar_t* name, HANDLE file, DWORD flags)
     {
@@ -193,6 +199,7 @@ TEST(Lifetime, LoadingCollectingFailingAndFreeingLosesNothing)
     }
     EXPECT_GT(faults, 1000u);
     EXPECT_GT(failures, 100u);
+    EXPECT_EQ(ServedProduct::sessions, 0);
     EXPECT_STREQ(kept->errorText, "failed to create WMI locator") << "a host may keep the record";
 }
 
