@@ -12,14 +12,6 @@ Service& service = *new Service;
 
 namespace
 {
-// The process environment block points to the lock; a critical section contains its owner.
-bool holdsLoaderLock()
-{
-    const auto* const environment = reinterpret_cast<const char*>(__readgsqword(0x60));
-    const auto* const lock = *reinterpret_cast<const RTL_CRITICAL_SECTION* const*>(environment + 0x110);
-    return HandleToULong(lock->OwningThread) == GetCurrentThreadId();
-}
-
 struct Object
 {
     const void* const* methods; // a COM object begins with its table
@@ -27,6 +19,12 @@ struct Object
     std::size_t given = 0; // of an enumerator's objects
     std::atomic<ULONG> references{1};
 
+    // The process environment block points to the loader's lock; a critical section contains its owner.
+    static bool underLoaderLock()
+    {
+        const auto* const lock = *reinterpret_cast<const RTL_CRITICAL_SECTION* const*>(__readgsqword(0x60) + 0x110);
+        return HandleToULong(lock->OwningThread) == GetCurrentThreadId();
+    }
     static HRESULT refuse() { return E_NOTIMPL; }
     static ULONG addReference(Object* object) { return ++object->references; }
     static ULONG release(Object* object)
@@ -36,7 +34,7 @@ struct Object
         {
             if (service.trace)
                 *service.trace += L"~" + object->name + L"; ";
-            service.underLoaderLock += holdsLoaderLock();
+            service.underLoaderLock += underLoaderLock();
             --service.living;
             delete object;
         }
@@ -73,17 +71,17 @@ struct Table
 HRESULT get(Object*, const wchar_t* property, LONG flags, VARIANT* value, CIMTYPE* type, LONG* flavor)
 {
     static const std::map<std::wstring, Value> others{
-        {L"DeviceID", text(L"\\\\.\\NUL")}, // opens, and is no drive
-        {L"IPAddress", texts({L"10.0.0.7", L""})},
-        {L"MACAddress", number(VT_NULL, 0)},
-        {L"MaxClockSpeed", number(VT_I8, 7)},
-        {L"NumberOfCores", number(VT_I4, 4)},
-        {L"PNPDeviceID", text(L"PCI\\VEN_10DE&DEV_1B80\\1")},
-        {L"ReleaseDate", text(L"2006****.******+***")}, // odd
-        {L"Virtual", text(L"False")},
+        {L"DeviceID", Values::text(L"\\\\.\\NUL")}, // opens, and is no drive
+        {L"IPAddress", Values::texts({L"10.0.0.7", L""})},
+        {L"MACAddress", Values::number(VT_NULL, 0)},
+        {L"MaxClockSpeed", Values::number(VT_I8, 7)},
+        {L"NumberOfCores", Values::number(VT_I4, 4)},
+        {L"PNPDeviceID", Values::text(L"PCI\\VEN_10DE&DEV_1B80\\1")},
+        {L"ReleaseDate", Values::text(L"2006****.******+***")}, // odd
+        {L"Virtual", Values::text(L"False")},
     };
     const auto other = others.find(property);
-    const Value make = service.values ? service.values(property) : other != others.end() ? other->second : text(L"42");
+    const Value make = service.values ? service.values(property) : other != others.end() ? other->second : Values::text(L"42");
     if (FAILED(record(L"Get")) || flags != 0 || type || flavor || value->vt != VT_EMPTY || !make)
         return WBEM_E_NOT_FOUND;
     make(*value);
@@ -140,29 +138,6 @@ HRESULT WINAPI setProxyBlanket(IUnknown*, DWORD authentication, DWORD authorizat
         call += L" " + std::to_wstring(argument);
     return record(call);
 }
-}
-
-Value number(VARTYPE type, long long value)
-{
-    return [=](VARIANT& variant) { variant.llVal = (variant.vt = type, value); };
-}
-
-Value text(std::wstring value)
-{
-    return [=](VARIANT& variant)
-    { variant.bstrVal = (variant.vt = VT_BSTR, SysAllocStringLen(value.data(), static_cast<UINT>(value.size()))); };
-}
-
-Value texts(std::vector<std::wstring> values, LONG lowerBound)
-{
-    return [=](VARIANT& variant)
-    {
-        variant.vt = VT_ARRAY | VT_BSTR;
-        variant.parray = SafeArrayCreateVector(VT_BSTR, lowerBound, static_cast<ULONG>(values.size()));
-        BSTR* element = static_cast<BSTR*>(variant.parray->pvData);
-        for (const std::wstring& value : values)
-            *element++ = SysAllocStringLen(value.data(), static_cast<UINT>(value.size()));
-    };
 }
 
 Service::Answer failing(const std::wstring& name, std::size_t nth)

@@ -9,6 +9,7 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 // WMI within the test. Its objects count their references; every call can be recorded and can fail.
 namespace fakes
@@ -32,9 +33,27 @@ void replaceImport(HMODULE module, const char* library, const char* name, Functi
 
 // Makes a new value for each call.
 using Value = std::function<void(VARIANT& value)>;
-Value number(VARTYPE type, long long value);
-Value text(std::wstring value);
-Value texts(std::vector<std::wstring> values, LONG lowerBound = 0);
+struct Values
+{
+    static Value number(VARTYPE type, long long value)
+    {
+        return [=](VARIANT& place) { place.llVal = (place.vt = type, value); };
+    }
+    static BSTR copy(const std::wstring& value) { return SysAllocStringLen(value.data(), static_cast<UINT>(value.size())); }
+    static Value text(std::wstring value)
+    {
+        return [=](VARIANT& place) { place.bstrVal = (place.vt = VT_BSTR, copy(value)); };
+    }
+    static Value texts(std::vector<std::wstring> values, LONG lowerBound = 0)
+    {
+        return [=](VARIANT& place)
+        {
+            place.vt = VT_ARRAY | VT_BSTR;
+            place.parray = SafeArrayCreateVector(VT_BSTR, lowerBound, static_cast<ULONG>(values.size()));
+            std::ranges::transform(values, static_cast<BSTR*>(place.parray->pvData), copy);
+        };
+    }
+};
 
 struct Service
 {

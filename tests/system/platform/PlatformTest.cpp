@@ -1,10 +1,13 @@
 #include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "tests/com/Service.h"
+#include "vm-detect/HostQueries.h"
 
 #include <gmock/gmock.h>
 
 #include <atomic>
 #include <thread>
+
+extern "C" __declspec(dllexport) int ofTheProgram = 1;
 
 // What Windows answers, through the program's own system.
 namespace
@@ -56,6 +59,8 @@ TEST(Platform, AFirmwareTableMayChangeBetweenItsQueries)
         const auto table = firmwareTable(0x52534D42, 0);
         EXPECT_EQ(table ? std::ranges::count(table.value(), 7) : table.error() == FirmwareStep::read ? kNotRead : kNoSize, outcome);
         EXPECT_TRUE(!table || std::ssize(table.value()) == outcome);
+        const auto detected = VmDetect::Platform::firmwareTable();
+        EXPECT_EQ(detected ? std::ssize(*detected) : -1, std::max(outcome, -1));
     }
 }
 
@@ -87,7 +92,7 @@ TEST(Platform, ModulesComeFromTheSystemFolderOrTheHost)
     freeModule(shared);
     EXPECT_EQ(GetModuleHandleW(L"host-module.dll"), nullptr);
     EXPECT_NE(findProcedure(loadModule(L"version.dll"), "VerQueryValueW"), nullptr);
-    EXPECT_EQ(findProcedure(nullptr, "main"), nullptr);
+    EXPECT_EQ(findProcedure(nullptr, "ofTheProgram"), nullptr);
     EXPECT_EQ(GetThreadErrorMode(), errorMode);
 }
 
@@ -146,6 +151,20 @@ TEST_F(Registry, ATextIsReadHoweverItEndsAndAFailureHasItsStep)
     }
 }
 
+TEST_F(Registry, TheVersionOfTheBiosIsThereOrNot)
+{
+    EXPECT_EQ(VmDetect::Platform::systemBiosVersion(), "");
+    RegCreateKeyW(machine, L"HARDWARE\\DESCRIPTION\\System", &key);
+    const auto read = [&](DWORD type)
+    {
+        RegSetValueExA(key, "SystemBiosVersion", 0, type, reinterpret_cast<const BYTE*>("VBOX\0two\0"), 10);
+        return VmDetect::Platform::systemBiosVersion();
+    };
+    EXPECT_EQ(read(REG_MULTI_SZ), std::string("VBOX\0two\0", 10));
+    EXPECT_EQ(read(REG_SZ)->substr(0, 4), "VBOX");
+    EXPECT_EQ(read(REG_BINARY), "");
+}
+
 TEST_F(Registry, AValueThatGrowsMeanwhileIsReadWhole)
 {
     const std::wstring brief(1, L's'), lengthy(300, L'l');
@@ -186,5 +205,10 @@ TEST(ThreadSlot, AFiberTakesItsValueAlongOnItsOwnThreadAlone)
                 EXPECT_EQ(destroyedBy, elsewhere ? 0 : GetCurrentThreadId());
             })
             .join();
+    // Without room in its slot a thread keeps nothing.
+    fakes::replaceImport(
+        GetModuleHandleW(nullptr), "kernel32.dll", "FlsSetValue", +[](DWORD, void*) -> BOOL { return FALSE; });
+    EXPECT_FALSE(keepForThread(&value, [](void*) {}));
+    EXPECT_EQ(threadValue(), nullptr);
 }
 }

@@ -44,10 +44,13 @@ struct Product
 
     const HMODULE module;
     const DWORD loadError = GetLastError();
-    const decltype(&release_buffer) releaseBuffer = exported("release_buffer");
-    const decltype(&hardware_inventory_get_exception) getException = exported("hardware_inventory_get_exception");
-    const decltype(&hardware_inventory_exception_string) exceptionString = exported("hardware_inventory_exception_string");
-    const decltype(&hardware_inventory_set_logger) setLogger = exported("hardware_inventory_set_logger");
+    decltype(release_buffer)* const releaseBuffer = exported<decltype(release_buffer)>("release_buffer");
+    decltype(hardware_inventory_get_exception)* const getException =
+        exported<decltype(hardware_inventory_get_exception)>("hardware_inventory_get_exception");
+    decltype(hardware_inventory_exception_string)* const exceptionString =
+        exported<decltype(hardware_inventory_exception_string)>("hardware_inventory_exception_string");
+    decltype(hardware_inventory_set_logger)* const setLogger =
+        exported<decltype(hardware_inventory_set_logger)>("hardware_inventory_set_logger");
 
     explicit Product(const std::filesystem::path& path = programFolder() / "hw_inventory_interface.dll")
         : module(LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32))
@@ -56,9 +59,9 @@ struct Product
     Product(const Product&) = delete;
     ~Product() { FreeLibrary(module); }
 
-    decltype(&hardware_inventory_find_cpus) find(const std::string& kind) const
+    auto find(const std::string& kind) const
     {
-        return exported("hardware_inventory_find_" + kind);
+        return exported<decltype(hardware_inventory_find_cpus)>("hardware_inventory_find_" + kind);
     }
 
     // The document, or the status of a failure.
@@ -74,15 +77,9 @@ struct Product
     }
 
 private:
-    struct Exported
+    template <class Function>
+    Function* exported(const std::string& name) const
     {
-        FARPROC address;
-
-        template <class Function>
-        operator Function*() const
-        {
-            return reinterpret_cast<Function*>(reinterpret_cast<void*>(address));
-        }
-    };
-    Exported exported(const std::string& name) const { return {GetProcAddress(module, name.c_str())}; }
+        return reinterpret_cast<Function*>(GetProcAddress(module, name.c_str()));
+    }
 };
