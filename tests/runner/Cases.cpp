@@ -159,7 +159,8 @@ Case changed(Case base, const Json& json)
     for (const std::string& line : linesOf(json.value("log", Json::array())))
         base.log.push_back(line);
     base.asked = Json::object();
-    for (const auto& [question, times] : json.value("asked", Json::object()).items())
+    const Json asked = json.value("asked", Json::object());
+    for (const auto& [question, times] : asked.items())
         base.asked[questionOf(question)] = times;
     base.rows = json.value("rows", Json::array());
     return base;

@@ -21,7 +21,7 @@ void keepLine(std::uint32_t level, const char* message)
     constexpr const char* levels[] = {"info", "warning", "error", "trace"};
     static const std::regex address("0x[0-9a-f]{6,}|\\b[0-9A-F]{16}\\b");
     static const std::regex place("^.*?:[A-Za-z:_~]*:[0-9]+:");
-    static const std::regex trace("\n[^]*");
+    static const std::regex trace("(:\\[[0-9]+\\] |\n)[^]*");
     static const std::regex cause("( format: )[^]*"); // whatever the C library's error number holds
     std::string line = std::regex_replace(std::regex_replace(message, address, "@"), cause, "$1@");
     if (level == 2)
