@@ -20,7 +20,8 @@ void setMachine(const HardwareInventory::Json& recording);
 // All eight documents of the machine, or one; then what no document shows, by the keys of described().
 Replayed collect(std::string_view kind = {}, const std::vector<std::string>& keys = {});
 
-// "firmware": every decoded fact, "vendorGpus": every reading of the vendors' libraries, both without what is empty; "vmType".
+// "firmware": every decoded fact, "vendorGpus": every reading of the vendors' libraries, both without what is empty; "vmType";
+// "entryPoint BYTES": where the SMBIOS entry point leads.
 HardwareInventory::Json described(const std::string& key);
 
 // The type by vm-detect's rules of a host with these facts.
