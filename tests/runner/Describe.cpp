@@ -4,6 +4,9 @@
 #include "hw-inventory-impl/lib/GPU/NvidiaGroup.h"
 #include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "hw-inventory-impl/lib/SMBIOS/SmbiosInventory.h"
+#include "hw-inventory-impl/lib/SMBIOS/Win32Parser.h"
+#include "hw-inventory-interface/ErrorHandling/Exception.h"
+#include "machine/Answers.h"
 #include "st-core/lib/Utf8.h"
 #include "tests/runner/Replay.h"
 #include "vm-detect/HostFacts.h"
@@ -104,11 +107,34 @@ catch (const Failure& failure)
 {
     return failure.what();
 }
+
+constexpr std::string_view kEntryPoint = "entryPoint ";
+
+// The types of the structures that an entry point leads to, behind its version, or where and why it fails.
+Json walked(const std::vector<std::uint8_t>& entryPoint)
+try
+{
+    Json numbers = Json::array();
+    SMBIOS::Win32Parser parser;
+    for (int type = 0; type < 128; ++type)
+        parser.registerHandler(static_cast<std::uint8_t>(type),
+                               [&numbers](const SMBIOS::Version& version, const SMBIOS::Struct* structure) {
+                                   numbers.insert(numbers.end(), {version.major, version.minor, structure->type()});
+                               });
+    parser.parse(entryPoint);
+    return numbers;
+}
+catch (const ErrorHandling::Exception& error)
+{
+    return ZelStdCore::toUtf8(error.function() + L" in " + error.file() + L": " + error.message());
+}
 }
 
 Json described(const std::string& key)
 try
 {
+    if (key.starts_with(kEntryPoint))
+        return walked(Answers::read<std::vector<std::uint8_t>>(key.substr(kEntryPoint.size())));
     if (key == "vmType")
         return Platform::vmType();
     if (key == "vendorGpus")

@@ -22,7 +22,8 @@ Replayed collect(std::string_view kind = {}, const std::vector<std::string>& key
 // How often the machine has been asked so far.
 std::size_t timesAsked(const std::string& question);
 
-// "firmware": every decoded fact, "vendorGpus": every reading of the vendors' libraries, both without what is empty; "vmType".
+// "firmware": every decoded fact, "vendorGpus": every reading of the vendors' libraries, both without what is empty; "vmType";
+// "entryPoint BYTES": where the SMBIOS entry point leads.
 HardwareInventory::Json described(const std::string& key);
 
 // The type by vm-detect's rules of a host with these facts.

@@ -8,8 +8,9 @@
 // The platform's answers: a guest of Virtual Server by its firmware and its registry together.
 namespace
 {
-bool registryAnswers = false;
+bool firmwareAnswers = false;
 bool firmwareFails = false;
+bool registryAnswers = true;
 }
 
 namespace VmDetect::Platform
@@ -23,6 +24,8 @@ std::optional<std::vector<std::uint8_t>> firmwareTable()
 {
     if (firmwareFails)
         throw std::bad_alloc();
+    if (!firmwareAnswers)
+        return std::nullopt;
     constexpr std::string_view table("\0\2\x8\0\xff\0\0\0\1\6\0\0\1\2Microsoft Corporation\0Virtual Machine\0", 53);
     return std::vector<std::uint8_t>(table.begin(), table.end());
 }
@@ -35,6 +38,9 @@ std::optional<std::string> systemBiosVersion()
 
 TEST(VmFunctions, KeepTheTypeOnceFirmwareAndRegistryCanBeRead)
 {
+    EXPECT_EQ(VmProbe_GetHostVMType(), 0) << "the registry alone";
+    firmwareAnswers = true;
+    registryAnswers = false;
     EXPECT_EQ(VmProbe_GetHostVMType(), 8) << "firmware alone";
     registryAnswers = firmwareFails = true;
     EXPECT_EQ(VmProbe_GetHostVMType(), 0) << "a failure";
