@@ -31,6 +31,7 @@ public:
         Json documents = anonymiser.inDocument(case_.documents);
         documents.erase("firmware");
         documents.erase("vendorGpus");
+        documents.erase("vmType");
         std::vector<std::string> log;
         for (const std::string& line : case_.log)
             log.push_back(anonymiser.inText(line));

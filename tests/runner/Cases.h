@@ -20,6 +20,7 @@ struct Case
     std::vector<std::string> log;
     bool logInOrder;
     Json asked; // how often, by question
+    Json rows;  // facts of hosts, each with its "type"
 };
 
 // Every case of every file, the files' own machines included.

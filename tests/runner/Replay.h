@@ -11,14 +11,20 @@ struct Replayed
     HardwareInventory::Json documents; // of all kinds in one object
     HardwareInventory::Json statuses;  // by kind, those that are not 0
     std::vector<std::string> log;      // "level text", addresses as @, without those of vendors, which fuzz/VendorQuery compares
-    std::vector<std::string> asked;
 };
 
 // Makes it the process's machine.
 void setMachine(const HardwareInventory::Json& recording);
 
-// All eight documents of the machine, or one.
-Replayed collect(std::string_view kind = {});
+// All eight documents of the machine, or one; then what no document shows, by the keys of described().
+Replayed collect(std::string_view kind = {}, const std::vector<std::string>& keys = {});
 
-// What no document shows, computed when a case expects it: "firmware", "vendorGpus".
+// How often the machine has been asked so far.
+std::size_t timesAsked(const std::string& question);
+
+// "firmware": every decoded fact, "vendorGpus": every reading of the vendors' libraries, both without what is empty; "vmType";
+// "entryPoint BYTES": where the SMBIOS entry point leads.
 HardwareInventory::Json described(const std::string& key);
+
+// The type by vm-detect's rules of a host with these facts.
+int hypervisorOf(const HardwareInventory::Json& facts);
