@@ -204,6 +204,8 @@ void Pseudonyms::addInstance(std::wstring_view id)
 {
     const auto parts = ZelStdCore::split(id, L"\\");
     const std::wstring bus = folded(parts.front());
+    if (parts.size() > 1)
+        spare(std::wstring(parts[1])); // names the model
     if (parts.size() < 3 || bus == L"root" || bus == L"swd")
         return; // named by Windows
     // What Windows has numbered begins with a short number.
