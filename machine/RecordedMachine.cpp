@@ -55,7 +55,10 @@ Answer RecordedMachine::answer(const std::string& question, Answer otherwise)
 std::unique_ptr<ManagementSource> RecordedMachine::connectManagementSource(const std::wstring& namespacePath)
 {
     auto source = recordedSource(recording_, Questions::kConnect, namespacePath);
-    return source ? std::move(source).value() : throw std::runtime_error("a connection that is required has no plain failure");
+    if (source)
+        return std::move(source).value();
+    throw ErrorHandling::Exception(ErrorHandling::ErrorCode::wmiBind, source.error().text(), L"machine\\RecordedMachine.cpp",
+                                   L"HardwareInventory::Platform::RecordedMachine::connectManagementSource", __LINE__);
 }
 
 Result<std::unique_ptr<ManagementSource>, LastError> RecordedMachine::connectOptionalSource(const std::wstring& namespacePath)

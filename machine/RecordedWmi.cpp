@@ -3,6 +3,7 @@
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
 #include "machine/Answers.h"
 #include "machine/LogLines.h"
+#include "machine/Questions.h"
 #include "st-core/lib/Utf8.h"
 
 #include <algorithm>
@@ -27,6 +28,9 @@ using ZelStdCore::toUtf8;
 using Texts = std::vector<std::wstring>;
 
 constexpr wchar_t kSourceFile[] = L"machine\\RecordedWmi.cpp";
+
+// Of the system: there is no such namespace.
+constexpr std::uint32_t kNotFound = 2;
 
 // The codes of WMI's failures, in the order of their enumeration.
 constexpr auto kCodeNames =
@@ -135,8 +139,9 @@ private:
     const Json& valueOf(const wchar_t* property) const
     {
         const auto lower = [](char letter) { return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + 32) : letter; };
-        for (const auto& [name, value] : properties_.items())
-            if (std::ranges::equal(name, toUtf8(property), {}, lower, lower))
+        const std::string wanted = toUtf8(property);
+        for (const auto& [name, value] : properties_.get_ref<const Json::object_t&>())
+            if (std::ranges::equal(name, wanted, {}, lower, lower))
             {
                 LogLines::repeat(value);
                 return value.is_object() && value.contains("value") ? value["value"] : value;
@@ -144,7 +149,7 @@ private:
         return kUnreadable;
     }
 
-    Json properties_;
+    const Json& properties_; // of the recording
 };
 
 const Json& objectsOf(const Json& answer)
@@ -300,6 +305,8 @@ private:
 OptionalSource recordedSource(Recording& recording, const std::string& connect, const std::wstring& namespacePath)
 {
     const Json* const answer = recording.next(connect + toUtf8(namespacePath));
+    if (!answer && connect == Questions::kConnectOptional)
+        return LastError{kNotFound};
     if (!answer)
         throw Exception(ErrorCode::wmiBind, L"the connection was not recorded", kSourceFile, L"HardwareInventory::recordedSource",
                         __LINE__);

@@ -100,17 +100,23 @@ std::string Recording::text() const
 
 const Json* Recording::next(const std::string& question)
 {
-    asked_.push_back(question);
     const auto found = answers_.find(question);
     if (found == answers_.end())
     {
         unknown_.insert(question);
         return nullptr;
     }
-    auto& [answers, next] = found->second;
+    auto& [answers, next, timesAsked] = found->second;
+    ++timesAsked;
     const Json& answer = answers[next];
     next = std::min(next + 1, answers.size() - 1);
     return &answer;
+}
+
+std::size_t Recording::timesAsked(const std::string& question) const
+{
+    const auto found = answers_.find(question);
+    return found == answers_.end() ? 0 : found->second.timesAsked;
 }
 
 void Recording::add(const std::string& question, Json answer)

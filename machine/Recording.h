@@ -32,19 +32,19 @@ public:
     void add(const std::string& question, Json answer);
     bool has(const std::string& question) const { return answers_.contains(question); }
 
-    // The questions asked of next(), in order.
-    const std::vector<std::string>& asked() const { return asked_; }
+    // How often next() was asked.
+    std::size_t timesAsked(const std::string& question) const;
 
 private:
     struct InTurn
     {
         std::vector<Json> answers;
         std::size_t next = 0;
+        std::size_t timesAsked = 0;
     };
 
     std::map<std::string, InTurn> answers_;
     std::set<std::string> unknown_;
-    std::vector<std::string> asked_;
     bool anonymised_ = false;
 };
 }

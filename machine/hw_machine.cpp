@@ -1,5 +1,7 @@
 // Captures what the inventory asks of this machine, and replays it on another one.
 #include "cli/Kinds.h"
+#include "machine/Anonymiser.h"
+#include "machine/Hmac.h"
 #include "machine/MachineInUse.h"
 #include "machine/NativeMachine.h"
 #include "machine/RecordedMachine.h"
@@ -47,7 +49,17 @@ Recording& keep(Recording recording)
     return *new Recording(std::move(recording));
 }
 
-int capture(const std::string& path)
+std::string keyOf(const std::string& keyFile)
+{
+    return keyFile.empty() ? HardwareInventory::randomKey() : readFile(keyFile);
+}
+
+Recording anonymised(const Recording& recording, const std::string& keyFile)
+{
+    return Recording::of(HardwareInventory::Anonymiser(keyOf(keyFile)).anonymise(recording.document()));
+}
+
+int capture(const std::string& path, bool raw, const std::string& keyFile)
 {
     Recording& recording = keep({});
     static RecordingMachine machine(nativeMachine(), recording);
@@ -60,7 +72,13 @@ int capture(const std::string& path)
         if (kind.find(&buffer, &size) == EXPORT_STATUS_SUCCESS)
             release_buffer(buffer);
     }
-    writeFile(path, recording.text());
+    writeFile(path, raw ? recording.text() : anonymised(recording, keyFile).text());
+    return 0;
+}
+
+int anonymise(const std::string& path, const std::string& output, const std::string& keyFile)
+{
+    writeFile(output.empty() ? path : output, anonymised(Recording::parse(readFile(path)), keyFile).text());
     return 0;
 }
 
@@ -87,19 +105,30 @@ int main(int argc, char** argv)
     CLI::App program("Captures what the hardware inventory asks of this machine, and replays it on another one.", "hw-machine");
     program.require_subcommand(1);
     std::string file;
+    std::string output;
+    std::string keyFile;
+    bool raw = false;
     bool log = false;
     std::vector<std::string> kinds;
     CLI::App* const captureCommand = program.add_subcommand("capture", "Write this machine's answers to a file");
     captureCommand->add_option("FILE", file)->required();
+    captureCommand->add_flag("--raw", raw, "Keep serial numbers, names and addresses; without it they are replaced");
     CLI::App* const replayCommand = program.add_subcommand("replay", "Print the documents of a recorded machine, one a line");
     replayCommand->add_option("FILE", file)->required();
     replayCommand->add_option("KIND", kinds, "The documents to print; all without any")
         ->check(CLI::IsMember({"cpus", "gpus", "ram", "disks", "network-adapters", "base-boards", "system", "hotfixes"}));
     replayCommand->add_flag("--log", log, "Show the library's log on standard error");
+    CLI::App* const anonymiseCommand = program.add_subcommand("anonymise", "Replace serial numbers, names and addresses in a file");
+    anonymiseCommand->add_option("FILE", file)->required();
+    anonymiseCommand->add_option("-o,--output", output, "The file to write; FILE itself without it");
+    for (CLI::App* const command : {captureCommand, anonymiseCommand})
+        command->add_option("--key", keyFile, "A file of any bytes: with the same key the same values get the same substitutes");
     try
     {
         program.parse(argc, argv);
-        return *captureCommand ? capture(file) : replay(file, kinds, log);
+        if (*captureCommand)
+            return capture(file, raw, keyFile);
+        return *anonymiseCommand ? anonymise(file, output, keyFile) : replay(file, kinds, log);
     }
     catch (const CLI::ParseError& error)
     {

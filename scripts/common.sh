@@ -34,8 +34,8 @@ ensure_packages() {
     quietly as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"
 }
 
-build_packages=(clang-16 lld-16 llvm-16 cmake ninja-build git ca-certificates dpkg-dev nlohmann-json3-dev libcli11-dev pci.ids)
-test_packages=(g++-12 googletest libclang-rt-16-dev)
+build_packages=(clang-16 lld-16 llvm-16 cmake ninja-build git ca-certificates dpkg-dev nlohmann-json3-dev libcli11-dev libssl-dev pci.ids)
+test_packages=(g++-12 googletest libclang-rt-16-dev python3 python3-jsonschema)
 windows_packages=(g++-mingw-w64-x86-64-posix wine64)
 
 # Configures a preset into a folder and reports which PCI ID list its build embeds.

@@ -1,6 +1,6 @@
+#include "bench/wine/BareSymbolSession.h"
 #include "bench/wine/Timing.h"
-#include "tests/system/product/BareSymbolSession.h"
-#include "tests/system/product/FakeWmi.h"
+#include "tests/com/Service.h"
 #include "tests/system/product/Product.h"
 
 #include <cstdio>
@@ -28,17 +28,17 @@ double failingCollection(const Product& product)
 
 bool run()
 {
-    const FakeWmiHost host;
     const Product product;
-    FakeWmi::failWhen([](const std::string& call) { return call == "ExecQuery"; });
+    fakes::serve(product.module);
+    fakes::service().answer = fakes::failing("ExecQuery");
 
     const double cold = failingCollection(product);
-    traceWithBareSession(product.module());
+    traceWithBareSession(product.module);
     std::vector<double> warm, bare;
     for (int round = 0; round < kRounds; ++round)
     {
         warm.push_back(failingCollection(product));
-        bare.push_back(milliseconds([&] { traceWithBareSession(product.module()); }));
+        bare.push_back(milliseconds([&] { traceWithBareSession(product.module); }));
     }
     const double ratio = quantile(warm, 0.5) / quantile(bare, 0.5);
     std::printf("traced failure: cold %.0f ms, warm %.0f ms, bare session of the symbol handler %.0f ms\n", cold,

@@ -26,7 +26,6 @@ void MemoryMappedFile::open(const std::wstring& path)
     if (!boost::filesystem::is_regular_file(status))
         throw RuntimeException(format(L"not a regular file: %1%", path), kSourceFile, kFunction, __LINE__);
 
-    path_ = path;
     file_.reset(Platform::openForReading(path));
     // A failed open returns the invalid handle, never null: the mapping then fails and is reported.
     if (!file_)
@@ -65,7 +64,6 @@ void MemoryMappedFile::open(const std::wstring& path)
 
 void MemoryMappedFile::close() noexcept
 {
-    path_.clear();
     size_ = 0;
     data_.reset();
     mapping_.reset();

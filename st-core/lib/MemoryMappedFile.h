@@ -39,7 +39,6 @@ public:
     std::uint64_t size() const { return size_; }
 
 private:
-    std::wstring path_;
     std::uint64_t size_ = 0;
     Unique<void*, Platform::closeHandle> file_;
     Unique<void*, Platform::closeHandle> mapping_;

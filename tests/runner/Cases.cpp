@@ -44,6 +44,41 @@ void putAt(Json& root, const std::string& pointer, const Json& value)
         parent.erase(at.back());
 }
 
+// {"each": MEMBERS, "of": [ROW, ...]} is a list of rows that have members in common.
+Json spelledOut(const Json& value)
+{
+    if (!value.is_object() || !value.contains("of"))
+        return value;
+    Json list = Json::array();
+    for (const Json& row : value["of"])
+    {
+        list.push_back(row.is_null() ? row : value.value("each", Json::object()));
+        if (!row.is_null())
+            list.back().update(row);
+    }
+    return list;
+}
+
+// "3 x LINE" is a line that comes three times, "unread A B" the warnings for two properties that an object lacks.
+std::vector<std::string> linesOf(const Json& json)
+{
+    std::vector<std::string> lines;
+    for (const std::string text : json)
+    {
+        const std::size_t times = text.find(" x ");
+        std::istringstream words(text);
+        std::string word;
+        if (words >> word && word == "unread")
+            while (words >> word)
+                lines.push_back("warning failed to get '" + word + "' property of @");
+        else if (times == word.size() && word.find_first_not_of("0123456789") == std::string::npos)
+            lines.insert(lines.end(), std::stoul(word), text.substr(times + 3));
+        else
+            lines.push_back(text);
+    }
+    return lines;
+}
+
 // "TYPE:LENGTH OFFSET=BYTES OFFSET=BYTES" in hexadecimal: a formatted area that is 0 elsewhere.
 std::string formattedArea(const std::string& shortened)
 {
@@ -89,38 +124,44 @@ void putAnswers(const Json& with, Json& answers)
             answers["firmware table RSMB 0"] = tableOf(key.substr(7), value);
         }
         else if (pointer != std::string::npos)
-            answers.at(question)[Json::json_pointer(key.substr(pointer + 1))] = value;
+            answers.at(question)[Json::json_pointer(key.substr(pointer + 1))] = spelledOut(value);
         else if (value.is_null())
             answers.erase(question);
         else
-            answers[question] = value;
+            answers[question] = spelledOut(value);
     }
 }
 
 Case changed(Case base, const Json& json)
 {
     putAnswers(json.value("with", Json::object()), base.recording["answers"]);
-    base.statuses.update(json.value("status", Json::object()));
+    const Json status = json.value("status", Json::object());
+    for (const auto& [kind, keys] : kKeysOfKinds)
+        if (status.is_number() || status.contains(kind))
+            base.statuses[kind] = status.is_number() ? status : status[kind];
     for (const auto& [kind, status] : base.statuses.items())
         if (status != 0)
             for (const std::string& key : kKeysOfKinds.at(kind))
                 base.documents.erase(key);
     const Json gives = json.value("gives", Json::object());
     for (const auto& [key, value] : gives.items())
-        putAt(base.documents, key.starts_with('/') ? key : "/" + key, value);
+        putAt(base.documents, key.starts_with('/') ? key : "/" + key, spelledOut(value));
     base.logInOrder = json.contains("wholeLog");
     if (base.logInOrder)
-        base.log = json["wholeLog"].get<std::vector<std::string>>();
-    for (const std::string line : json.value("unlogged", Json::array()))
+        base.log = linesOf(json["wholeLog"]);
+    for (const std::string& line : linesOf(json.value("unlogged", Json::array())))
     {
         const auto found = std::ranges::find(base.log, line);
         if (found == base.log.end())
             throw std::runtime_error(base.file + ", " + base.name + ": never logged: " + line);
         base.log.erase(found);
     }
-    for (const std::string line : json.value("log", Json::array()))
+    for (const std::string& line : linesOf(json.value("log", Json::array())))
         base.log.push_back(line);
-    base.asked = json.value("asked", Json::object());
+    base.asked = Json::object();
+    const Json asked = json.value("asked", Json::object());
+    for (const auto& [question, times] : asked.items())
+        base.asked[questionOf(question)] = times;
     base.rows = json.value("rows", Json::array());
     return base;
 }

@@ -21,8 +21,9 @@ void keepLine(std::uint32_t level, const char* message)
     constexpr const char* levels[] = {"info", "warning", "error", "trace"};
     static const std::regex address("0x[0-9a-f]{6,}|\\b[0-9A-F]{16}\\b");
     static const std::regex place("^.*?:[A-Za-z:_~]*:[0-9]+:");
-    static const std::regex trace("\n[^]*");
-    std::string line = std::regex_replace(message, address, "@");
+    static const std::regex trace("(:\\[[0-9]+\\] |\n)[^]*");
+    static const std::regex cause("( format: )[^]*"); // whatever the C library's error number holds
+    std::string line = std::regex_replace(std::regex_replace(message, address, "@"), cause, "$1@");
     if (level == 2)
         line = std::regex_replace(std::regex_replace(line, trace, ""), place, "");
     static const std::regex vendors("has already been registered$|^(trying to find vendor|vendor candidates|closest vendor) ");
@@ -46,10 +47,9 @@ void setMachine(const Json& json)
 Replayed collect(std::string_view only, const std::vector<std::string>& keys)
 {
     lines.clear();
-    const std::size_t asked = recording->asked().size();
     hardware_inventory_set_logger(keepLine);
     const LastRefused clear;
-    Replayed replayed{Json::object(), Json::object(), {}, {}};
+    Replayed replayed{Json::object(), Json::object(), {}};
     for (const Kind& kind : kKinds)
     {
         if (!only.empty() && kind.name != only)
@@ -73,6 +73,10 @@ Replayed collect(std::string_view only, const std::vector<std::string>& keys)
     for (const std::string& key : keys)
         replayed.documents[key] = described(key);
     replayed.log = lines;
-    replayed.asked.assign(recording->asked().begin() + static_cast<long>(asked), recording->asked().end());
     return replayed;
+}
+
+std::size_t timesAsked(const std::string& question)
+{
+    return recording->timesAsked(question);
 }

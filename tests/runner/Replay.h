@@ -15,7 +15,6 @@ struct Replayed
     HardwareInventory::Json documents; // of all kinds in one object
     HardwareInventory::Json statuses;  // by kind, those that are not 0
     std::vector<std::string> log;      // "level text", addresses as @, without those of vendors, which fuzz/VendorQuery compares
-    std::vector<std::string> asked;
 };
 
 // Makes it the process's machine.
@@ -23,6 +22,9 @@ void setMachine(const HardwareInventory::Json& recording);
 
 // All eight documents of the machine, or one; then what no document shows, by the keys of described().
 Replayed collect(std::string_view kind = {}, const std::vector<std::string>& keys = {});
+
+// How often the machine has been asked so far.
+std::size_t timesAsked(const std::string& question);
 
 // "firmware": every decoded fact, "vendorGpus": every reading of the vendors' libraries, both without what is empty; "vmType";
 // "entryPoint BYTES": where the SMBIOS entry point leads.

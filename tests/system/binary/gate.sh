@@ -16,12 +16,8 @@ compare() {
 exports() { read_file --coff-exports "$1" | sed -n 's/^  Name: //p' | sort; }
 imports() { read_file --coff-imports "$1" | sed -n 's/^  Name: //p' | tr '[:upper:]' '[:lower:]' | sort; }
 
-# has WHAT FILE TEXT READOBJ_ARGUMENT...
-has() {
-    local what=$1 file=$2 text=$3
-    shift 3
-    grep -q -- "$text" <<< "$(read_file "$@" "$file")" || fail "$(basename "$file") lacks $what"
-}
+# has FILE READOBJ_ARGUMENT TEXT
+has() { grep -q -- "$3" <<< "$(read_file "$2" "$1")" || fail "$(basename "$1") lacks $3"; }
 
 # The calls of the function that ends the process when a stack frame was overwritten. There is no other use of its address.
 guarded_functions() {
@@ -35,13 +31,13 @@ guarded_functions() {
 check() {
     local file=$1 protection
     for protection in DYNAMIC_BASE HIGH_ENTROPY_VA NX_COMPAT; do
-        has "$protection" "$file" "IMAGE_DLL_CHARACTERISTICS_$protection" --file-headers
+        has "$file" --file-headers "IMAGE_DLL_CHARACTERISTICS_$protection"
     done
-    has "CET compatibility" "$file" IMAGE_DLL_CHARACTERISTICS_EX_CET_COMPAT --coff-debug-directory
-    has "the flags for the search of its imports" "$file" 'DependentLoadFlags: 0x1100' --coff-load-config
-    has "a version" "$file" 'Type: VERSIONINFO' --coff-resources
-    has "the plain name of its PDB" "$file" "PDBFileName: $(basename "${file%.dll}").pdb" --coff-debug-directory
-    has "the neutral time stamp" "$file" 'TimeDateStamp: 1970-01-01' --file-headers
+    has "$file" --coff-debug-directory IMAGE_DLL_CHARACTERISTICS_EX_CET_COMPAT
+    has "$file" --coff-load-config 'DependentLoadFlags: 0x1100' # the search of its imports
+    has "$file" --coff-resources 'Type: VERSIONINFO'
+    has "$file" --coff-debug-directory "PDBFileName: $(basename "${file%.dll}").pdb"
+    has "$file" --file-headers 'TimeDateStamp: 1970-01-01'
     local guarded
     guarded=$(guarded_functions "$file")
     [[ $guarded -ge $2 ]] || fail "$(basename "$file"): $guarded functions are guarded, expected $2 or more"
@@ -52,21 +48,8 @@ check() {
 check "$1" 200
 check "$2" 10
 
-compare "the exports" "$(sort << 'END'
-hardware_inventory_exception_string
-hardware_inventory_find_base_boards
-hardware_inventory_find_cpus
-hardware_inventory_find_disks
-hardware_inventory_find_gpus
-hardware_inventory_find_hotfixes
-hardware_inventory_find_network_adapters
-hardware_inventory_find_ram
-hardware_inventory_find_system
-hardware_inventory_get_exception
-hardware_inventory_set_logger
-release_buffer
-END
-)" "$(exports "$1")"
+compare "the exports" "$(printf '%s\n' hardware_inventory_{exception_string,get_exception,set_logger} release_buffer \
+    hardware_inventory_find_{base_boards,cpus,disks,gpus,hotfixes,network_adapters,ram,system} | sort)" "$(exports "$1")"
 compare "the exports" $'VmProbe_GetHostVMType\nVmProbe_IsHostVirtual' "$(exports "$2")"
 
 # Libraries that every Windows process has loaded or finds in the system folder, and our own.

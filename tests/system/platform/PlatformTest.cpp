@@ -1,91 +1,214 @@
 #include "hw-inventory-impl/lib/Platform/Platform.h"
+#include "tests/com/Service.h"
+#include "vm-detect/HostQueries.h"
 
-#include <windows.h>
+#include <gmock/gmock.h>
 
-#include <gtest/gtest.h>
+#include <atomic>
+#include <thread>
 
+extern "C" __declspec(dllexport) int ofTheProgram = 1;
+
+// What Windows answers, through the program's own system.
 namespace
 {
 using namespace HardwareInventory::Platform;
 
-std::wstring localeText(std::uint32_t locale, LocalePart part)
+TEST(Platform, FactsOfTheSystem)
 {
-    const auto text = localeInfo(locale, part);
-    return text ? text.value() : L"error " + std::to_wstring(text.error().code);
-}
-
-TEST(Platform, LocalesAreNamedByTheirStandards)
-{
-    EXPECT_EQ(localeText(0x0409, LocalePart::language), L"en");
-    EXPECT_EQ(localeText(0x0C07, LocalePart::country), L"AT");
-    EXPECT_EQ(localeText(0xFFFF, LocalePart::country), L"error 87");
-}
-
-TEST(Platform, MemoryIsCountedInBytes)
-{
+    EXPECT_EQ(localeInfo(0x0409, LocalePart::language).value(), L"en");
+    EXPECT_EQ(localeInfo(0x0C07, LocalePart::country).value(), L"AT");
+    EXPECT_EQ(localeInfo(0xFFFF, LocalePart::country).error().code, 87u);
     EXPECT_GT(totalPhysicalMemory().value(), std::uint64_t{256} << 20);
+    EXPECT_EQ(enumerateFirmwareTables(0x58585858), 0u);
+
+    const DomainController controller = domainController();
+    EXPECT_EQ(controller.name.substr(0, 2), controller.status == 0 ? L"\\\\" : L"");
+    EXPECT_EQ(controller.freeStatus, 0u);
+    EXPECT_TRUE(GetModuleHandleW(L"netapi32.dll"));
+
+    std::size_t addresses = 0;
+    connectManagementSource(L"ROOT\\CIMV2")
+        ->query(L"SELECT * FROM Win32_NetworkAdapterConfiguration",
+                [&](const auto& adapter) { addresses += adapter->getStringArray(L"IPAddress").value().size(); });
+    EXPECT_GT(addresses, 0u);
 }
 
-TEST(Platform, AFirmwareTableIsReadInTwoSteps)
+// The sizes of a firmware's table at its first query and at the next one, which copies it if there is room.
+UINT sizes[2];
+
+UINT WINAPI firmware(DWORD, DWORD, void* buffer, DWORD room)
 {
-    EXPECT_EQ(enumerateFirmwareTables(0x58585858), 0u);
-    const std::uint32_t smbios = 0x52534D42;
-    const auto firmware = firmwareTable(smbios, 0);
-    if (!firmware)
-        GTEST_SKIP() << "no firmware table on this machine";
-    EXPECT_GE(firmware.value()[1], 2); // the version of the table
+    if (buffer && room >= sizes[1])
+        std::fill_n(static_cast<char*>(buffer), sizes[1], char{7});
+    return sizes[buffer != nullptr];
+}
+
+TEST(Platform, AFirmwareTableMayChangeBetweenItsQueries)
+{
+    if (const auto table = firmwareTable(0x52534D42, 0))
+        EXPECT_GE(table.value()[1], 2); // the version of the system's own
+    fakes::replaceImport(GetModuleHandleW(nullptr), "kernel32.dll", "GetSystemFirmwareTable", &firmware);
+    constexpr int kNotRead = -1, kNoSize = -2;
+    const std::tuple<UINT, UINT, int> cases[] = {
+        {40, 40, 40}, {40, 30, 30}, {40, 41, kNotRead}, {40, 0, kNotRead}, {0, 40, kNoSize}};
+    for (const auto& [first, second, outcome] : cases)
+    {
+        sizes[0] = first;
+        sizes[1] = second;
+        const auto table = firmwareTable(0x52534D42, 0);
+        EXPECT_EQ(table ? std::ranges::count(table.value(), 7) : table.error() == FirmwareStep::read ? kNotRead : kNoSize, outcome);
+        EXPECT_TRUE(!table || std::ssize(table.value()) == outcome);
+        const auto detected = VmDetect::Platform::firmwareTable();
+        EXPECT_EQ(detected ? std::ssize(*detected) : -1, std::max(outcome, -1));
+    }
 }
 
 TEST(Platform, WhatIsNoDriveOrDeviceReportsTheStep)
 {
-    const std::pair<const wchar_t*, TrimStep> drives[] = {{L"\\\\.\\PHYSICALDRIVE99", TrimStep::openDrive},
-                                                          {L"\\\\.\\NUL", TrimStep::query}};
-    for (const auto& [path, step] : drives)
+    const auto expectStep = [](const auto& result, auto step)
     {
-        const auto failure = trimEnabled(path).error();
-        EXPECT_EQ(failure.step, step) << testing::PrintToString(path);
-        EXPECT_NE(failure.code, 0u) << testing::PrintToString(path);
-    }
-    for (const wchar_t* id : {L"PCI\\VEN_FFFF&DEV_FFFF\\0", L"no identifier"})
-    {
-        const auto failure = deviceLocation(id).error();
-        EXPECT_LE(failure.step, DeviceSetupStep::element) << testing::PrintToString(id);
-        EXPECT_NE(failure.code, 0u) << testing::PrintToString(id);
-    }
-}
-
-TEST(Platform, ADomainControllerHasANameOrAStatus)
-{
-    const DomainController controller = domainController();
-    if (controller.status == 0)
-        EXPECT_EQ(controller.name.substr(0, 2), L"\\\\");
-    else
-        EXPECT_EQ(controller.name, L"");
-    EXPECT_EQ(controller.freeStatus, 0u);
-    EXPECT_TRUE(GetModuleHandleW(L"netapi32.dll"));
+        EXPECT_EQ(result.error().step, step);
+        EXPECT_NE(result.error().code, 0u);
+    };
+    expectStep(trimEnabled(L"\\\\.\\PHYSICALDRIVE99"), TrimStep::openDrive);
+    expectStep(trimEnabled(L"\\\\.\\NUL"), TrimStep::query);
+    expectStep(deviceLocation(L"PCI\\VEN_FFFF&DEV_FFFF\\0"), DeviceSetupStep::element);
+    expectStep(deviceLocation(L"no identifier"), DeviceSetupStep::element);
 }
 
 TEST(Platform, ModulesComeFromTheSystemFolderOrTheHost)
 {
     const DWORD errorMode = GetThreadErrorMode();
-
     // The file lies beside this program, where the system's own search would find it.
     EXPECT_EQ(loadModule(L"host-module.dll"), nullptr);
-
     const HMODULE ofHost = LoadLibraryW(L"host-module.dll");
-    ASSERT_TRUE(ofHost);
     const ModuleHandle shared = loadModule(L"host-module.dll");
     EXPECT_EQ(shared, ofHost);
     EXPECT_NE(findProcedure(shared, "hostAnswer"), nullptr);
-
     // A reference of its own, so that neither side takes the module from the other.
     FreeLibrary(ofHost);
     EXPECT_EQ(GetModuleHandleW(L"host-module.dll"), shared);
     freeModule(shared);
     EXPECT_EQ(GetModuleHandleW(L"host-module.dll"), nullptr);
-
     EXPECT_NE(findProcedure(loadModule(L"version.dll"), "VerQueryValueW"), nullptr);
-    EXPECT_EQ(findProcedure(nullptr, "main"), nullptr);
+    EXPECT_EQ(findProcedure(nullptr, "ofTheProgram"), nullptr);
     EXPECT_EQ(GetThreadErrorMode(), errorMode);
+}
+
+// While it lives, the machine's part of the registry is a fresh key of the user. Tests run side by side.
+struct Registry : testing::Test
+{
+    const std::wstring path = L"Software\\InventoryTest" + std::to_wstring(GetCurrentProcessId());
+    HKEY machine = nullptr, key = nullptr;
+
+    Registry()
+    {
+        RegCreateKeyW(HKEY_CURRENT_USER, path.c_str(), &machine);
+        RegCreateKeyW(machine, L"SOFTWARE\\Inventory", &key);
+        RegOverridePredefKey(HKEY_LOCAL_MACHINE, machine);
+    }
+    ~Registry() override
+    {
+        RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
+        RegCloseKey(key);
+        RegCloseKey(machine);
+        RegDeleteTreeW(HKEY_CURRENT_USER, path.c_str());
+    }
+
+    void set(DWORD type, const std::wstring& data, std::size_t bytes) const
+    {
+        RegSetValueExW(key, L"Value", 0, type, reinterpret_cast<const BYTE*>(data.c_str()), static_cast<DWORD>(bytes));
+    }
+
+    // The text, or the step that fails and its status.
+    static std::wstring read(const std::wstring& key = L"SOFTWARE\\Inventory")
+    {
+        const auto text = registryString(RegistryRoot::localMachine, key, L"Value");
+        return text ? text.value()
+                    : std::to_wstring(static_cast<int>(text.error().step)) + L": " + std::to_wstring(text.error().code);
+    }
+};
+
+TEST_F(Registry, ATextIsReadHoweverItEndsAndAFailureHasItsStep)
+{
+    EXPECT_EQ(read(L"SOFTWARE\\Nowhere"), L"0: 2");
+    EXPECT_EQ(read(), L"1: 2");
+    const std::tuple<DWORD, std::wstring, std::size_t, std::wstring> cases[] = {
+        {REG_DWORD, L"\x16", 4, L"2: 1630"},
+        {REG_SZ, L"22H2", 10, L"22H2"},
+        {REG_SZ, L"22H2", 8, L"22H2"},  // not terminated
+        {REG_SZ, L"22H2x", 9, L"22H2"}, // half a character more
+        {REG_SZ, L"", 0, L""},
+        {REG_SZ, std::wstring(L"22\0H2", 5), 12, L"22"},
+        {REG_EXPAND_SZ, L"%TEMP%", 14, L"%TEMP%"},
+        {REG_SZ, std::wstring(5000, L'x'), 10002, std::wstring(5000, L'x')},
+    };
+    for (const auto& [type, data, bytes, text] : cases)
+    {
+        set(type, data, bytes);
+        EXPECT_EQ(read(), text);
+    }
+}
+
+TEST_F(Registry, TheVersionOfTheBiosIsThereOrNot)
+{
+    EXPECT_EQ(VmDetect::Platform::systemBiosVersion(), "");
+    RegCreateKeyW(machine, L"HARDWARE\\DESCRIPTION\\System", &key);
+    const auto read = [&](DWORD type)
+    {
+        RegSetValueExA(key, "SystemBiosVersion", 0, type, reinterpret_cast<const BYTE*>("VBOX\0two\0"), 10);
+        return VmDetect::Platform::systemBiosVersion();
+    };
+    EXPECT_EQ(read(REG_MULTI_SZ), std::string("VBOX\0two\0", 10));
+    EXPECT_EQ(read(REG_SZ)->substr(0, 4), "VBOX");
+    EXPECT_EQ(read(REG_BINARY), "");
+}
+
+TEST_F(Registry, AValueThatGrowsMeanwhileIsReadWhole)
+{
+    const std::wstring brief(1, L's'), lengthy(300, L'l');
+    set(REG_SZ, brief, 4);
+    std::atomic<bool> done = false;
+    std::thread writer(
+        [&]
+        {
+            while (!done)
+                for (const std::wstring& text : {brief, lengthy})
+                    set(REG_SZ, text, 2 * text.size() + 2);
+        });
+    for (int round = 0; round < 2000; ++round)
+        EXPECT_THAT(read(), testing::AnyOf(brief, lengthy)) << "round " << round;
+    done = true;
+    writer.join();
+}
+
+std::uint32_t destroyedBy = 0; // the thread
+
+TEST(ThreadSlot, AFiberTakesItsValueAlongOnItsOwnThreadAlone)
+{
+    static int value = 0;
+    const auto keep = [](void* caller)
+    {
+        EXPECT_TRUE(keepForThread(&value, [](void* kept) { destroyedBy = kept == &value ? currentThreadId() : 0; }));
+        SwitchToFiber(caller);
+    };
+    for (const bool elsewhere : {true, false})
+        std::thread(
+            [&]
+            {
+                EXPECT_EQ(threadValue(), nullptr);
+                void* const fiber = CreateFiber(0, keep, ConvertThreadToFiber(nullptr));
+                SwitchToFiber(fiber);
+                elsewhere ? std::thread(DeleteFiber, fiber).join() : DeleteFiber(fiber);
+                EXPECT_EQ(threadValue(), elsewhere ? &value : nullptr);
+                EXPECT_EQ(destroyedBy, elsewhere ? 0 : GetCurrentThreadId());
+            })
+            .join();
+    // Without room in its slot a thread keeps nothing.
+    fakes::replaceImport(
+        GetModuleHandleW(nullptr), "kernel32.dll", "FlsSetValue", +[](DWORD, void*) -> BOOL { return FALSE; });
+    EXPECT_FALSE(keepForThread(&value, [](void*) {}));
+    EXPECT_EQ(threadValue(), nullptr);
 }
 }

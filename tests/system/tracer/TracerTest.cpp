@@ -2,309 +2,317 @@
 #include "hw-inventory-interface/ErrorHandling/Exception.cpp"
 #include "st-core/lib/RuntimeException.cpp"
 
-#include "st-core/lib/DbgHelpWin.h"
 #include "st-core/lib/Format.h"
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/LastError.h"
+#include "st-core/lib/MemoryMappedFile.h"
+#include "st-core/lib/ModuleVersionWin.h"
+#include "st-core/lib/OSError.h"
+#include "st-core/lib/SymbolNamesWin.h"
+#include "st-core/lib/SymbolSearchPathWin.h"
 #include "st-core/lib/WinTracer.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
-#include <algorithm>
 #include <filesystem>
+#include <fstream>
 
-using namespace ZelStdCore;
-using HardwareInventory::ErrorHandling::ErrorCode;
-using HardwareInventory::ErrorHandling::Exception;
+#include <process.h>
 
 namespace
 {
-// Each function of the tests has a frame of its own: it is called through a volatile pointer, so that it is not inlined, and ends
-// with a write to this, so that it makes no tail call.
-volatile int returned = 0;
-
+using namespace ZelStdCore;
+using HardwareInventory::ErrorHandling::ErrorCode;
+using HardwareInventory::ErrorHandling::Exception;
+using testing::AllOf, testing::Contains, testing::HasSubstr, testing::IsEmpty, testing::Property, testing::StartsWith;
+namespace files = std::filesystem;
 using Names = std::vector<std::wstring>;
 
-std::uint32_t tracedLine = 0;
+// Each function of the tests has a frame of its own: it is called through a volatile pointer, so that it is not inlined, and ends
+// with a write to this, so that it makes no tail call. The address of a frame is where its call returns to: all is on one line.
+volatile int returned = 0;
+std::vector<StackFrame> traceAtDepth(int depth);
+std::vector<StackFrame> (*volatile const kTraceAtDepth)(int) = &traceAtDepth;
 
-// The address of a frame is where its call returns to: both statements are on one line.
 // clang-format off
-std::vector<StackFrame> tracedFunction()
+constexpr std::uint32_t kTracedLine = __LINE__ + 3;
+std::vector<StackFrame> traceAtDepth(int depth)
 {
-    tracedLine = __LINE__ + 1;
-    auto frames = currentStack(); returned = 1;
+    auto frames = depth == 0 ? currentStack() : kTraceAtDepth(depth - 1); returned = 1;
     return frames;
 }
 // clang-format on
 
-std::vector<StackFrame> (*volatile const kTracedFunction)() = &tracedFunction;
-
-std::vector<StackFrame> callerOfTracedFunction()
+struct Throw
 {
-    auto frames = kTracedFunction();
-    returned = 1;
-    return frames;
-}
-
-std::vector<StackFrame> (*volatile const kCallerOfTracedFunction)() = &callerOfTracedFunction;
-
-std::size_t framesAtDepth(int depth);
-std::size_t (*volatile const kFramesAtDepth)(int) = &framesAtDepth;
-
-std::size_t framesAtDepth(int depth)
-{
-    const std::size_t count = depth == 0 ? currentStack().size() : kFramesAtDepth(depth - 1);
-    returned = 1;
-    return count;
-}
-
-void throwRuntimeException()
-{
-    throw RuntimeException(L"message", L"file", L"throwRuntimeException", __LINE__);
-}
-
-void throwInventoryException()
-{
-    throw Exception(ErrorCode::openFile, L"message", L"file", L"throwInventoryException", __LINE__);
-}
-
-void (*volatile const kThrowers[])() = {&throwRuntimeException, &throwInventoryException};
-
-// The unqualified name.
-std::wstring functionOf(const StackFrame& frame)
-{
-    return frame.completeName.substr(frame.completeName.rfind(L':') + 1);
-}
-
-template <class Call>
-std::wstring messageOf(Call call)
-{
-    try
-    {
-        call();
-        return L"no exception";
-    }
-    catch (const RuntimeException& error)
-    {
-        EXPECT_TRUE(error.trace().empty());
-        EXPECT_EQ(error.file(), L"st-core\\lib\\WinTracer.cpp");
-        return error.message();
-    }
-}
-
-Tracer tracerOfThisProcess(std::uint32_t options)
-{
-    return Tracer(options, L"", GetCurrentProcessId(), GetCurrentProcess());
-}
-
-// A library with few symbols, which are quick to load.
-struct HostModule
-{
-    explicit HostModule(const std::filesystem::path& path) : module(LoadLibraryW(path.c_str())) {}
-    HostModule(const HostModule&) = delete;
-    ~HostModule() { FreeLibrary(module); }
-
-    // The only frame of a stack with one function of the library.
-    StackFrame trace(std::uint32_t options) const
-    {
-        const std::uint64_t end[16] = {};
-        CONTEXT context{};
-        context.Rip = reinterpret_cast<std::uintptr_t>(GetProcAddress(module, "hostAnswer"));
-        context.Rsp = reinterpret_cast<std::uintptr_t>(end);
-        const auto frames = tracerOfThisProcess(options).getTrace(GetCurrentThread(), &context);
-        EXPECT_EQ(frames.size(), 1u);
-        EXPECT_EQ(frames[0].address, context.Rip);
-        return frames[0];
-    }
-
-    HMODULE module;
+    static void runtimeException() { throw RuntimeException(L"message", L"file", L"function", __LINE__); }
+    static void inventoryException() { throw Exception(ErrorCode::openFile, L"message", L"file", L"function", __LINE__); }
 };
 
-const auto kThisModule = reinterpret_cast<std::uintptr_t>(GetModuleHandleW(nullptr));
-const auto kTracedAddress = reinterpret_cast<std::uintptr_t>(&tracedFunction);
-constexpr std::uint32_t kEverything = Tracer::symbolNames | Tracer::sourceLines | Tracer::moduleInformation;
+// The unqualified names.
+Names functionsOf(const std::vector<StackFrame>& frames)
+{
+    Names names;
+    for (const StackFrame& frame : frames)
+        names.push_back(frame.completeName.substr(frame.completeName.rfind(L':') + 1));
+    return names;
 }
+
+// A call fails with a message that begins so, and without a trace.
+template <class Call>
+void expectFailure(Call call, const std::wstring& message)
+{
+    EXPECT_THAT(call, testing::Throws<RuntimeException>(AllOf(Property(&RuntimeException::message, StartsWith(message)),
+                                                              Property(&RuntimeException::trace, IsEmpty()))));
+}
+
+struct ThisProcess : Tracer
+{
+    explicit ThisProcess(std::uint32_t options = 0) : Tracer(options, L"", GetCurrentProcessId(), GetCurrentProcess()) {}
+};
+
+// The only frame of a stack with one function of a library with few symbols, which are quick to load.
+StackFrame frameOf(HMODULE module, std::uint32_t options = Tracer::symbolNames)
+{
+    const std::uint64_t end[16] = {};
+    CONTEXT context{};
+    context.Rip = reinterpret_cast<std::uintptr_t>(GetProcAddress(module, "hostAnswer"));
+    context.Rsp = reinterpret_cast<std::uintptr_t>(end);
+    const auto frames = ThisProcess(options).getTrace(GetCurrentThread(), &context);
+    EXPECT_TRUE(frames.size() == 1 && frames[0].address == context.Rip);
+    return frames.at(0);
+}
+
+const HMODULE hostModule = LoadLibraryW(L"host-module.dll");
+const auto kThisModule = reinterpret_cast<std::uintptr_t>(GetModuleHandleW(nullptr));
+const auto kTracedAddress = reinterpret_cast<std::uintptr_t>(&traceAtDepth);
 
 TEST(Tracer, NamesFunctionFileAndLineOfEachFrame)
-{
-    const auto frames = kCallerOfTracedFunction();
-    ASSERT_GT(frames.size(), 4u);
-    EXPECT_EQ(functionOf(frames[1]), L"callerOfTracedFunction");
-    EXPECT_EQ(functionOf(frames[2]), L"TestBody");
-    EXPECT_TRUE(std::ranges::count(frames, L"main", &StackFrame::completeName)) << "the walk ends too early";
-
-    const StackFrame& traced = frames[0];
-    EXPECT_EQ(functionOf(traced), L"tracedFunction");
-    EXPECT_EQ(traced.lineNumber, tracedLine);
-    EXPECT_TRUE(traced.fileName.ends_with(L"TracerTest.cpp"));
-    EXPECT_EQ(traced.shortName, traced.completeName);
-    EXPECT_FALSE(traced.symbolName.empty());
-    EXPECT_EQ(traced.moduleName, L"tracer-tests");
-    EXPECT_TRUE(traced.imageName.ends_with(L"tracer-tests.exe"));
-    EXPECT_EQ(traced.symbolType, L"PDB");
-    EXPECT_EQ(traced.moduleBase, kThisModule);
-    EXPECT_EQ(traced.address - traced.symbolDisplacement, kTracedAddress);
-}
-
-TEST(Tracer, ExceptionsLeaveTheirConstructorsOut)
-{
-    // The thrower is in the exception's own fields. An inventory exception's constructor is one more frame than the other's.
-    const Names expected[] = {{L"TestBody"}, {L"throwInventoryException", L"TestBody"}};
-    for (std::size_t kind = 0; kind < std::size(expected); ++kind)
-    {
-        try
-        {
-            kThrowers[kind]();
-        }
-        catch (const RuntimeException& error)
-        {
-            Names names;
-            std::ranges::transform(error.frames(), std::back_inserter(names), functionOf);
-            names.resize(expected[kind].size());
-            EXPECT_EQ(names, expected[kind]);
-        }
-    }
-    SetLastError(1234);
-    EXPECT_FALSE(RuntimeException(L"", L"", L"", 0).trace().empty());
-    EXPECT_EQ(GetLastError(), 1234u);
-}
-
-TEST(Tracer, AFailureLeavesTheFramesBeforeIt)
-{
-    static const DbgHelp whole = *DbgHelp::instance();
-    static int left = 0; // of the calls that succeed
-    DbgHelp unwalkable = whole, undecorated = whole;
-    unwalkable.walkStack = [](auto... arguments) -> BOOL { return left-- > 0 && whole.walkStack(arguments...); };
-    undecorated.undecorate = [](auto... arguments) -> DWORD { return left-- > 0 ? whole.undecorate(arguments...) : 0; };
-    const struct
-    {
-        DbgHelp functions;
-        std::wstring message;
-        std::size_t frames; // currentStack has one more
-    } cases[] = {{unwalkable, L"StackWalk64 failed at ", 4}, {undecorated, L"failed to get undecorated symbol short name: ", 2}};
-    const HostModule module(L"host-module.dll");
-    for (const auto& [functions, message, frames] : cases)
-    {
-        const_cast<DbgHelp&>(*DbgHelp::instance()) = functions;
-        left = 0;
-        EXPECT_TRUE(messageOf([&] { module.trace(kEverything); }).starts_with(message));
-        left = 5;
-        EXPECT_EQ(kTracedFunction().size(), frames);
-    }
-    const_cast<DbgHelp&>(*DbgHelp::instance()) = whole;
-}
-
-TEST(Tracer, AWalkHasABound)
-{
-    EXPECT_EQ(framesAtDepth(2 * Tracer::kMostFrames), Tracer::kMostFrames - 1);
-}
-
-TEST(Tracer, UsesOnlyThePdbBesideAModule)
-{
-    wchar_t program[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, program, MAX_PATH);
-    namespace files = std::filesystem;
-    const files::path built = files::path(program).parent_path();
-    const files::path folder = files::temp_directory_path() / "st-core-pdb";
-    files::create_directories(folder);
-    files::copy_file(built / "host-module.dll", folder / "host-module.dll");
-    files::current_path(built); // where its PDB is
-    {
-        const HostModule module(folder / "host-module.dll");
-        EXPECT_EQ(module.trace(kEverything).completeName, L"");
-        files::copy_file(built / "host-module.pdb", folder / "host-module.pdb");
-        files::current_path(folder);
-        EXPECT_EQ(module.trace(kEverything).completeName, L"hostAnswer");
-    }
-    files::current_path(built);
-    files::remove_all(folder);
-}
-
-TEST(Tracer, OptionsDecideWhatIsResolved)
-{
-    const HostModule module(L"host-module.dll");
-    for (std::uint32_t options = 0; options <= kEverything; ++options)
-    {
-        SCOPED_TRACE(options);
-        SetLastError(5);
-        const StackFrame frame = module.trace(options);
-        EXPECT_EQ(GetLastError(), 0u);
-        EXPECT_EQ(frame.completeName.empty(), !(options & Tracer::symbolNames));
-        EXPECT_EQ(frame.lineNumber == 0, !(options & Tracer::sourceLines));
-        EXPECT_EQ(frame.symbolType.empty(), !(options & Tracer::moduleInformation));
-    }
-}
-
-TEST(Tracer, WalksAnotherThread)
-{
-    struct Sleeper
-    {
-        static DWORD WINAPI sleepingFunction(void* events)
-        {
-            SignalObjectAndWait(static_cast<HANDLE*>(events)[0], static_cast<HANDLE*>(events)[1], INFINITE, FALSE);
-            returned = 1;
-            return 7;
-        }
-    };
-    HANDLE events[] = {CreateEventW(nullptr, TRUE, FALSE, nullptr), CreateEventW(nullptr, TRUE, FALSE, nullptr)};
-    const HANDLE thread = CreateThread(nullptr, 0, &Sleeper::sleepingFunction, events, 0, nullptr);
-    WaitForSingleObject(events[0], INFINITE);
-    const auto frames = tracerOfThisProcess(kEverything).getTrace(thread);
-    EXPECT_TRUE(std::ranges::count(frames, L"sleepingFunction", functionOf));
-
-    // The thread runs on afterwards.
-    SetEvent(events[1]);
-    EXPECT_EQ(WaitForSingleObject(thread, 60000), WAIT_OBJECT_0);
-
-    // A tracer that fails half-way restores the options of dbghelp.
-    SymSetOptions(SYMOPT_DEBUG);
-    const auto invalid = reinterpret_cast<HANDLE>(std::uintptr_t{0xABCD0});
-    EXPECT_EQ(messageOf([&] { tracerOfThisProcess(0).getTrace(invalid); }), L"failed to get 0xabcd0 thread context");
-    EXPECT_EQ(SymGetOptions(), DWORD{SYMOPT_DEBUG});
-}
-
-TEST(Tracer, NamesTheObjectAtAnAddress)
-{
-    Tracer tracer = tracerOfThisProcess(0);
-    const SymbolObject object = tracer.getObject(kTracedAddress + 1);
-    EXPECT_NE(object.name.find(L"tracedFunction"), std::wstring::npos);
-    EXPECT_EQ(object.address, kTracedAddress);
-    EXPECT_EQ(object.displacement, 1u);
-    EXPECT_EQ(object.moduleBase, kThisModule);
-    EXPECT_TRUE(messageOf([&] { tracer.getObject(0x10); }).starts_with(L"failed to get object at 0x10: "));
-}
-
-TEST(Tracer, ListsModulesThroughPsapi)
-{
-    Tracer tracer = tracerOfThisProcess(0);
-    EXPECT_TRUE(tracer.getModuleListPSAPI(GetCurrentProcess()));
-    // Once more, with all of them loaded already.
-    EXPECT_TRUE(tracer.getModuleListPSAPI(GetCurrentProcess()));
-    EXPECT_EQ(messageOf([&] { tracer.getModuleListPSAPI(nullptr); }),
-              L"failed to retrieve required memory amount for modules enumeration");
-
-    // A process that does not exist has neither a snapshot nor a list of modules.
-    Tracer nowhere(0, L"", 0xFFFFFFF0, nullptr);
-    EXPECT_EQ(messageOf([&] { nowhere.loadModules(); }), L"failed to initialize tracer: " + LastError{ERROR_INVALID_HANDLE}.text());
-}
-
-TEST(Tracer, ItsLinesReachOnlyItsOwnReceiver)
 {
     static Names lines; // callbacks capture nothing
     HostLogger::instance().set([](std::uint32_t, const char* line) { ADD_FAILURE() << line; });
     Tracer::setLog([](const std::wstring& line) { lines.push_back(line); });
-    const auto frames = kTracedFunction();
-    const auto hasLine = [](const std::wstring& begin, const std::wstring& rest)
-    {
-        return std::ranges::any_of(lines, [&](const std::wstring& line)
-                                   { return line.starts_with(begin) && line.find(rest, begin.size()) != line.npos; });
-    };
-    EXPECT_TRUE(hasLine(L"Loaded ", L"tracer-tests.exe:tracer-tests.exe (0x"));
-    EXPECT_TRUE(hasLine(L"Loaded ", L" (result: 0), symbol type: '-deferred-', PDB: '', version: 0\n"));
+    const auto frames = kTraceAtDepth(1);
+    const Names names = functionsOf(frames);
+    ASSERT_GT(names.size(), 4u);
+    EXPECT_EQ(Names(names.begin(), names.begin() + 3), (Names{L"traceAtDepth", L"traceAtDepth", L"TestBody"}));
+    EXPECT_THAT(names, Contains(L"main")) << "the walk ends too early";
 
-    // The start-up code of the program has no source here.
+    const StackFrame& traced = frames[0];
+    EXPECT_TRUE(!traced.symbolName.empty() && traced.shortName == traced.completeName) << traced.shortName;
+    EXPECT_EQ(std::tuple(traced.lineNumber, files::path(traced.fileName).filename()), std::tuple(kTracedLine, "TracerTest.cpp"));
+    EXPECT_EQ(std::tuple(traced.moduleName, traced.symbolType), std::tuple(L"tracer-tests", L"PDB"));
+    EXPECT_EQ(std::tuple(traced.moduleBase, files::path(traced.imageName).filename()), std::tuple(kThisModule, "tracer-tests.exe"));
+    EXPECT_EQ(traced.address - traced.symbolDisplacement, kTracedAddress);
+
+    // The tracer's lines reach only its own receiver. The start-up code of the program has no source here.
+    EXPECT_THAT(lines, Contains(AllOf(StartsWith(L"Loaded "), HasSubstr(L"tracer-tests.exe:tracer-tests.exe (0x"),
+                                      HasSubstr(L" (result: 0), symbol type: '"), HasSubstr(L", version: 0\n"))));
     const auto sourceless = std::ranges::find(frames, 0u, &StackFrame::lineNumber);
     ASSERT_NE(sourceless, frames.end());
-    const auto address = reinterpret_cast<const void*>(static_cast<std::uintptr_t>(sourceless->address));
-    EXPECT_TRUE(hasLine(format(L"failed to collect symbol line information (%p): ", address), L""));
+    EXPECT_THAT(lines, Contains(StartsWith(format(L"failed to collect symbol line information (0x%x): ", sourceless->address))));
+}
+
+// The thrower is in the exception's own fields. An inventory exception's constructor is one more frame than the other's.
+TEST(Tracer, ExceptionsLeaveTheirConstructorsOut)
+{
+    const struct
+    {
+        void (*volatile thrower)();
+        Names expected;
+    } cases[] = {{&Throw::runtimeException, {L"TestBody"}}, {&Throw::inventoryException, {L"inventoryException", L"TestBody"}}};
+    for (const auto& [thrower, expected] : cases)
+        try
+        {
+            thrower();
+        }
+        catch (const RuntimeException& error)
+        {
+            Names names = functionsOf(error.frames());
+            names.resize(expected.size());
+            EXPECT_EQ(names, expected);
+        }
+    SetLastError(1234);
+    EXPECT_FALSE(RuntimeException(L"", L"", L"", 0).trace().empty());
+    EXPECT_EQ(GetLastError(), 1234u);
+    // A walk has a bound.
+    EXPECT_EQ(kTraceAtDepth(2 * Tracer::kMostFrames).size(), Tracer::kMostFrames - 1);
+}
+
+TEST(Tracer, AFailureHasAMessageAndLeavesTheFramesBeforeIt)
+{
+    auto& dbghelp = const_cast<DbgHelp&>(*DbgHelp::instance());
+    static const DbgHelp whole = dbghelp;
+    static int left = 0; // of the calls that succeed
+    const auto expectFrames = [&](const std::wstring& message, std::size_t frames)
+    {
+        left = 0;
+        expectFailure([&] { frameOf(hostModule); }, message);
+        left = 5;
+        EXPECT_EQ(kTraceAtDepth(0).size(), frames); // the walk has one more
+        dbghelp = whole;
+    };
+    dbghelp.walkStack = [](auto... arguments) -> BOOL { return left-- > 0 && whole.walkStack(arguments...); };
+    expectFrames(L"StackWalk64 failed at ", 4);
+    dbghelp.undecorate = [](auto... arguments) -> DWORD { return left-- > 0 ? whole.undecorate(arguments...) : 0; };
+    expectFrames(L"failed to get undecorated symbol short name: ", 2);
+
+    // A process that does not exist has neither a snapshot nor a list of modules.
+    expectFailure([] { Tracer(0, L"", 0xFFFFFFF0, nullptr).loadModules(); },
+                  L"failed to initialize tracer: " + LastError{ERROR_INVALID_HANDLE}.text());
+    // A tracer that fails half-way restores the options of dbghelp.
+    SymSetOptions(SYMOPT_DEBUG);
+    const auto invalid = reinterpret_cast<HANDLE>(std::uintptr_t{0xABCD0});
+    expectFailure([&] { ThisProcess().getTrace(invalid); }, L"failed to get 0xabcd0 thread context");
+    EXPECT_EQ(SymGetOptions(), DWORD{SYMOPT_DEBUG});
+}
+
+TEST(Tracer, NamesTheObjectAtAnAddressAndListsModulesThroughPsapi)
+{
+    ThisProcess tracer;
+    EXPECT_TRUE(tracer.getModuleListPSAPI(GetCurrentProcess()));
+    EXPECT_TRUE(tracer.getModuleListPSAPI(GetCurrentProcess())) << "with all of them loaded already";
+    expectFailure([&] { tracer.getModuleListPSAPI(nullptr); },
+                  L"failed to retrieve required memory amount for modules enumeration");
+    const SymbolObject object = tracer.getObject(kTracedAddress + 1);
+    EXPECT_NE(object.name.find(L"traceAtDepth"), std::wstring::npos);
+    EXPECT_EQ(std::tuple(object.address, object.displacement, object.moduleBase), std::tuple(kTracedAddress, 1u, kThisModule));
+    expectFailure([&] { tracer.getObject(0x10); }, L"failed to get object at 0x10: ");
+}
+
+TEST(Tracer, ResolvesByItsOptionsAndThePdbBesideAModule)
+{
+    for (std::uint32_t options = 0; options < 8; ++options)
+    {
+        SetLastError(5);
+        const StackFrame frame = frameOf(hostModule, options);
+        EXPECT_EQ(GetLastError(), 0u);
+        const std::uint32_t resolved = (frame.completeName.empty() ? 0 : Tracer::symbolNames) |
+                                       (frame.lineNumber == 0 ? 0 : Tracer::sourceLines) |
+                                       (frame.symbolType.empty() ? 0 : Tracer::moduleInformation);
+        EXPECT_EQ(resolved, options);
+    }
+    const files::path library = frameOf(hostModule, Tracer::moduleInformation).imageName;
+    const files::path symbols = files::path(library).replace_extension(".pdb");
+    const files::path folder = files::temp_directory_path() / ("st-core-" + std::to_string(GetCurrentProcessId()));
+    files::create_directories(folder);
+    files::copy_file(library, folder / "copy.dll");
+    const HMODULE copy = LoadLibraryW((folder / "copy.dll").c_str());
+    files::current_path(library.parent_path());
+    EXPECT_EQ(frameOf(copy).completeName, L"");
+    files::copy_file(symbols, folder / symbols.filename());
+    files::current_path(folder);
+    EXPECT_EQ(frameOf(copy).completeName, L"hostAnswer");
+}
+
+DWORD WINAPI sleepingFunction(void* events)
+{
+    SignalObjectAndWait(static_cast<HANDLE*>(events)[0], static_cast<HANDLE*>(events)[1], INFINITE, FALSE);
+    returned = 1;
+    return 0;
+}
+
+TEST(Tracer, WalksAnotherThreadWhichRunsOn)
+{
+    HANDLE events[] = {CreateEventW(nullptr, TRUE, FALSE, nullptr), CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+    const HANDLE thread = CreateThread(nullptr, 0, &sleepingFunction, events, 0, nullptr);
+    WaitForSingleObject(events[0], INFINITE);
+    EXPECT_THAT(functionsOf(ThisProcess(Tracer::symbolNames).getTrace(thread)), Contains(L"sleepingFunction"));
+    SetEvent(events[1]);
+    EXPECT_EQ(WaitForSingleObject(thread, 60000), WAIT_OBJECT_0);
+}
+
+TEST(Symbols, OfBothKindsOfDecorationHaveNames)
+{
+    const DbgHelp& dbghelp = *DbgHelp::instance();
+    const std::wstring cases[][3] = {
+        {L"", L"", L""},
+        {L"ns::function<int>", L"ns::function<int>", L"ns::function<int>"},
+        {L"?f@ns@@YAHH@Z", L"ns::f", L"int __cdecl ns::f(int)"},
+#if defined(__GNUC__)
+        {L"_ZN10ZelStdCore6Tracer11loadModulesEv", L"ZelStdCore::Tracer::loadModules", L"ZelStdCore::Tracer::loadModules()"},
+        {L"_ZNK2ns5ClassclEPFviE", L"ns::Class::operator()", L"ns::Class::operator()(void (*)(int)) const"},
+        {L"_ZN12_GLOBAL__N_15valueE", L"(anonymous namespace)::value", L"(anonymous namespace)::value"},
+        {L"_Zebra", L"_Zebra", L"_Zebra"},
+#endif
+    };
+    for (const auto& [name, shortName, completeName] : cases)
+    {
+        EXPECT_TRUE(shortSymbolName(dbghelp, name).known && completeSymbolName(dbghelp, name).known);
+        EXPECT_EQ(shortSymbolName(dbghelp, name).text, shortName);
+        EXPECT_EQ(completeSymbolName(dbghelp, name).text, completeName);
+    }
+    const Names types{symbolTypeName(SymNone), symbolTypeName(SymVirtual), symbolTypeName(SymVirtual + 1)};
+    EXPECT_EQ(types, (Names{L"-nosymbols-", L"Virtual", L"-unknown-"}));
+}
+
+// Runs itself again in a deep folder, since a program's path is cut.
+TEST(SymbolSearchPath, PutsItsElementsInOrder)
+{
+    const auto set = [](const wchar_t* name, const wchar_t* value) { SetEnvironmentVariableW(name, value); };
+    wchar_t path[MAX_PATH] = {};
+    const bool deep = GetModuleFileNameW(nullptr, path, MAX_PATH) > 200;
+    const std::wstring program = files::path(std::wstring(path).substr(0, 129)).parent_path().wstring() + L";";
+    const std::wstring root = L"C:\\root;C:\\root\\System32;";
+    const std::wstring server = L"\\websymbols*https://msdl.microsoft.com/download/symbols;";
+    set(L"SYSTEMROOT", L"C:\\root");
+    set(L"SYSTEMDRIVE", L"D:");
+    set(L"_NT_SYMBOL_PATH", L"first");
+    set(L"_NT_ALTERNATE_SYMBOL_PATH", L"second");
+    EXPECT_EQ(composeSymbolSearchPath(L"user", true), L"user;" + program + L"first;second;" + root + L"SRV*D:" + server);
+    set(L"_NT_SYMBOL_PATH", nullptr);
+    set(L"_NT_ALTERNATE_SYMBOL_PATH", std::wstring(130, L'x').c_str()); // too long
+    set(L"SYSTEMDRIVE", nullptr);
+    EXPECT_EQ(composeSymbolSearchPath(L"", true), program + root + L"SRV*C:" + server);
+    EXPECT_EQ(composeSymbolSearchPath(L"", false), program + root);
+    if (deep)
+        return;
+    const auto copy = files::temp_directory_path() / std::wstring(100, L'a') / std::wstring(100, L'b') / "deep.exe";
+    files::create_directories(copy.parent_path());
+    files::copy_file(path, copy, files::copy_options::overwrite_existing);
+    EXPECT_EQ(_wspawnl(_P_WAIT, copy.c_str(), L"deep", L"--gtest_filter=SymbolSearchPath.*", nullptr), 0);
+}
+
+TEST(Answers, VersionsAndErrorTexts)
+{
+    EXPECT_GE(moduleVersion(L"C:\\windows\\system32\\kernel32.dll") >> 48, 6u);
+    EXPECT_EQ(moduleVersion(L"tracer-tests.exe"), 0u);
+    EXPECT_EQ(moduleVersion(L"C:\\none.dll"), 0u);
+    SetLastError(ERROR_FILE_NOT_FOUND);
+    const std::wstring text = lastErrorText();
+    EXPECT_TRUE(text.size() > 2 && text.ends_with(L"\r\n"));
+    EXPECT_EQ(LastError{ERROR_FILE_NOT_FOUND}.text(), text);
+    EXPECT_THAT(LastError{ERROR_BAD_EXE_FORMAT}.text(), HasSubstr(L"%1")) << "nothing fills the placeholder";
+    EXPECT_EQ(LastError{0xDEADBEEF}.text(), L"");
+    EXPECT_EQ(ZelStdCore::strerror(ENOENT), L"No such file or directory");
+}
+
+TEST(MappedFile, IsSharedForReadingWhileOpen)
+{
+    const auto path = files::temp_directory_path() / (L"st-core \u00E4\u4E2D" + std::to_wstring(GetCurrentProcessId()));
+    const auto open = [&path](DWORD access, DWORD share)
+    { return CreateFileW(path.c_str(), access, share, nullptr, OPEN_EXISTING, 0, nullptr); };
+    // As another program would, which closes it again.
+    const auto canOpen = [&](DWORD access)
+    {
+        const HANDLE other = open(access, FILE_SHARE_READ | FILE_SHARE_WRITE);
+        return other != INVALID_HANDLE_VALUE && CloseHandle(other);
+    };
+    MemoryMappedFile file;
+    std::ofstream(path) << "mapped bytes";
+    file.open(path.wstring());
+    EXPECT_EQ(std::string(file.data(), file.size()), "mapped bytes");
+    EXPECT_TRUE(canOpen(GENERIC_READ) && !canOpen(GENERIC_WRITE));
+    file.close();
+    EXPECT_TRUE(canOpen(GENERIC_WRITE));
+
+    std::ofstream(path, std::ios::trunc).flush(); // an empty file cannot be mapped
+    EXPECT_THROW(file.open(path.wstring()), RuntimeException);
+    EXPECT_TRUE(canOpen(GENERIC_WRITE)) << "the file stays open";
+    // No one else may open it: the open fails unnoticed, then the mapping.
+    const HANDLE holder = open(GENERIC_READ, 0);
+    EXPECT_THROW(file.open(path.wstring()), RuntimeException);
+    EXPECT_TRUE(CloseHandle(holder));
+    files::remove(path);
+}
 }

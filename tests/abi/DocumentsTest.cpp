@@ -1,0 +1,62 @@
+#include "hw-inventory-interface/Documents.h"
+#include "hw-inventory-impl/lib/Providers/NetworkReader.h"
+#include "hw-inventory-impl/lib/Providers/Properties.h"
+
+#include <gtest/gtest.h>
+#include <hw_inventory_interface.h>
+
+#include <locale>
+
+using namespace HardwareInventory;
+using namespace Providers::WMIProvider;
+
+// Records that no machine leads to.
+TEST(Documents, OfRecordsThatNoMachineHas)
+{
+    const DeviceInfo device{L"d", L"d", L"d", DeviceStatus::disabledByUser, L"d", L"d"};
+    SystemInfo system;
+    system.osInfo.family = system.workgroup = L" ";
+    system.type = L"0x1";
+    const std::pair<std::string, const char*> cases[] = {
+        {gpusDocument({{{}, L"n", 0.0f}, {{}, L"0x00000000", 45.3f}}),
+         R"({"gpus":[{"serialNumber":"n","temperature":0.0},{"temperature":45.29999923706055}]})"}, // the widened value
+        {baseBoardsDocument({{{.status = static_cast<DeviceStatus>(7)}, L""}}), R"({"motherBoards":[{"status":""}]})"},
+        {ramDocument({{device, L"9876543210", UINT64_MAX, L"0x"}, {}}, UINT64_MAX),
+         R"({"rams":[{"capacity":18446744073709551615,"deviceID":"d","manufacturer":"d","model":"d","name":"d","pciAddress":"d",)"
+         R"("status":"disabled by user"},null],"usableMemory":18446744073709551615})"},
+        {disksDocument({{{.pciAddress = L"a"}, {}, L"", L" ", 1, L""}}),
+         R"({"disks":[{"availableSpace":1,"mediaType":" ","pciAddress":"a","size":1}]})"},
+        {systemDocument(system), R"({"system":{"osInfo":{"family":" "},"workgroup":" "}})"},
+    };
+    for (const auto& [document, expected] : cases)
+        EXPECT_EQ(document, expected);
+}
+
+TEST(Readers, SizesUnderALocaleThatGroupsDigits)
+{
+    struct Grouping : std::numpunct<wchar_t>
+    {
+        std::string do_grouping() const override { return "\3"; }
+    };
+    std::locale::global(std::locale(std::locale::classic(), new Grouping));
+    EXPECT_EQ(toUInt64(L"1,234"), 1u);
+    std::locale::global(std::locale::classic());
+}
+
+TEST(Readers, NothingIsReadOfAnAdapterWithoutItsNamespace)
+{
+    struct Adapter : ManagementObject
+    {
+        const void* address() const override { throw 0; }
+        PropertyValue get(const wchar_t*) const override { throw 0; }
+        std::optional<bool> getBool(const wchar_t*) const override { throw 0; }
+        ZelStdCore::Result<std::vector<std::wstring>, ArrayFailure> getStringArray(const wchar_t*) const override { throw 0; }
+    };
+    static std::string line;
+    hardware_inventory_set_logger([](std::uint32_t level, const char* text) { line = std::to_string(level) + text; });
+    NetworkAdapterInfo info{{.name = L"Ethernet"}, L"", L"", {}};
+    fillFromNetAdapter(Adapter(), nullptr, info);
+    hardware_inventory_set_logger(nullptr);
+    EXPECT_EQ(networkAdaptersDocument({info}), R"({"networkAdapters":[{"name":"Ethernet"}]})");
+    EXPECT_EQ(line, "2no 'ROOT\\StandardCIMv2' WMI namespace connection to fill Ethernet network adapter info");
+}

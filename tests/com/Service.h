@@ -1,0 +1,92 @@
+#pragma once
+
+#include <windows.h>
+
+#include <objbase.h>
+
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+// WMI within the test. Its objects count their references; every call can be recorded and can fail.
+namespace fakes
+{
+// Redirects a module's calls of a function that it imports, until the process ends.
+template <class Function>
+void replaceImport(HMODULE module, const char* library, const char* name, Function* replacement)
+{
+    char* const image = reinterpret_cast<char*>(module);
+    const auto& headers = *reinterpret_cast<IMAGE_NT_HEADERS*>(image + reinterpret_cast<IMAGE_DOS_HEADER*>(image)->e_lfanew);
+    const auto& table = headers.OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IAT];
+    const auto begin = reinterpret_cast<Function**>(image + table.VirtualAddress), end = begin + table.Size / sizeof *begin;
+    const auto imported = reinterpret_cast<Function*>(GetProcAddress(GetModuleHandleA(library), name));
+    const auto place = std::find_if(begin, end, [&](auto function) { return function == imported || function == replacement; });
+    DWORD protection = 0;
+    if (place == end || !VirtualProtect(place, sizeof *place, PAGE_READWRITE, &protection))
+        throw std::runtime_error(std::string("not imported: ") + name);
+    *place = replacement;
+    VirtualProtect(place, sizeof *place, protection, &protection);
+}
+
+// Makes a new value for each call.
+using Value = std::function<void(VARIANT& value)>;
+struct Values
+{
+    static Value number(VARTYPE type, long long value)
+    {
+        return [=](VARIANT& place) { place.llVal = (place.vt = type, value); };
+    }
+    static BSTR copy(const std::wstring& value) { return SysAllocStringLen(value.data(), static_cast<UINT>(value.size())); }
+    static Value text(std::wstring value)
+    {
+        return [=](VARIANT& place) { place.bstrVal = (place.vt = VT_BSTR, copy(value)); };
+    }
+    static Value texts(std::vector<std::wstring> values, LONG lowerBound = 0)
+    {
+        return [=](VARIANT& place)
+        {
+            place.vt = VT_ARRAY | VT_BSTR;
+            place.parray = SafeArrayCreateVector(VT_BSTR, lowerBound, static_cast<ULONG>(values.size()));
+            std::ranges::transform(values, static_cast<BSTR*>(place.parray->pvData), copy);
+        };
+    }
+};
+
+struct Service
+{
+    // The result of a call by its name and arguments; without it all succeed. Set before any call.
+    using Answer = std::function<HRESULT(const std::wstring& call)>;
+    Answer answer;
+
+    // The objects of every query. A property is the text "42" or a value of another kind, unless they are replaced; null for none.
+    std::size_t results = 1;
+    std::function<Value(const wchar_t* property)> values;
+
+    // The calls, and "~name" for the end of an object, each followed by a semicolon.
+    std::wstring* trace = nullptr;
+
+    std::atomic<std::size_t> connections{0};     // made
+    std::atomic<std::size_t> living{0};          // objects with references
+    std::atomic<std::size_t> underLoaderLock{0}; // last references released while the thread held the loader lock
+};
+extern Service& service;
+
+// The calls of that name fail, or only the nth of them.
+Service::Answer failing(const std::wstring& name, std::size_t nth = 0);
+
+// The last error after every failing call, and after the release of a reference.
+constexpr DWORD kErrorOfFailure = ERROR_ACCESS_DENIED;
+constexpr DWORD kErrorOfCleanup = ERROR_INVALID_FUNCTION;
+
+// Traces the call and returns its result.
+HRESULT record(const std::wstring& call);
+
+// An object with the properties of all.
+void* makeObject(const std::wstring& name);
+
+// Lets the module find this service in place of the system's.
+void serve(HMODULE module);
+}

@@ -1,0 +1,191 @@
+#!/usr/bin/env python3
+"""Replays real machines and checks their documents by rules of its own, computed from the recorded answers; then the same once more
+with each machine anonymised, which may change nothing but what identifies it.
+    rules.py CORPUS FOLDER SCHEMA PROGRAM..."""
+import json
+import os
+import pathlib
+import re
+import subprocess
+import sys
+
+import jsonschema
+
+sys.dont_write_bytecode = True  # the sources stay as they are
+import recordings
+
+PRIVATE = {"serialNumber", "macAddress", "ipAddresses", "machineName", "owner", "organization", "domain", "logonServer"}
+PARTITIONS = "ASSOCIATORS OF {Win32_DiskDrive.DeviceID='%s'} WHERE ResultClass=Win32_DiskPartition"
+failures = []
+
+
+def expect(rule, found, expected):
+    if found != expected:
+        failures.append(f"{expect.place}: {rule}: {found!r}, expected {expected!r}")
+    return found == expected
+
+
+def texts(objects, name):
+    return [next((value for key, value in each.items() if key.lower() == name.lower()), None) or "" for each in objects]
+
+
+def check_pci(place, record, id):
+    pci = id.upper().startswith("PCI\\")
+    expect(place + ": id", record.get("deviceID", ""), id[8:12].upper() + ":" + id[17:21].upper() if pci else "")
+    for name in (record.get("manufacturer", ""), record.get("model", "")):
+        expect(place + ": trimmed", pci and name, pci and name.strip("\r\n\t ."))
+
+
+def check_adapters(of, documents, modern):
+    objects = [each for each in of("MSFT_NetAdapter" if modern else "Win32_NetworkAdapter")
+               if not each.get("Virtual") and each.get("PhysicalAdapter") is not False]
+    adapters = documents["networkAdapters"]
+    expect("adapters", len(adapters), len(objects))
+    mac_name, setting_name = ("PermanentAddress", "DeviceID") if modern else ("MACAddress", "GUID")
+    for adapter, *facts in zip(adapters, *(texts(objects, name) for name in ("PNPDeviceID", mac_name, setting_name))):
+        id, mac, setting = facts
+        check_pci("adapter", adapter, id)
+        address = adapter.get("macAddress", "")
+        expect("MAC address", bool(re.fullmatch("(..:){5}..|", address)), True)
+        expect("MAC address", address.replace(":", "") if modern else address, mac)
+        configured = of(f"Win32_NetworkAdapterConfiguration WHERE SettingID='{setting}'")
+        expect("IP addresses", adapter.get("ipAddresses", []), configured[-1]["IPAddress"] or [] if configured else [])
+
+
+def check_disks(of, documents):
+    disks = documents["disks"]
+    expect("disks", [disk.get("serialNumber", "") for disk in disks], texts(of("Win32_DiskDrive"), "SerialNumber"))
+    links = [(link["Antecedent"].split('"')[1], link["Dependent"].split('"')[1]) for link in of("Win32_LogicalDiskToPartition")]
+    for disk, drive in zip(disks, of("Win32_DiskDrive")):
+        partitions = disk.get("partitions", [])
+        expect("partitions", [each["name"] for each in partitions], texts(of(PARTITIONS % drive["DeviceID"]), "Name"))
+        used = 0
+        for each in partitions:
+            volumes = [of(f"Win32_LogicalDisk WHERE DeviceID = '{id}'") for name, id in links if name == each["name"]]
+            free = each["size"] - sum(int(one["Size"] or 0) - int(one["FreeSpace"] or 0) for same in volumes for one in same)
+            expect("partition", each.get("availableSpace", 0), free)
+            used += each["size"] - free
+        size = int(drive["Size"] or 0)
+        expect("disk", (disk["size"], disk["availableSpace"]), (size, max(size - used, 0)))
+
+
+def check_devices(of, documents, virtual):
+    expect("processors", [cpu["name"] for cpu in documents["cpus"]], texts(of("Win32_Processor"), "Name"))
+    ids = texts([each for each in of("Win32_VideoController") if each["Name"] != "Microsoft Remote Display Adapter"], "PNPDeviceID")
+    expect("controllers", len(documents["gpus"]), len(ids) or int(virtual))
+    for gpu, id in zip(documents["gpus"], ids):
+        check_pci("controller", gpu, id)
+        expect("controller: names", bool(gpu["name"] and gpu["model"]), True)
+    expect("boards", len(documents["motherBoards"]), len(of("Win32_BaseBoard")) or int(virtual))
+
+
+def check_system(of, documents, virtual):
+    system = documents["system"]
+    written = lambda text: re.sub(r"(....)(..)(..)(..)(..)(..)\..*", r"\2/\3/\1 \4:\5:\6", text or "")
+    for each in of("Win32_OperatingSystem"):
+        expect("OS", system["osInfo"].get("name", ""), (each.get("Name") or "").split("|")[0])
+        for key, name in (("bootTime", "LastBootUpTime"), ("installationDate", "InstallDate")):
+            expect("date", system.get(key, ""), written(each.get(name)))
+    for bios in of("Win32_BIOS"):
+        expect("BIOS", system["biosVersion"].endswith(written(bios.get("ReleaseDate"))[:10]), True)
+        expect("serial", system.get("serialNumber", ""), "" if virtual else bios.get("SerialNumber") or "")
+    expect("host", [system.get("machineName", "")], texts(of("Win32_ComputerSystem"), "Name") or [""])
+    expect("type", "type" in system, bool(of("Win32_ComputerSystem")) and not virtual)
+    hotfixes = of("Win32_QuickFixEngineering")
+    expect("hotfixes", [(fix.get("name", ""), fix.get("installationDate", "")) for fix in documents["hotfixes"]],
+           list(zip(texts(hotfixes, "HotFixID"), texts(hotfixes, "InstalledOn"))))
+
+
+def check_memory(answers, documents, virtual):
+    modules = [(8 << 30, "")] if virtual else []
+    table = answers.get("firmware table RSMB 0", {"structures": [], "rest": ""})
+    for formatted, *strings in table["structures"]:
+        module = bytes.fromhex(formatted)
+        size = int.from_bytes(module[0x0C:0x0E], "little")
+        if module[0] == 17 and size:
+            size = int.from_bytes(module[0x1C:0x20], "little") if size == 0x7FFF else size
+            number = module[0x18] if len(module) > 0x18 else 0
+            modules.append((size << 20, strings[number - 1].strip() if 0 < number <= len(strings) else ""))
+    found = [(module["capacity"], module.get("serialNumber", "").strip()) for module in documents["rams"]]
+    expect("modules", found[:len(modules)] if table["rest"] else found, modules)
+
+
+def check(answers, documents):
+    def of(wql):
+        wql = wql if wql.startswith("ASSOCIATORS") else "SELECT * FROM " + wql
+        return answers.get("query ROOT\\CIMV2 " + wql, answers.get("query ROOT\\StandardCIMV2 " + wql, []))
+
+    virtual = answers["vm type"] != 0
+    check_adapters(of, documents, answers["connect optional ROOT\\StandardCIMV2"] is True)
+    check_disks(of, documents)
+    check_devices(of, documents, virtual)
+    check_system(of, documents, virtual)
+    check_memory(answers, documents, virtual)
+
+
+def run(*command):
+    done = subprocess.run(command, capture_output=True, encoding="utf-8", env=os.environ | {"TZ": "UTC"})
+    expect("status", (done.returncode, re.findall("^(?:<error>|not recorded|hw-machine).*", done.stderr, re.M)), (0, []))
+    return done.stdout
+
+
+def replay(program, file):
+    documents = {}
+    for line in run(*program, "replay", "--log", file).splitlines():
+        documents |= json.loads(line)
+    return documents
+
+
+def split(node, key=None):
+    """The texts that may change, and what may not."""
+    if key in PRIVATE:
+        return node if isinstance(node, list) else [node], None
+    if not isinstance(node, (dict, list)):
+        return [], node
+    parts = [(name, *split(value, name)) for name, value in (node.items() if isinstance(node, dict) else enumerate(node))]
+    return [text for _, texts_, _ in parts for text in texts_], [(name, rest) for name, _, rest in parts]
+
+
+def form(text):
+    return re.sub("[a-z]", "a", re.sub("[A-Z]", "A", re.sub("[0-9]", "9", text)))
+
+
+def check_anonymised(text, documents, again):
+    (before, rest), (after, rest_after) = split(documents), split(again)
+    expect("what identifies nothing", rest_after, rest)
+    expect("equal values", [after.index(each) for each in after], [before.index(each) for each in before])
+    none = re.compile(r"\W*|\W*(\w\W*){1,3}|(.)\2*|none|windows user|.*o\.e\.m\.?|default string|fe[89ab].:.*", re.I)
+    for old, new in zip(before, after):
+        expect("changed", (old, old != new), (old, not none.fullmatch(old)))
+        if old != new and len(old) > 5:
+            expect("left", old if old.lower() in text.lower() else "", "")
+        if not re.search("\\.\\d|::|^\\w{4}:", old):  # an address may get another length
+            expect("form", form(new), form(old))
+
+
+def main(corpus, folder, schema, *program):
+    folder = pathlib.Path(folder)
+    if not pathlib.Path(corpus, "wmi").is_dir():
+        sys.exit(77)
+    validator = jsonschema.Draft202012Validator(json.loads(pathlib.Path(schema).read_text("utf-8")))
+    (folder / "anonymised").mkdir(parents=True, exist_ok=True)
+    (folder / "key").write_bytes(b"key")
+    recordings.main(pathlib.Path(corpus), folder)
+    for file in sorted(folder.glob("*.json")):
+        expect.place = file.name
+        documents = replay(program, file)
+        check(json.loads(file.read_text("utf-8"))["answers"], documents)
+        anonymised = folder / "anonymised" / file.name
+        run(*program, "anonymise", file, anonymised, "--key", folder / "key")
+        text = anonymised.read_text("utf-8")
+        again = replay(program, anonymised)
+        check(json.loads(text)["answers"], again)
+        check_anonymised(text, documents, again)
+        for each in (file, anonymised):
+            expect("schema", [error.message[:200] for error in validator.iter_errors(json.loads(each.read_text("utf-8")))], [])
+    print(*failures, sep="\n")
+    sys.exit(f"{len(failures)} broken rules" if failures else 0)
+
+
+if __name__ == "__main__":
+    main(*sys.argv[1:])
