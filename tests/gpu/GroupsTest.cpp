@@ -7,12 +7,11 @@
 #include "st-core/lib/Utf8.h"
 #include "tests/runner/Cases.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <new>
 
 using namespace HardwareInventory;
-using testing::ElementsAre;
 using Texts = std::vector<std::string>;
 
 // The libraries of the machine "gpu" that a test installs.
@@ -23,10 +22,11 @@ std::set<std::wstring> installed;
 bool terminating = false;
 bool outOfMemory = false;
 
-void install(const std::set<std::wstring>& libraries, const Json& answers = Json::object())
+void install(const std::set<std::wstring>& libraries, const Json& answers = {})
 {
     Json machine = cases::find("gpu", "machine").recording;
-    machine["answers"].update(answers);
+    for (const auto& [question, answer] : answers.items())
+        machine["answers"][question] = answer;
     recording = new Recording(Recording::of(machine));
     installed = libraries;
 }
@@ -108,27 +108,28 @@ TEST(VendorGroups, EndThroughTheSharedSlot)
 {
     const std::set<std::wstring> both{L"atiadlxx.dll", L"nvml.dll"};
     const Json noNvidia{{"call nvmlInit", {9}}};
-    install(both);
-    EXPECT_THAT(callsAtEnd<GpuVendorRegistry>(), ElementsAre("nvmlShutdown", "free nvml.dll"));
-    install({L"nvml.dll"});
-    EXPECT_THAT(callsAtEnd<GpuVendorRegistry>(), ElementsAre("nvmlShutdown", "free nvml.dll"));
-    install({L"atiadlxx.dll"});
-    EXPECT_THAT(callsAtEnd<GpuVendorRegistry>(), ElementsAre()) << "the failed search emptied the slot";
-    install(both, noNvidia);
-    EXPECT_THAT(callsAtEnd<GpuVendorRegistry>(), ElementsAre("free nvml.dll")) << "by AMD's group";
-    install(both, {{"call nvmlInit", {9}}, {"call ADL_Main_Control_Destroy by Nvidia", {0}}});
-    EXPECT_THAT(callsAtEnd<GpuVendorRegistry>(), ElementsAre("ADL_Main_Control_Destroy", "free nvml.dll"));
-    install(both);
-    EXPECT_THAT(callsAtEnd<AMDGroup>(), ElementsAre("ADL2_Main_Control_Destroy", "ADL_Main_Control_Destroy", "free atiadlxx.dll"));
-    install(both, {{"call ADL2_Main_Control_Create 1", {0, 0}}});
-    EXPECT_THAT(callsAtEnd<AMDGroup>(), ElementsAre("ADL_Main_Control_Destroy", "free atiadlxx.dll")) << "no context";
-
-    terminating = true;
-    for (const Json& answers : {Json::object(), noNvidia})
+    const std::tuple<std::set<std::wstring>, Json, Texts> registries[] = {
+        {both, {}, {"nvmlShutdown", "free nvml.dll"}},
+        {{L"nvml.dll"}, {}, {"nvmlShutdown", "free nvml.dll"}},
+        {{L"atiadlxx.dll"}, {}, {}},         // the failed search emptied the slot
+        {both, noNvidia, {"free nvml.dll"}}, // by AMD's group
+        {both,
+         {{"call nvmlInit", {9}}, {"call ADL_Main_Control_Destroy by Nvidia", {0}}},
+         {"ADL_Main_Control_Destroy", "free nvml.dll"}},
+    };
+    for (const auto& [libraries, answers, expected] : registries)
     {
-        install(both, answers);
-        EXPECT_THAT(callsAtEnd<GpuVendorRegistry>(), ElementsAre());
+        install(libraries, answers);
+        EXPECT_EQ(callsAtEnd<GpuVendorRegistry>(), expected) << answers;
+        terminating = true;
+        install(libraries, answers);
+        EXPECT_EQ(callsAtEnd<GpuVendorRegistry>(), Texts()) << "in a process that ends";
+        terminating = false;
     }
+    install(both);
+    EXPECT_EQ(callsAtEnd<AMDGroup>(), (Texts{"ADL2_Main_Control_Destroy", "ADL_Main_Control_Destroy", "free atiadlxx.dll"}));
+    install(both, {{"call ADL2_Main_Control_Create 1", {0, 0}}});
+    EXPECT_EQ(callsAtEnd<AMDGroup>(), (Texts{"ADL_Main_Control_Destroy", "free atiadlxx.dll"})) << "no context";
 }
 
 // A failure other than a vendor's passes through, and the next collection starts from the beginning.
