@@ -7,15 +7,14 @@
 #include "st-core/lib/Utf8.h"
 #include "tests/runner/Cases.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <new>
 
 using namespace HardwareInventory;
-using testing::ElementsAre;
 using Texts = std::vector<std::string>;
 
-// The libraries of the machine "gpu" that a test installs. What is called and freed is in the recording's list.
+// The libraries of the machine "gpu" that a test installs.
 namespace
 {
 Recording* recording = nullptr;
@@ -23,10 +22,11 @@ std::set<std::wstring> installed;
 bool terminating = false;
 bool outOfMemory = false;
 
-void install(const std::set<std::wstring>& libraries, const Json& answers = Json::object())
+void install(const std::set<std::wstring>& libraries, const Json& answers = {})
 {
     Json machine = cases::find("gpu", "machine").recording;
-    machine["answers"].update(answers);
+    for (const auto& [question, answer] : answers.items())
+        machine["answers"][question] = answer;
     recording = new Recording(Recording::of(machine));
     installed = libraries;
 }
@@ -41,14 +41,27 @@ int createMain(Adl::MemoryCallback allocate, int)
 }
 
 // What the end of an object calls and frees.
+Texts calls;
+
 template <class Object>
 Texts callsAtEnd()
 {
     auto object = std::make_unique<Object>();
-    const std::size_t before = recording->asked().size();
+    calls.clear();
     object.reset();
-    return {recording->asked().begin() + static_cast<std::ptrdiff_t>(before), recording->asked().end()};
+    return calls;
 }
+
+int noteCall(const char* name)
+{
+    return calls.emplace_back(name), 0;
+}
+
+const std::pair<std::string_view, void*> kOwnFunctions[] = {
+    {"ADL_Main_Control_Create", reinterpret_cast<void*>(&createMain)},
+    {"nvmlShutdown", reinterpret_cast<void*>(+[] { return noteCall("nvmlShutdown"); })},
+    {"ADL_Main_Control_Destroy", reinterpret_cast<void*>(+[] { return noteCall("ADL_Main_Control_Destroy"); })},
+    {"ADL2_Main_Control_Destroy", reinterpret_cast<void*>(+[](Adl::Context) { return noteCall("ADL2_Main_Control_Destroy"); })}};
 
 std::string& log()
 {
@@ -72,15 +85,16 @@ void* findProcedure(ModuleHandle module, const char* name)
         throw std::bad_alloc();
     const bool isAmds = std::string_view(name).starts_with("ADL") && !recording->has("call " + std::string(name) + " by Nvidia");
     const bool hasIt = module && isAmds == (*static_cast<std::wstring*>(module) != L"nvml.dll");
-    if (hasIt && std::string_view(name) == "ADL_Main_Control_Create")
-        return reinterpret_cast<void*>(&createMain);
+    for (const auto& [own, function] : kOwnFunctions)
+        if (hasIt && own == name)
+            return function;
     return hasIt ? VendorCalls::replay(*recording, name) : nullptr;
 }
 
 void freeModule(ModuleHandle module)
 {
     if (module)
-        recording->next("free " + ZelStdCore::toUtf8(*static_cast<std::wstring*>(module)));
+        calls.push_back("free " + ZelStdCore::toUtf8(*static_cast<std::wstring*>(module)));
 }
 
 bool processIsTerminating()
@@ -94,28 +108,28 @@ TEST(VendorGroups, EndThroughTheSharedSlot)
 {
     const std::set<std::wstring> both{L"atiadlxx.dll", L"nvml.dll"};
     const Json noNvidia{{"call nvmlInit", {9}}};
-    install(both);
-    EXPECT_THAT(callsAtEnd<GpuVendorRegistry>(), ElementsAre("call nvmlShutdown", "free nvml.dll"));
-    install({L"nvml.dll"});
-    EXPECT_THAT(callsAtEnd<GpuVendorRegistry>(), ElementsAre("call nvmlShutdown", "free nvml.dll"));
-    install({L"atiadlxx.dll"});
-    EXPECT_THAT(callsAtEnd<GpuVendorRegistry>(), ElementsAre()) << "the failed search emptied the slot";
-    install(both, noNvidia);
-    EXPECT_THAT(callsAtEnd<GpuVendorRegistry>(), ElementsAre("free nvml.dll")) << "by AMD's group";
-    install(both, {{"call nvmlInit", {9}}, {"call ADL_Main_Control_Destroy by Nvidia", {0}}});
-    EXPECT_THAT(callsAtEnd<GpuVendorRegistry>(), ElementsAre("call ADL_Main_Control_Destroy", "free nvml.dll"));
-    install(both);
-    EXPECT_THAT(callsAtEnd<AMDGroup>(),
-                ElementsAre("call ADL2_Main_Control_Destroy 1", "call ADL_Main_Control_Destroy", "free atiadlxx.dll"));
-    install(both, {{"call ADL2_Main_Control_Create 1", {0, 0}}});
-    EXPECT_THAT(callsAtEnd<AMDGroup>(), ElementsAre("call ADL_Main_Control_Destroy", "free atiadlxx.dll")) << "no context";
-
-    terminating = true;
-    for (const Json& answers : {Json::object(), noNvidia})
+    const std::tuple<std::set<std::wstring>, Json, Texts> registries[] = {
+        {both, {}, {"nvmlShutdown", "free nvml.dll"}},
+        {{L"nvml.dll"}, {}, {"nvmlShutdown", "free nvml.dll"}},
+        {{L"atiadlxx.dll"}, {}, {}},         // the failed search emptied the slot
+        {both, noNvidia, {"free nvml.dll"}}, // by AMD's group
+        {both,
+         {{"call nvmlInit", {9}}, {"call ADL_Main_Control_Destroy by Nvidia", {0}}},
+         {"ADL_Main_Control_Destroy", "free nvml.dll"}},
+    };
+    for (const auto& [libraries, answers, expected] : registries)
     {
-        install(both, answers);
-        EXPECT_THAT(callsAtEnd<GpuVendorRegistry>(), ElementsAre());
+        install(libraries, answers);
+        EXPECT_EQ(callsAtEnd<GpuVendorRegistry>(), expected) << answers;
+        terminating = true;
+        install(libraries, answers);
+        EXPECT_EQ(callsAtEnd<GpuVendorRegistry>(), Texts()) << "in a process that ends";
+        terminating = false;
     }
+    install(both);
+    EXPECT_EQ(callsAtEnd<AMDGroup>(), (Texts{"ADL2_Main_Control_Destroy", "ADL_Main_Control_Destroy", "free atiadlxx.dll"}));
+    install(both, {{"call ADL2_Main_Control_Create 1", {0, 0}}});
+    EXPECT_EQ(callsAtEnd<AMDGroup>(), (Texts{"ADL_Main_Control_Destroy", "free atiadlxx.dll"})) << "no context";
 }
 
 // A failure other than a vendor's passes through, and the next collection starts from the beginning.

@@ -12,30 +12,10 @@
 #include "vm-detect/HostFacts.h"
 #include "vm-detect/Rules.h"
 
-#include <sstream>
-
 using namespace HardwareInventory;
 
 namespace
 {
-// Names and values, without what is empty, 0 or absent. A reading has six digits, and 0 is one.
-template <class Value, class... More>
-Json facts(const char* name, const Value& value, const More&... more)
-{
-    Json all = Json::object();
-    if constexpr (sizeof...(more) != 0)
-        all = facts(more...);
-    if constexpr (std::is_same_v<Value, std::wstring>)
-        all[name] = ZelStdCore::toUtf8(value);
-    else if constexpr (std::is_floating_point_v<Value> || std::is_same_v<Value, Reading>)
-        all[name] = Reading(value) ? Json::parse((std::ostringstream() << *Reading(value)).str()) : Json();
-    else
-        all[name] = value;
-    if (all[name].is_null() || all[name] == "" || all[name] == Json::array() || (std::is_integral_v<Value> && all[name] == 0))
-        all.erase(name);
-    return all;
-}
-
 template <class Record, class... More>
 Json device(const Record& record, const More&... more)
 {
@@ -74,9 +54,9 @@ Json describe(const AMDGPU& gpu)
 Json describe(const NvidiaGPU& gpu)
 {
     const NvidiaReadings& r = gpu.readings();
-    return facts("device", Json{gpu.index(), r.pciBusId, r.serial}, "degrees", r.temperature, "W", r.powerWatts, "gpu %",
-                 r.gpuUtilization, "memory %", r.memoryUtilization, "used %", r.memoryUsedPercent, "free KiB", r.memoryFreeKiB,
-                 "used KiB", r.memoryUsedKiB, "total KiB", r.memoryTotalKiB);
+    return facts("device", Json{gpu.index(), r.pciBusId, r.serial}, "degrees", r.temperature, "W", Reading(r.powerWatts), "gpu %",
+                 r.gpuUtilization, "memory %", r.memoryUtilization, "used %", Reading(r.memoryUsedPercent), "free KiB",
+                 Reading(r.memoryFreeKiB), "used KiB", Reading(r.memoryUsedKiB), "total KiB", Reading(r.memoryTotalKiB));
 }
 
 template <class Record>

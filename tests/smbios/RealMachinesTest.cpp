@@ -37,54 +37,42 @@ std::wstring printed(const Json& facts)
     return text;
 }
 
-// Names and values, without what is empty or 0.
-template <class... Values>
-Json record(const Values&... values)
-{
-    Json object = Json::object();
-    const Json list = Json::array({values...});
-    for (std::size_t index = 0; index < list.size(); index += 2)
-        if (const Json& value = list[index + 1]; !value.is_null() && value != "" && value != 0)
-            object[list[index].get<std::string>()] = value;
-    return object;
-}
-
 // Adds the facts that dmidecode's fields of a structure give. Where the inventory differs by intent, its rule applies.
-void add(Json& facts, const Version& version, const Struct& structure, const Json& fields)
+void add(Json& all, const Version& version, const Struct& structure, const Json& fields)
 {
     const auto text = [&fields](const char* name) { return fields[name].is_null() ? "" : fields[name].get<std::string>(); };
     const auto vendor = [&text] { return toUtf8(vendorText(widen(text("Manufacturer")))); };
     const auto model = [&text](const std::string& vendor) { return toUtf8(modelText(widen(vendor), widen(text("Product Name")))); };
     const std::uint8_t type = structure.type();
     if (type == StructureType::bios)
-        facts["biosVersion"] = text("Vendor") + " " + text("Version") + ", " + text("Release Date");
+        all["biosVersion"] = text("Vendor") + " " + text("Version") + ", " + text("Release Date");
     if (type == StructureType::system)
-        facts.update(record("manufacturer", vendor(), "model", model("0x106B"), "serialNumber", text("Serial Number")));
+        all.update(facts("manufacturer", vendor(), "model", model("0x106B"), "serialNumber", text("Serial Number")));
     // dmidecode prints no type of a board whose structure ends before it; the byte there decides all the same.
     if (type == StructureType::baseBoard && structure.byteAt(13) == 10)
-        facts["boards"].push_back(record("name", text("Asset Tag"), "manufacturer", vendor(), "model", model(text("Manufacturer")),
-                                         "serialNumber", text("Serial Number")));
+        all["boards"].push_back(facts("name", text("Asset Tag"), "manufacturer", vendor(), "model", model(text("Manufacturer")),
+                                      "serialNumber", text("Serial Number")));
     // No name for a locked chassis, nor for the types that the standard added after the first 21.
     std::string chassis = type == StructureType::systemChassis && fields["Lock"] == "Not Present" ? text("Type") : "";
     std::ranges::transform(chassis, chassis.begin(), [](char letter) { return std::tolower(letter); });
     if (!chassis.empty() && chassis != "rack mount chassis" && chassis != "multi-system" && chassis != "mini pc")
-        facts["chassisType"] = chassis;
+        all["chassisType"] = chassis;
     // A socket without a processor is listed like others. Cores count from version 2.5 on.
     if (type == StructureType::processor && fields["Type"] == "Central Processor")
-        facts["processors"].push_back(record("name", text("Version"), "model", text("Version"), "manufacturer", vendor(), "status",
-                                             fields["Status"] == 2   ? "disabled by user"
-                                             : fields["Status"] == 3 ? "has issues"
-                                                                     : "ok",
-                                             "maxClockSpeed", fields["Max Speed"], "processorID", text("ID"), "socketDesignation",
-                                             text("Socket Designation"), "cores",
-                                             version >= Version{2, 5} ? fields["Core Enabled"] : Json()));
+        all["processors"].push_back(facts("name", text("Version"), "model", text("Version"), "manufacturer", vendor(), "status",
+                                          fields["Status"] == 2   ? "disabled by user"
+                                          : fields["Status"] == 3 ? "has issues"
+                                                                  : "ok",
+                                          "maxClockSpeed", fields["Max Speed"], "processorID", text("ID"), "socketDesignation",
+                                          text("Socket Designation"), "cores",
+                                          version >= Version{2, 5} ? fields["Core Enabled"] : Json()));
     if (type == StructureType::memoryDevice && !fields["Size"].is_null())
     {
         // Numbers that the PCI ID list contains win over strings.
         const bool hasNumbers = version >= Version{3, 2} && structure.length() >= 0x30;
         const std::uint16_t number = hasNumbers ? structure.field<std::uint16_t>(0x2C).value() : 0;
         const std::wstring manufacturer = hasNumbers ? PciIdDatabase::instance().vendorName(number) : L"";
-        facts["modules"].push_back(record(
+        all["modules"].push_back(facts(
             "name", text("Asset Tag"), "manufacturer", manufacturer.empty() ? vendor() : toUtf8(manufacturer), "model",
             hasNumbers ? toUtf8(PciIdDatabase::instance().modelName(number, structure.field<std::uint16_t>(0x2E).value())) : "",
             "serialNumber", text("Serial Number"), "capacity", fields["Size"], "deviceLocator", text("Locator")));
