@@ -1,8 +1,8 @@
 #include "bench/Figures.h"
 #include "hw-inventory-impl/lib/GPU/GpuVendorRegistry.h"
 #include "hw-inventory-impl/lib/InventoryService.h"
-#include "tests/fakes/FakeMachine.h"
-#include "tests/fakes/FakeManagementSource.h"
+#include "machine/MachineInUse.h"
+#include "machine/RecordedMachine.h"
 
 using namespace HardwareInventory;
 
@@ -16,20 +16,25 @@ const bool figures[] = {
     bench::atLeast("one collection of four adapters against completing them", 100.0, {"findGpus"}, {"completeWithoutLibraries"}),
 };
 
-constexpr const wchar_t* kPlugAndPlayIds[] = {
-    L"PCI\\VEN_10DE&DEV_1C82&SUBSYS_11BF10DE&REV_A1\\0", L"PCI\\VEN_1002&DEV_67DF&SUBSYS_0B371002&REV_C7\\1",
-    L"PCI\\VEN_8086&DEV_3E92&SUBSYS_86941043&REV_00\\2", L"PCI\\VEN_10DE&DEV_2204&SUBSYS_38803842&REV_A1\\3"};
+constexpr const char* kPlugAndPlayIds[] = {
+    "PCI\\VEN_10DE&DEV_1C82&SUBSYS_11BF10DE&REV_A1\\0", "PCI\\VEN_1002&DEV_67DF&SUBSYS_0B371002&REV_C7\\1",
+    "PCI\\VEN_8086&DEV_3E92&SUBSYS_86941043&REV_00\\2", "PCI\\VEN_10DE&DEV_2204&SUBSYS_38803842&REV_A1\\3"};
 
+// Kept for the life of the process, as its adapters are.
 void setUpMachine()
 {
-    auto& adapters = fakes::management().cimv2.answers[L"SELECT * FROM Win32_VideoController"];
-    adapters.clear();
+    Json answers = {{"connect ROOT\\CIMV2", true}};
+    Json& adapters = answers["query ROOT\\CIMV2 SELECT * FROM Win32_VideoController"];
     std::uint32_t bus = 1;
-    for (const wchar_t* const id : kPlugAndPlayIds)
+    for (const char* const id : kPlugAndPlayIds)
     {
-        adapters.push_back({{L"PNPDeviceID", std::wstring(id)}, {L"Name", L"adapter"}, {L"Status", L"OK"}});
-        fakes::machine().locations[id] = {bus++, 0};
+        adapters.push_back({{"PNPDeviceID", id}, {"Name", "adapter"}, {"Status", "OK"}});
+        answers[std::string("device ") + id] = {{"busNumber", bus++}, {"address", 0}};
     }
+    static Recording recording =
+        Recording::of({{"format", "hw-machine recording"}, {"version", 1}, {"answers", std::move(answers)}});
+    static Platform::RecordedMachine machine(recording);
+    Platform::useMachine(machine);
 }
 
 void emptyCall(benchmark::State& state)
@@ -57,11 +62,7 @@ void findGpus(benchmark::State& state)
 {
     setUpMachine();
     for (auto iteration : state)
-    {
         benchmark::DoNotOptimize(InventoryService::instance().findGpus());
-        fakes::machine().calls.clear();
-        fakes::management().queries.clear();
-    }
 }
 BENCHMARK(findGpus);
 }

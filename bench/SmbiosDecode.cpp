@@ -1,6 +1,6 @@
 #include "bench/Figures.h"
+#include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "hw-inventory-impl/lib/SMBIOS/SmbiosInventory.h"
-#include "tests/fakes/FakeMachine.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -19,6 +19,8 @@ namespace
 {
 using Bytes = std::vector<std::uint8_t>;
 namespace fs = std::filesystem;
+
+Bytes firmware;
 
 const bool figures[] = {
     bench::atLeast("processor time of a dmidecode process against a firmware table decoded", 20.0,
@@ -48,8 +50,7 @@ void decodeTable(benchmark::State& state)
     std::size_t next = 0;
     for (auto _ : state)
     {
-        fakes::machine().smbiosTable = all[next++ % all.size()];
-        fakes::machine().calls.clear();
+        firmware = all[next++ % all.size()];
         const HardwareInventory::SMBIOS::SmbiosInventory inventory;
         benchmark::DoNotOptimize(&inventory);
     }
@@ -121,4 +122,17 @@ void dmidecodeProcess(benchmark::State& state)
     fs::remove_all(folder);
 }
 BENCHMARK(dmidecodeProcess);
+}
+
+namespace HardwareInventory::Platform
+{
+std::uint32_t enumerateFirmwareTables(std::uint32_t)
+{
+    return 4;
+}
+
+Result<std::vector<std::uint8_t>, FirmwareStep> firmwareTable(std::uint32_t, std::uint32_t)
+{
+    return firmware;
+}
 }

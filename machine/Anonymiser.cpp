@@ -205,8 +205,7 @@ void Anonymiser::collect(const std::string& question, const Json& answer)
             {
                 if (key == "structures")
                     std::ranges::for_each(member, [this](const Json& structure) { collectStructure(structure); });
-                // These hold a property's value and no property.
-                walk(key == "value" || key == "inTurn" || key == "objects" ? property : key, member);
+                walk(key == "value" ? property : key, member);
             }
     };
     walk({}, answer);

@@ -25,8 +25,8 @@ constexpr std::size_t kMacVendorDigits = 6;
 constexpr std::size_t kGuidDigits = 32;
 
 // Layouts of hexadecimal digits.
-constexpr auto kMacLayouts = std::to_array<std::wstring_view>({L"############", L"##:##:##:##:##:##", L"##-##-##-##-##-##",
-                                                               L"## ## ## ## ## ##", L"####.####.####"});
+constexpr auto kMacLayouts =
+    std::to_array<std::wstring_view>({L"############", L"##:##:##:##:##:##", L"##-##-##-##-##-##", L"## ## ## ## ## ##"});
 constexpr std::wstring_view kGuidLayout = L"########-####-####-####-############";
 constexpr auto kGuidLayouts = std::to_array<std::wstring_view>({kGuidLayout, L"################################",
                                                                 L"## ## ## ## ## ## ## ## ## ## ## ## ## ## ## ##"});
@@ -37,42 +37,10 @@ constexpr auto kProductForms =
 
 // What manufacturers write for a serial number or an asset tag that they do not give, and what names no person and no network;
 // letters and digits alone.
-constexpr auto kNoneTexts = std::to_array<std::wstring_view>({L"none",
-                                                              L"null",
-                                                              L"unknown",
-                                                              L"empty",
-                                                              L"default",
-                                                              L"defaultstring",
-                                                              L"notavailable",
-                                                              L"notapplicable",
-                                                              L"notspecified",
-                                                              L"notprovided",
-                                                              L"unspecified",
-                                                              L"undefined",
-                                                              L"invalid",
-                                                              L"reserved",
-                                                              L"nodimm",
-                                                              L"oemdefine3",
-                                                              L"oemdefine4",
-                                                              L"9876543210",
-                                                              L"87654321",
-                                                              L"0123456789abcdef",
-                                                              L"123456789abcdef",
-                                                              L"03000200040005000006000700080009",
-                                                              L"workgroup",
-                                                              L"mshome",
-                                                              L"localhost",
-                                                              L"user",
-                                                              L"windowsuser",
-                                                              L"owner",
-                                                              L"admin",
-                                                              L"administrator",
-                                                              L"guest",
-                                                              L"public",
-                                                              L"defaultuser",
-                                                              L"allusers",
-                                                              L"microsoft",
-                                                              L"windows"});
+constexpr std::wstring_view kNoneTexts =
+    L" none null unknown empty default defaultstring notavailable notapplicable notspecified notprovided unspecified undefined invalid"
+    L" reserved nodimm oemdefine3 oemdefine4 9876543210 87654321 0123456789abcdef 123456789abcdef 03000200040005000006000700080009"
+    L" workgroup mshome localhost user windowsuser owner admin administrator guest public defaultuser allusers microsoft windows ";
 constexpr auto kNonePhrases = std::to_array<std::wstring_view>({L"serialnumber", L"assettag", L"assetnum", L"assetinformation",
                                                                 L"byoem", L"notsupported", L"contenttbd"});
 
@@ -132,7 +100,7 @@ bool meansNone(std::wstring_view value)
     const std::wstring letters = lettersOf(value);
     const auto contains = [&](std::wstring_view phrase) { return letters.find(phrase) != std::wstring::npos; };
     return letters.size() < kFewestLetters || letters.find_first_not_of(letters.front()) == std::wstring::npos ||
-           std::ranges::find(kNoneTexts, letters) != kNoneTexts.end() || std::ranges::any_of(kNonePhrases, contains) ||
+           kNoneTexts.find(L" " + letters + L" ") != std::wstring::npos || std::ranges::any_of(kNonePhrases, contains) ||
            std::wstring_view(L"012345678901234567890").find(letters) < 2;
 }
 
@@ -236,11 +204,14 @@ void Pseudonyms::addInstance(std::wstring_view id)
 {
     const auto parts = ZelStdCore::split(id, L"\\");
     const std::wstring bus = folded(parts.front());
-    if (parts.size() < 3 || bus == L"root" || bus == L"swd" || parts.back().substr(0, 2).ends_with(L'&'))
-        return; // numbered or named by Windows
-    const std::wstring serial = lettersOf(ZelStdCore::split(parts.back(), L"&").front());
-    if (serial.size() >= kFewestOfSerial && std::ranges::any_of(serial, isDigit))
-        addSerial(ZelStdCore::split(parts.back(), L"&").front());
+    if (parts.size() > 1)
+        spare(std::wstring(parts[1])); // names the model
+    if (parts.size() < 3 || bus == L"root" || bus == L"swd")
+        return; // named by Windows
+    // What Windows has numbered begins with a short number.
+    const std::wstring_view serial = ZelStdCore::split(parts.back(), L"&").front();
+    if (lettersOf(serial).size() >= kFewestOfSerial && std::ranges::any_of(serial, isDigit))
+        addSerial(serial);
 }
 
 bool Pseudonyms::addAddress(std::wstring_view value)

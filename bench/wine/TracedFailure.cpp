@@ -21,7 +21,7 @@ double failingCollection(const Product& product)
     return milliseconds(
         [&]
         {
-            if (product.collect(Product::cpus).status != EXPORT_STATUS_WMI_QUERY)
+            if (product.collect("cpus") != std::to_string(EXPORT_STATUS_WMI_QUERY))
                 throw std::runtime_error("the collection does not fail");
         });
 }
@@ -30,7 +30,7 @@ bool run()
 {
     const Product product;
     fakes::serve(product.module);
-    fakes::service().answer = fakes::failing("ExecQuery");
+    fakes::service.answer = fakes::failing(L"ExecQuery");
 
     const double cold = failingCollection(product);
     traceWithBareSession(product.module);

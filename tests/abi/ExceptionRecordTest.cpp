@@ -1,7 +1,8 @@
 #include "hw-inventory-interface/ErrorHandling/ExceptionRecord.h"
 
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
-#include "tests/fakes/FakeMachine.h"
+#include "tests/runner/LogCapture.h"
+#include "tests/unit/st-core/FakeCore.h"
 
 #include <gtest/gtest.h>
 
@@ -41,7 +42,7 @@ ExportStatus record(const Thrown& thrown)
 
 TEST(ExceptionRecord, StartsEmptyAndIgnoresAnAbsentException)
 {
-    const fakes::LogCapture log;
+    const LogCapture log;
     EXPECT_EQ(recordFailure(nullptr), EXPORT_STATUS_SUCCESS);
     EXPECT_EQ(fieldsOf(lastException()), "---0--");
     EXPECT_TRUE(log.lines().empty());
@@ -76,10 +77,10 @@ TEST(ExceptionRecord, FieldsTextAndLogOfEachKindOfException)
     };
     for (const auto& [exception, status, fields, exceptionText] : cases)
     {
-        const fakes::LogCapture log;
+        const LogCapture log;
         EXPECT_EQ(recordFailure(exception), status) << fields;
         EXPECT_EQ(fieldsOf(lastException()), fields);
-        EXPECT_EQ(log.lines(), (fakes::LogCapture::Lines{{2, exceptionText}}));
+        EXPECT_EQ(log.lines(), (LogCapture::Lines{{2, exceptionText}}));
     }
 }
 

@@ -176,7 +176,7 @@ def main(corpus, folder, schema, *program):
         documents = replay(program, file)
         check(json.loads(file.read_text("utf-8"))["answers"], documents)
         anonymised = folder / "anonymised" / file.name
-        run(*program, "anonymise", file, anonymised, "--key", folder / "key")
+        run(*program, "anonymise", file, "-o", anonymised, "--key", folder / "key")
         text = anonymised.read_text("utf-8")
         again = replay(program, anonymised)
         check(json.loads(text)["answers"], again)

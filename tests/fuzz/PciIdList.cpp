@@ -1,6 +1,6 @@
 // Any bytes as a PCI ID list, and the pieces that the bytes number as one: the names and warnings of the plain parser.
-#include "tests/fakes/FakeMachine.h"
 #include "tests/fuzz/Target.h"
+#include "tests/runner/LogCapture.h"
 #include "tests/unit/pci/PlainPciIds.h"
 
 namespace
@@ -14,11 +14,11 @@ void check(const std::string& list)
 {
     const plain::PciIds expected(list);
     const std::vector<char> exact(list.begin(), list.end()); // nothing readable follows
-    const fakes::LogCapture log;
+    const LogCapture log;
     HardwareInventory::PciIdDatabase database;
     database.parse(exact.data(), exact.size());
     require(plain::haveSameNames(database, expected), "the same names");
-    fakes::LogCapture::Lines warnings;
+    LogCapture::Lines warnings;
     for (const std::string& warning : expected.warnings)
         warnings.emplace_back(1, warning);
     require(log.lines() == warnings, "the same warnings, and none of a name that is there");

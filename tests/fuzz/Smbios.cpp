@@ -1,9 +1,9 @@
 // Any bytes as the firmware's table, whole and cut somewhere. If the first byte is not 0, an entry point follows it, of as many
 // bytes as its low six bits count; the highest bit corrects its sum. What follows the entry point is the physical memory.
+#include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "hw-inventory-impl/lib/SMBIOS/SmbiosInventory.h"
 #include "hw-inventory-impl/lib/SMBIOS/Win32Parser.h"
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
-#include "tests/fakes/FakeMachine.h"
 #include "tests/fuzz/Target.h"
 
 #include <algorithm>
@@ -17,6 +17,8 @@ using namespace HardwareInventory::SMBIOS;
 using Bytes = std::span<const std::uint8_t>;
 using Lines = std::vector<std::wstring>;
 
+std::vector<std::uint8_t> firmware;
+
 // Its handlers touch whatever they can reach of a structure and require that it lies in the table.
 struct Walk : Win32Parser
 {
@@ -25,8 +27,7 @@ struct Walk : Win32Parser
 
     explicit Walk(Bytes memory)
     {
-        fakes::machine().smbiosTable.assign(memory.begin(), memory.end());
-        fakes::machine().calls.clear();
+        firmware.assign(memory.begin(), memory.end());
         for (unsigned type = 0; type < 256; ++type)
             registerHandler(static_cast<std::uint8_t>(type), [this](const auto&, const Struct* structure) { probe(*structure); });
     }
@@ -89,6 +90,19 @@ catch (const std::exception& error)
     const bool isIdentifier = dynamic_cast<const std::out_of_range*>(&error) != nullptr; // of more than 32 bits
     const bool isWhole = entryPoint.empty() && memory.size() >= ZelStdCore::kRawSmbiosHeaderSize;
     return require(isIdentifier || !isWhole, "a table with a header is read"), std::array<Lines, 4>();
+}
+}
+
+namespace HardwareInventory::Platform
+{
+std::uint32_t enumerateFirmwareTables(std::uint32_t)
+{
+    return firmware.empty() ? 0 : 4;
+}
+
+Result<std::vector<std::uint8_t>, FirmwareStep> firmwareTable(std::uint32_t, std::uint32_t)
+{
+    return firmware;
 }
 }
 

@@ -4,8 +4,8 @@
 #include "hw-inventory-impl/lib/VendorRegistry.h"
 #include "st-core/lib/Text.h"
 #include "st-core/lib/Utf8.h"
-#include "tests/fakes/FakeMachine.h"
 #include "tests/fuzz/Target.h"
+#include "tests/runner/LogCapture.h"
 
 #include <set>
 
@@ -23,12 +23,12 @@ void query(const HardwareInventory::VendorRegistry& registry, const plain::Vendo
         if (known.insert(candidate->name).second)
             names += (known.size() > 1 ? L", " : L"") + candidate->name;
     const auto line = [](const std::wstring& text) { return std::pair(0u, std::string(ZelStdCore::toUtf8(text).c_str())); };
-    fakes::LogCapture::Lines lines{line(L"trying to find vendor for '" + text + L"' (reduced := " + reduced + L")"),
-                                   line(L"vendor candidates for '" + text + L"' := {" + names + L"}")};
+    LogCapture::Lines lines{line(L"trying to find vendor for '" + text + L"' (reduced := " + reduced + L")"),
+                            line(L"vendor candidates for '" + text + L"' := {" + names + L"}")};
     if (!known.empty())
         lines.push_back(line(L"closest vendor for '" + text + L"' := '" + vendor + L"'"));
 
-    const fakes::LogCapture log;
+    const LogCapture log;
     const auto match = registry.closestVendor(text);
     require(match.vendor == vendor && match.rest == rest, "the same vendor and rest");
     require(log.lines() == lines, "the same log");

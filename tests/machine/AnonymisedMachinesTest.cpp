@@ -20,18 +20,22 @@ public:
     {
         SCOPED_TRACE(case_.file + ", " + case_.name);
         HardwareInventory::Anonymiser anonymiser("key");
-        const Json& answers = case_.recording["answers"];
-        if (answers.contains("firmware table RSMB 0") && answers["firmware table RSMB 0"].is_string())
+        try
         {
-            EXPECT_THROW(anonymiser.anonymise(case_.recording), std::runtime_error);
+            setMachine(anonymiser.anonymise(case_.recording));
+        }
+        catch (const std::runtime_error& error)
+        {
+            EXPECT_STREQ(error.what(), "a firmware table without structures cannot be anonymised");
             return;
         }
-        setMachine(anonymiser.anonymise(case_.recording));
-        const Replayed replayed = collect();
+        std::vector<std::string> described;
+        for (const auto& [key, value] : case_.documents.items())
+            if (key == "firmware" || key == "vendorGpus" || key.starts_with("entryPoint "))
+                described.push_back(key);
+        const Replayed replayed = collect({}, described);
         Json documents = anonymiser.inDocument(case_.documents);
-        documents.erase("firmware");
-        documents.erase("vendorGpus");
-        documents.erase("vmType");
+        documents.erase("vmType"); // hangs on strings that are replaced, so a recording contains the type itself
         std::vector<std::string> log;
         for (const std::string& line : case_.log)
             log.push_back(anonymiser.inText(line));

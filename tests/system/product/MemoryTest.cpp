@@ -70,11 +70,12 @@ struct Memory : testing::Test
         const auto find = product.find(kind);
         char text[8192];
         char* buffer = nullptr;
-        std::size_t size = sizeof text;
+        std::size_t size = 0;
         Limited::left = bytes;
         product.setLogger([](std::uint32_t, const char*) {});
-        const ExportStatus textStatus = product.exceptionString(text, &size);
         const ExportStatus status = find(&buffer, &size);
+        size = sizeof text;
+        const ExportStatus textStatus = product.exceptionString(text, &size);
         const std::int32_t found = hypervisor();
         Limited::left = SIZE_MAX;
         EXPECT_EQ(found, hypervisor());

@@ -1,6 +1,6 @@
 #include "hw-inventory-impl/lib/PCI/BuiltInList.h"
 #include "st-core/lib/RuntimeException.h"
-#include "tests/fakes/FakeMachine.h"
+#include "tests/runner/LogCapture.h"
 #include "tests/unit/pci/PlainPciIds.h"
 
 #include <gtest/gtest.h>
@@ -10,13 +10,13 @@
 #include <random>
 
 using HardwareInventory::PciIdDatabase;
-using Lines = fakes::LogCapture::Lines;
+using Lines = LogCapture::Lines;
 
 TEST(PciIdDatabase, NamesAndWarnings)
 {
     const std::string list = "1  A\n\t2  a\n\t\t3 4  s\nzz10  B\n\t3  b\n\t\t4 5  s\n10000  C\n0xfFfF  \nC 01  Class\n\tx2  d\n"
                              "\t10000  e\n\t6  f\r\n\t\tx 4  s\n\t\t3 y  s\n\t\t10000 y  s\n\t\t3 10000  s\n1  Z\n2  B";
-    fakes::LogCapture log;
+    LogCapture log;
     PciIdDatabase database;
     database.parse(list.data(), list.size());
     EXPECT_EQ(log.lines(), (Lines{{1, "'zz10  B' (line 4) contains illegal value of vendor id: zz10"},
@@ -59,7 +59,7 @@ TEST(PciIdDatabase, ReadsAFileAndASecondList)
 
 TEST(PciIdDatabase, TheBuiltInListAgreesWithThePlainParser)
 {
-    const fakes::LogCapture log;
+    const LogCapture log;
     const PciIdDatabase& database = PciIdDatabase::instance();
     const auto text = HardwareInventory::builtInPciIdList();
     const plain::PciIds expected{std::string(text)};

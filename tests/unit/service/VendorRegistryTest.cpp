@@ -1,19 +1,18 @@
 #include "hw-inventory-impl/lib/VendorRegistry.h"
-#include "tests/fakes/FakeMachine.h"
+#include "tests/runner/LogCapture.h"
 
 #include <gtest/gtest.h>
 
 TEST(VendorRegistry, FindsTheClosestOfTheNamesThatBeginLikeTheText)
 {
-    const fakes::LogCapture log;
+    const LogCapture log;
     HardwareInventory::VendorRegistry registry;
     for (const wchar_t* name :
          {L"Acme Inc.", L"ACME-inc!", L"Acme Inc", L"acme inc\r", L"Interphase", L"Intel Corporation\r", L"Intel", L"Int",
           L"Western Micro", L"Western Digital\r", L"Tie Two", L"Tie One", L"3Com Corp.", L"\u00DCber Werke", L"1234 5", L"42"})
         registry.registerVendor(name);
-    EXPECT_EQ(log.lines(),
-              (fakes::LogCapture::Lines{{1, "'ACME-inc!' vendor (reduced := 'acme~inc~') has already been registered"},
-                                        {1, "'acme inc\r' vendor (reduced := 'acme~inc~') has already been registered"}}));
+    EXPECT_EQ(log.lines(), (LogCapture::Lines{{1, "'ACME-inc!' vendor (reduced := 'acme~inc~') has already been registered"},
+                                              {1, "'acme inc\r' vendor (reduced := 'acme~inc~') has already been registered"}}));
     const wchar_t* const cases[][3] = {
         // text, vendor, rest
         {L"ACME INC?", L"Acme Inc.", L" INC?"},

@@ -1,5 +1,4 @@
 #include "hw-inventory-impl/lib/DeviceStatus.h"
-#include "hw-inventory-impl/lib/VirtualMachine.h"
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
 #include "st-core/lib/HostLogger.h"
 #include "st-core/lib/LastError.h"
@@ -7,7 +6,8 @@
 #include "st-core/lib/OSError.h"
 #include "st-core/lib/Text.h"
 #include "st-core/lib/Time.h"
-#include "tests/fakes/FakeMachine.h"
+#include "tests/runner/LogCapture.h"
+#include "tests/unit/st-core/FakeCore.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -106,13 +106,6 @@ TEST(Facts, TextsOfCodes)
         texts += statusText(statusFromWmiText(text)) + std::wstring(L",");
     EXPECT_EQ(texts + statusText(DeviceStatus{2}) + statusText(DeviceStatus{3}) + statusText(DeviceStatus{0xFFFFFFFF}),
               L"ok,ok,ok,has issues,has issues,has issues,has issues,,,disabled by user");
-    EXPECT_THAT(hypervisorName, testing::ThrowsMessage<std::runtime_error>("not in virtual machine, can't detect hypervizor type"));
-    for (const auto& [type, name] : {std::pair(1, L"VMware Workstation"), {25, L"Scale HC3"}})
-        EXPECT_EQ((machine().vmType = type, hypervisorName()), name);
-    // Another vm_detect library may return a virtual type first and another type the next time.
-    machine().calls.clear();
-    machine().fails = [](const char*) { return machine().vmType += machine().calls.size() == 3, false; };
-    EXPECT_EQ(hypervisorName(), L"Unknown");
 }
 
 TEST(Time, ReadsAndWritesLocalTime)
@@ -195,7 +188,7 @@ TEST(HostLogger, EachOperationHasItsLevelAndReachesTheHostAsUtf8)
 {
     // Without a callback nothing is formatted: a pattern with fewer placeholders than arguments throws.
     EXPECT_NO_THROW(logWarning(L"none", 1));
-    const fakes::LogCapture log;
+    const LogCapture log;
     EXPECT_THROW(logWarning(L"none", 1), std::exception);
     logInfo(L"used %1% instead", L"SMBIOS");
     logWarning(L"'%s' property of %d", L"\u00E4", 7);
@@ -204,6 +197,6 @@ TEST(HostLogger, EachOperationHasItsLevelAndReachesTheHostAsUtf8)
     HostLogger::instance().set(nullptr);
     logError(L"switched off");
     EXPECT_EQ(log.lines(),
-              (fakes::LogCapture::Lines{{0, "used SMBIOS instead"}, {1, "'\xC3\xA4' property of 7"}, {2, "plain"}, {3, "traced"}}));
+              (LogCapture::Lines{{0, "used SMBIOS instead"}, {1, "'\xC3\xA4' property of 7"}, {2, "plain"}, {3, "traced"}}));
     EXPECT_EQ(severityName(Severity::trace) + std::wstring(severityName(static_cast<Severity>(6))), L"traceunknown");
 }

@@ -1,23 +1,34 @@
+#include "tests/unit/st-core/FakeCore.h"
+
 #include "st-core/lib/LastError.h"
 #include "st-core/lib/MemoryMappedFile.h"
 #include "st-core/lib/OSError.h"
 #include "st-core/lib/RuntimeException.h"
 #include "st-core/lib/StackTrace.h"
-#include "tests/fakes/FakeMachine.h"
 
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 
-using fakes::callFails;
 using fakes::machine;
 
-namespace fakes
+fakes::FakeCore& fakes::machine()
 {
-std::wstring messageOf(std::uint32_t code)
+    static auto& instance = *new FakeCore;
+    return instance;
+}
+
+namespace
 {
-    return code == 0 ? L"" : L"system message " + std::to_wstring(code) + L"\r\n";
+// Notes the call and returns whether it fails; a failing call leaves 5 ("access denied") as the last error.
+bool callFails(const char* operation)
+{
+    machine().calls.emplace_back(operation);
+    const bool fails = machine().fails(operation);
+    if (fails)
+        machine().lastError = 5;
+    return fails;
 }
 }
 
@@ -45,8 +56,7 @@ void setLastErrorCode(std::uint32_t code)
 
 std::wstring systemMessage(std::uint32_t code)
 {
-    // The system has a text for success, too.
-    return code == 0 ? L"success\r\n" : fakes::messageOf(code);
+    return L"system message " + std::to_wstring(code) + L"\r\n"; // it has one for success, too
 }
 
 int errorNumberText(int errorNumber, char* buffer, std::size_t size)
