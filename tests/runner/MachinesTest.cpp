@@ -24,7 +24,9 @@ public:
         for (const auto& [key, value] : case_.documents.items())
             if (key == "firmware" || key == "vendorGpus" || key == "vmType" || key.starts_with("entryPoint "))
                 described.push_back(key);
-        const Replayed first = collect({}, described);
+        // Without an answer to the connection, a machine shows the keys alone.
+        const char* const kinds = case_.recording["answers"].contains("connect ROOT\\CIMV2") ? "" : "none";
+        const Replayed first = collect(kinds, described);
         EXPECT_EQ(Json::diff(case_.documents, first.documents).dump(1), "[]") << "the difference, from expected to found";
         EXPECT_EQ(first.statuses, case_.statuses);
         if (case_.logInOrder)
@@ -34,7 +36,7 @@ public:
         for (const auto& [question, times] : case_.asked.items())
             EXPECT_EQ(timesAsked(question), times) << question;
         if (case_.recording.dump().find("inTurn") == std::string::npos)
-            for (const auto& [key, document] : collect().documents.items())
+            for (const auto& [key, document] : collect(kinds).documents.items())
                 EXPECT_EQ(document, first.documents.at(key)) << "the second time";
         for (const Json& row : case_.rows)
             EXPECT_EQ(hypervisorOf(row), row.at("type")) << row;

@@ -17,7 +17,7 @@ namespace VmDetect::Platform
 {
 CpuidRegisters cpuid(std::uint32_t)
 {
-    return {};
+    return {0, 0, 0x80000000, 0}; // a hypervisor without a name
 }
 
 std::optional<std::vector<std::uint8_t>> firmwareTable()
@@ -38,7 +38,7 @@ std::optional<std::string> systemBiosVersion()
 
 TEST(VmFunctions, KeepTheTypeOnceFirmwareAndRegistryCanBeRead)
 {
-    EXPECT_EQ(VmProbe_GetHostVMType(), 0) << "the registry alone";
+    EXPECT_EQ(VmProbe_GetHostVMType(), 10) << "the registry alone";
     firmwareAnswers = true;
     registryAnswers = false;
     EXPECT_EQ(VmProbe_GetHostVMType(), 8) << "firmware alone";
@@ -48,6 +48,7 @@ TEST(VmFunctions, KeepTheTypeOnceFirmwareAndRegistryCanBeRead)
     EXPECT_EQ(VmProbe_GetHostVMType(), 6) << "both";
     firmwareFails = true;
     EXPECT_EQ(VmProbe_GetHostVMType(), 6) << "kept";
+    EXPECT_EQ(VmDetect::multiStringTexts(std::string("VBOX - 1\0 \0last", 15)), (std::vector<std::string>{"VBOX - 1", "last"}));
     for (const std::int32_t type : {INT32_MIN, -1, 0, 1, 25, 26, INT32_MAX})
         EXPECT_EQ(VmProbe_IsHostVirtual(type), type == 1 || type == 25) << type;
 }
