@@ -1,18 +1,43 @@
 #include "cli/Kinds.h"
 #include "hw-inventory-impl/lib/Platform/Platform.h"
-#include "tests/faults/FailingHeap.h"
 #include "tests/runner/Cases.h"
 #include "tests/runner/Replay.h"
 
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <cstdlib>
 #include <new>
 #include <thread>
 
 // Memory runs out: the n-th allocation of a call fails, or that one and all that follow it.
 namespace
 {
+// Every operator new of the program, on any thread: the next but `left` fails, or that one and all that follow, or something else
+// happens in it.
+struct FailingHeap
+{
+    bool armed = false;
+    bool failed = false; // since it was armed
+    bool forGood = false;
+    std::size_t left = 0;
+    std::ptrdiff_t live = 0; // blocks allocated and not freed
+    void (*instead)() = nullptr;
+
+    void arm(std::size_t index, bool allThatFollow = false) { *this = {true, false, allThatFollow, index, live, instead}; }
+} heap;
+
+bool failsNow()
+{
+    if (!heap.armed || heap.left-- != 0)
+        return false;
+    heap.left = 0;
+    heap.armed = heap.forGood;
+    heap.failed = true;
+    if (heap.instead)
+        heap.instead();
+    return !heap.instead;
+}
+
 const ExceptionRecord& record()
 {
     return *hardware_inventory_get_exception();
@@ -83,6 +108,30 @@ struct Memory : testing::Test
     }
     ~Memory() override { hardware_inventory_set_logger(nullptr); }
 };
+}
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    void* const block = failsNow() ? nullptr : std::malloc(size ? size : 1);
+    heap.live += block != nullptr;
+    return block;
+}
+
+void* operator new(std::size_t size)
+{
+    void* const block = operator new(size, std::nothrow);
+    return block ? block : throw std::bad_alloc();
+}
+
+void operator delete(void* block) noexcept
+{
+    heap.live -= block != nullptr;
+    std::free(block);
+}
+
+void operator delete(void* block, std::size_t) noexcept
+{
+    operator delete(block);
 }
 
 // From the first call of the process, whose objects can be left half-built. In growing steps: it takes many thousand allocations.

@@ -4,10 +4,8 @@
 #include "st-core/lib/MemoryMappedFile.h"
 #include "st-core/lib/OSError.h"
 #include "st-core/lib/RuntimeException.h"
-#include "st-core/lib/StackTrace.h"
 
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 
@@ -25,24 +23,30 @@ namespace
 bool callFails(const char* operation)
 {
     machine().calls.emplace_back(operation);
-    const bool fails = machine().fails(operation);
-    if (fails)
-        machine().lastError = 5;
-    return fails;
+    return machine().fails(operation) && (machine().lastError = 5);
+}
+
+// A "file" is its bytes in memory, and each view has memory of its own, so that the sanitizer sees a use after unmapping.
+struct File
+{
+    const char* kind;
+    std::string bytes;
+};
+
+File invalid{"file", {}};
+
+File& fileOf(void* handle)
+{
+    return *static_cast<File*>(handle);
 }
 }
 
-namespace ZelStdCore
+std::vector<ZelStdCore::StackFrame> ZelStdCore::currentStack()
 {
-std::vector<StackFrame> currentStack()
-{
-    if (callFails("SymInitializeW"))
-        throw RuntimeException(L"failed to initialize tracer", L"st-core\\lib\\WinTracer.cpp", L"ZelStdCore::Tracer::loadModules",
-                               __LINE__, Trace::none);
-    return machine().stack;
+    return callFails("SymInitializeW") ? throw RuntimeException(L"", L"", L"", 0, Trace::none) : machine().stack;
 }
 
-namespace Platform
+namespace ZelStdCore::Platform
 {
 std::uint32_t lastErrorCode()
 {
@@ -61,67 +65,31 @@ std::wstring systemMessage(std::uint32_t code)
 
 int errorNumberText(int errorNumber, char* buffer, std::size_t size)
 {
-    if (callFails("strerror_s"))
-        return 22;
-    std::snprintf(buffer, size, "errno %d", errorNumber);
-    return 0;
-}
-
-// A "file" is its bytes in memory. Closing a handle sets another last error, so that a test notices one that is read
-// too late.
-namespace
-{
-constexpr std::uint32_t kErrorAfterClosing = 6;
-
-struct FakeHandle
-{
-    const char* kind;
-    std::string bytes;
-};
-
-FakeHandle* invalidHandle()
-{
-    static FakeHandle invalid{"file", {}};
-    return &invalid;
-}
-
-FakeHandle& handleOf(void* handle)
-{
-    return *static_cast<FakeHandle*>(handle);
-}
+    return callFails("strerror_s") ? 22 : std::snprintf(buffer, size, "errno %d", errorNumber) * 0;
 }
 
 void* openForReading(const std::wstring& path)
 {
     std::ifstream stream(std::filesystem::path(path), std::ios::binary);
-    if (callFails("CreateFileW") || !stream)
-        return invalidHandle();
-    return new FakeHandle{"file", std::string(std::istreambuf_iterator<char>(stream), {})};
+    return callFails("CreateFileW") || !stream ? &invalid : new File{"file", {std::istreambuf_iterator<char>(stream), {}}};
 }
 
 void* createReadOnlyMapping(void* file)
 {
-    if (callFails("CreateFileMappingW") || handleOf(file).bytes.empty())
-        return nullptr;
-    return new FakeHandle{"mapping", handleOf(file).bytes};
+    return callFails("CreateFileMappingW") || fileOf(file).bytes.empty() ? nullptr : new File{"mapping", fileOf(file).bytes};
 }
 
 int fileSize(void* file, std::uint64_t& size)
 {
-    if (callFails("GetFileSizeEx"))
-        return 0;
-    size = handleOf(file).bytes.size();
-    return 1;
+    return !callFails("GetFileSizeEx") && (size = fileOf(file).bytes.size());
 }
 
-const char* mapView(void* mapping, std::uint64_t size)
+const char* mapView(void* mapping, std::uint64_t size) // no size maps the whole file
 {
-    if (callFails("MapViewOfFile"))
-        return nullptr;
-    // A view of its own, so that a use after unmapping is a use after free. No size maps the whole file.
-    const std::string& bytes = handleOf(mapping).bytes;
-    char* view = new char[bytes.size()];
-    std::memcpy(view, bytes.data(), size == 0 ? bytes.size() : size);
+    const std::string& bytes = fileOf(mapping).bytes;
+    char* const view = callFails("MapViewOfFile") ? nullptr : new char[bytes.size()];
+    if (view)
+        bytes.copy(view, size ? size : bytes.size());
     return view;
 }
 
@@ -133,10 +101,9 @@ void unmapView(const char* view)
 
 void closeHandle(void* handle)
 {
-    machine().calls.emplace_back(std::string("CloseHandle(") + handleOf(handle).kind + ")");
-    machine().lastError = kErrorAfterClosing;
-    if (handle != invalidHandle())
-        delete &handleOf(handle);
-}
+    machine().calls.emplace_back(std::string("CloseHandle(") + fileOf(handle).kind + ")");
+    machine().lastError = 6; // a test notices an error that is read too late
+    if (handle != &invalid)
+        delete &fileOf(handle);
 }
 }
