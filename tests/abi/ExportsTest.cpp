@@ -79,7 +79,7 @@ TEST_F(Exports, ASuccessKeepsTheRecordOfTheLastFailure)
     EXPECT_EQ(collect("cpus").statuses["cpus"], EXPORT_STATUS_WMI_QUERY);
     EXPECT_TRUE(collect("cpus").statuses.empty());
     EXPECT_STREQ(hardware_inventory_get_exception()->errorText, "failed to execute WMI query");
-    EXPECT_THAT(exceptionString(), testing::EndsWith(":m:failed to execute WMI query"));
+    EXPECT_THAT(exceptionString(), testing::HasSubstr(":m:failed to execute WMI query"));
 }
 
 // The rest of a larger buffer is zeroed.
