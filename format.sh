@@ -19,7 +19,7 @@ clang-format-16 --dry-run -Werror "${files[@]}" || { say "./format.sh lays them 
 
 ensure_packages "${build_packages[@]}" "${test_packages[@]}" clang-tidy-16
 quietly cmake --preset native ${HW_INVENTORY_PCI_IDS:+"-DHW_INVENTORY_PCI_IDS=$HW_INVENTORY_PCI_IDS"}
-product="$root/(cli|hw-inventory-impl|hw-inventory-interface|st-core|vm-detect)"
+product="$root/(cli|machine|hw-inventory-impl|hw-inventory-interface|st-core|vm-detect)"
 mapfile -t sources < <(sed -n -E "s,^ *\"file\": \"($product/.*\.cpp)\".*,\1,p" build/native/compile_commands.json | sort -u)
 say "linting ${#sources[@]} sources"
 # Its progress, on standard error, is the number of warnings in other people's headers.

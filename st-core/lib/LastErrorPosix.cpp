@@ -2,6 +2,7 @@
 
 #include "st-core/lib/Utf8.h"
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 
@@ -19,6 +20,7 @@ void setLastErrorCode(std::uint32_t code)
 
 std::wstring systemMessage(std::uint32_t code)
 {
-    return widen(::strerror(static_cast<int>(code)));
+    std::array<char, 1024> buffer{};
+    return widen(strerror_r(static_cast<int>(code), buffer.data(), buffer.size())); // GNU's: it need not use the buffer
 }
 }

@@ -1,5 +1,6 @@
 #include "st-core/lib/OSError.h"
 
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -8,6 +9,7 @@ namespace ZelStdCore::Platform
 {
 int errorNumberText(int errorNumber, char* buffer, std::size_t size)
 {
-    return std::snprintf(buffer, size, "%s", ::strerror(errorNumber)) < 0 ? EINVAL : 0;
+    std::array<char, 1024> text{};
+    return std::snprintf(buffer, size, "%s", strerror_r(errorNumber, text.data(), text.size())) < 0 ? EINVAL : 0;
 }
 }

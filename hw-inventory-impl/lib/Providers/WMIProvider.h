@@ -1,8 +1,8 @@
 #pragma once
 
 #include "hw-inventory-impl/lib/Platform/ManagementSource.h"
-#include "st-core/lib/LastError.h"
 #include "hw-inventory-impl/lib/Providers/ComPointer.h"
+#include "st-core/lib/LastError.h"
 
 #include <windows.h>
 
