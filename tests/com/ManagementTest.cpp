@@ -133,7 +133,6 @@ TEST_F(Management, TheOptionalNamespaceMayBeMissingAndNothingIsReleasedIntoAClos
     }
 }
 
-// The loading thread, too: it goes on, and its next call connects again.
 TEST_F(Management, AThreadThatCannotKeepItsConnectionsGivesThemBack)
 {
     while (FlsAlloc(nullptr) != FLS_OUT_OF_INDEXES)
@@ -143,7 +142,6 @@ TEST_F(Management, AThreadThatCannotKeepItsConnectionsGivesThemBack)
     joined = RPC_E_CHANGED_MODE;
     EXPECT_THROW(WMIConnections::forThisThread(), std::runtime_error);
     EXPECT_EQ(taken(trace), kConnectBoth + kRelease + kRelease);
-    // The first connection is established when the second fails.
     service.answer = failing(L"CoSetProxyBlanket", 2);
     EXPECT_THROW(WMIConnections::forThisThread(), HardwareInventory::ErrorHandling::Exception);
     EXPECT_EQ(taken(trace), kConnectBoth + kRelease + kRelease);
@@ -173,7 +171,6 @@ TEST_F(Management, AQueryDeliversWhatCameBeforeItsEnd)
     EXPECT_EQ(trace, kQuery + L"Next; ~object0; ~enumerator; ");
 }
 
-// The results in the words of the cases below.
 struct Described : std::wstring
 {
     Described(bool flag) : std::wstring(flag ? L"true" : L"false") {}

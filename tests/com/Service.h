@@ -8,8 +8,6 @@
 #include <atomic>
 #include <functional>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 // WMI within the test. Its objects count their references; every call can be recorded and can fail.
 namespace fakes
@@ -61,9 +59,8 @@ struct Service
     std::function<Value(const wchar_t* property)> values; // in place of those below; null for none
     std::wstring* trace = nullptr;                        // the calls, and "~name" for the end of an object
 
-    std::atomic<std::size_t> connections{0};     // made
-    std::atomic<std::size_t> living{0};          // objects with references
-    std::atomic<std::size_t> underLoaderLock{0}; // last references released while the thread held the loader lock
+    // Made; objects with references; last references released while the thread held the loader lock.
+    std::atomic<std::size_t> connections{0}, living{0}, underLoaderLock{0};
 };
 extern Service& service;
 
