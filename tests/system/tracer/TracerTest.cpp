@@ -99,7 +99,6 @@ TEST(Tracer, NamesFunctionFileAndLineOfEachFrame)
     EXPECT_EQ(std::tuple(traced.lineNumber, traced.moduleBase, traced.address - traced.symbolDisplacement),
               std::tuple(kTracedLine, kThisModule, kTracedAddress));
 
-    // The tracer's lines reach only its own receiver. The start-up code of the program has no source here.
     EXPECT_THAT(lines, Contains(AllOf(StartsWith(L"Loaded "), HasSubstr(L"tracer-tests.exe:tracer-tests.exe (0x"),
                                       HasSubstr(L" (result: 0), symbol type: '"), HasSubstr(L", version: 0\n"))));
     const auto sourceless = std::ranges::find(frames, 0u, &StackFrame::lineNumber);
@@ -250,7 +249,6 @@ TEST(Answers, VersionsAndErrorTexts)
 TEST(MappedFile, IsSharedForReadingWhileOpen)
 {
     const auto path = files::temp_directory_path() / (L"st-core \u00E4\u4E2D" + std::to_wstring(GetCurrentProcessId()));
-    // As another program would, which closes it again.
     const auto canOpen = [&](DWORD access)
     {
         const HANDLE other =
