@@ -21,7 +21,3 @@ EXPORTED(nvmlDeviceGetUtilizationRates, (), 3)
 EXPORTED(nvmlDeviceGetMemoryInfo, (), 3)
 EXPORTED(nvmlDeviceGetPowerUsage, (), 3)
 EXPORTED(nvmlErrorString, (), reinterpret_cast<INT_PTR>("not supported"))
-
-// Beside the product: a physical machine, whatever the tests run on.
-EXPORTED(VmProbe_GetHostVMType, (), 0)
-EXPORTED(VmProbe_IsHostVirtual, (), 0)

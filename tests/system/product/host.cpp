@@ -9,8 +9,6 @@
 //   document PRODUCT          prints the GPU document, with the vendors' libraries loaded already
 namespace
 {
-using fakes::replaceImport;
-
 int collectAll(const Product& product)
 {
     fakes::serve(product.module);
@@ -36,8 +34,8 @@ struct AnyDevice
 void printGpus(const Product& product)
 {
     const HMODULE library = LoadLibraryW(L".\\nvml.dll");
-    replaceImport(product.module, "setupapi.dll", "SetupDiEnumDeviceInfo", &AnyDevice::element);
-    replaceImport(product.module, "setupapi.dll", "SetupDiGetDeviceRegistryPropertyA", &AnyDevice::place);
+    fakes::replaceImport(product.module, "setupapi.dll", "SetupDiEnumDeviceInfo", &AnyDevice::element);
+    fakes::replaceImport(product.module, "setupapi.dll", "SetupDiGetDeviceRegistryPropertyA", &AnyDevice::place);
     product.setLogger([](std::uint32_t, const char* line) { std::puts(line); });
     std::puts(product.collect("gpus").c_str());
     FreeLibrary(library);
