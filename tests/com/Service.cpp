@@ -30,16 +30,13 @@ struct Object
     static ULONG release(Object* object)
     {
         const ULONG left = --object->references;
-        if (left == 0)
-        {
-            if (service.trace)
-                *service.trace += L"~" + object->name + L"; ";
-            service.underLoaderLock += underLoaderLock();
-            --service.living;
-            delete object;
-        }
         SetLastError(kErrorOfCleanup);
-        return left;
+        if (left > 0)
+            return left;
+        if (service.trace)
+            *service.trace += L"~" + object->name + L"; ";
+        service.underLoaderLock += underLoaderLock();
+        return delete (--service.living, object), 0;
     }
 };
 
@@ -48,8 +45,7 @@ struct Table
 {
     const void* methods[32];
 
-    template <class Method>
-    Table(std::size_t offset, Method method)
+    Table(std::size_t offset, auto method)
     {
         std::ranges::fill(methods, reinterpret_cast<void*>(&Object::refuse));
         methods[1] = reinterpret_cast<void*>(&Object::addReference);
@@ -57,31 +53,26 @@ struct Table
         methods[offset / sizeof *methods] = reinterpret_cast<void*>(method);
     }
 
-    // Makes an object if the call has succeeded.
     HRESULT create(HRESULT result, const std::wstring& name, void** place) const
     {
-        if (FAILED(result))
-            return result;
-        *place = new Object{methods, name};
-        ++service.living;
+        if (SUCCEEDED(result))
+            *place = (++service.living, new Object{methods, name});
         return result;
     }
 };
 
 HRESULT get(Object*, const wchar_t* property, LONG flags, VARIANT* value, CIMTYPE* type, LONG* flavor)
 {
-    static const std::map<std::wstring, Value> others{
-        {L"DeviceID", Values::text(L"\\\\.\\NUL")}, // opens, and is no drive
-        {L"IPAddress", Values::texts({L"10.0.0.7", L""})},
-        {L"MACAddress", Values::number(VT_NULL, 0)},
-        {L"MaxClockSpeed", Values::number(VT_I8, 7)},
-        {L"NumberOfCores", Values::number(VT_I4, 4)},
-        {L"PNPDeviceID", Values::text(L"PCI\\VEN_10DE&DEV_1B80\\1")},
-        {L"ReleaseDate", Values::text(L"2006****.******+***")}, // odd
-        {L"Virtual", Values::text(L"False")},
-    };
-    const auto other = others.find(property);
-    const Value make = service.values ? service.values(property) : other != others.end() ? other->second : Values::text(L"42");
+    using V = Values;
+    static std::map<std::wstring, Value> others{{L"DeviceID", V::text(L"\\\\.\\NUL")}, // opens, and is no drive
+                                                {L"IPAddress", V::texts({L"10.0.0.7", L""})},
+                                                {L"MACAddress", V::number(VT_NULL, 0)},
+                                                {L"MaxClockSpeed", V::number(VT_I8, 7)},
+                                                {L"NumberOfCores", V::number(VT_I4, 4)},
+                                                {L"PNPDeviceID", V::text(L"PCI\\VEN_10DE&DEV_1B80\\1")},
+                                                {L"ReleaseDate", V::text(L"2006****.******+***")},
+                                                {L"Virtual", V::text(L"False")}};
+    const Value make = service.values ? service.values(property) : others.contains(property) ? others[property] : V::text(L"42");
     if (FAILED(record(L"Get")) || flags != 0 || type || flavor || value->vt != VT_EMPTY || !make)
         return WBEM_E_NOT_FOUND;
     make(*value);
@@ -107,7 +98,7 @@ const Table kEnumerator(offsetof(IEnumWbemClassObjectVtbl, Next), &next);
 HRESULT execQuery(Object*, BSTR language, BSTR query, LONG flags, void* context, void** enumerator)
 {
     const std::wstring call = L"ExecQuery " + std::wstring(language) + L" " + query + L" " + std::to_wstring(flags);
-    return kEnumerator.create(record(call + (context ? L" context" : L"")), L"enumerator", enumerator);
+    return kEnumerator.create(record(context ? L"ExecQuery with more" : call), L"enumerator", enumerator);
 }
 
 const Table kServices(offsetof(IWbemServicesVtbl, ExecQuery), &execQuery);

@@ -8,8 +8,6 @@
 #include <atomic>
 #include <functional>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 // WMI within the test. Its objects count their references; every call can be recorded and can fail.
 namespace fakes
@@ -31,7 +29,6 @@ void replaceImport(HMODULE module, const char* library, const char* name, Functi
     VirtualProtect(place, sizeof *place, protection, &protection);
 }
 
-// Makes a new value for each call.
 using Value = std::function<void(VARIANT& value)>;
 struct Values
 {
@@ -48,8 +45,7 @@ struct Values
     {
         return [=](VARIANT& place)
         {
-            place.vt = VT_ARRAY | VT_BSTR;
-            place.parray = SafeArrayCreateVector(VT_BSTR, lowerBound, static_cast<ULONG>(values.size()));
+            place.parray = (place.vt = VT_ARRAY | VT_BSTR, SafeArrayCreateVector(VT_BSTR, lowerBound, values.size()));
             std::ranges::transform(values, static_cast<BSTR*>(place.parray->pvData), copy);
         };
     }
@@ -57,36 +53,23 @@ struct Values
 
 struct Service
 {
-    // The result of a call by its name and arguments; without it all succeed. Set before any call.
     using Answer = std::function<HRESULT(const std::wstring& call)>;
-    Answer answer;
+    Answer answer;                                        // to a call by its name and arguments; without it all succeed
+    std::size_t results = 1;                              // the objects of every query
+    std::function<Value(const wchar_t* property)> values; // in place of those below; null for none
+    std::wstring* trace = nullptr;                        // the calls, and "~name" for the end of an object
 
-    // The objects of every query. A property is the text "42" or a value of another kind, unless they are replaced; null for none.
-    std::size_t results = 1;
-    std::function<Value(const wchar_t* property)> values;
-
-    // The calls, and "~name" for the end of an object, each followed by a semicolon.
-    std::wstring* trace = nullptr;
-
-    std::atomic<std::size_t> connections{0};     // made
-    std::atomic<std::size_t> living{0};          // objects with references
-    std::atomic<std::size_t> underLoaderLock{0}; // last references released while the thread held the loader lock
+    // Made; objects with references; last references released while the thread held the loader lock.
+    std::atomic<std::size_t> connections{0}, living{0}, underLoaderLock{0};
 };
 extern Service& service;
 
-// The calls of that name fail, or only the nth of them.
 Service::Answer failing(const std::wstring& name, std::size_t nth = 0);
 
 // The last error after every failing call, and after the release of a reference.
-constexpr DWORD kErrorOfFailure = ERROR_ACCESS_DENIED;
-constexpr DWORD kErrorOfCleanup = ERROR_INVALID_FUNCTION;
+constexpr DWORD kErrorOfFailure = ERROR_ACCESS_DENIED, kErrorOfCleanup = ERROR_INVALID_FUNCTION;
 
-// Traces the call and returns its result.
-HRESULT record(const std::wstring& call);
-
-// An object with the properties of all.
+HRESULT record(const std::wstring& call); // in the trace; returns its result
 void* makeObject(const std::wstring& name);
-
-// Lets the module find this service in place of the system's.
-void serve(HMODULE module);
+void serve(HMODULE module); // lets the module find this service in place of the system's
 }

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Holds the built libraries against what a host may expect of the files: their exports and imports, the protections that the
 # loader and the compiler give, a version, and no trace of the machine that built them.
-#   gate.sh hw_inventory_interface.dll vm_detect.dll
+#   gate.sh hw_inventory_interface.dll vm_detect.dll hw-machine.exe
 set -euo pipefail
 
 failed=0
@@ -56,5 +56,11 @@ compare "the exports" $'VmProbe_GetHostVMType\nVmProbe_IsHostVirtual' "$(exports
 allowed='advapi32|kernel32|msvcrt|ole32|oleaut32|setupapi'
 ! imports "$1" | grep -v -x -E "($allowed|vm_detect)\.dll" || fail "$(basename "$1") imports more than it may"
 ! imports "$2" | grep -v -x -E "($allowed)\.dll" || fail "$(basename "$2") imports more than it may"
+
+# Recorded machines are for the program hw-machine alone, where the search must find them.
+for text in 'hw-machine recording' RecordedMachine RecordingMachine; do
+    ! grep -a -q "$text" "$1" || fail "$(basename "$1") contains $text"
+    grep -a -q "$text" "$3" || fail "$(basename "$3") lacks $text"
+done
 
 exit $failed

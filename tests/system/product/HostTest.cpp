@@ -4,10 +4,9 @@
 
 #include <fstream>
 
-// The library in a program that does nothing else (host.cpp).
 namespace
 {
-using testing::Contains, testing::Each, testing::EndsWith, testing::HasSubstr, testing::Not;
+using testing::AllOf, testing::Contains, testing::Each, testing::EndsWith, testing::HasSubstr, testing::Not;
 using Lines = std::vector<std::string>;
 
 // What the program prints in a folder. Through a file: Wine's desktop, if this starts it, would keep a pipe open.
@@ -20,8 +19,7 @@ Lines run(const std::filesystem::path& folder, const std::string& task, int stat
     std::ifstream file(output);
     for (std::string line; std::getline(file, line);)
         lines.push_back(line.substr(0, line.find('\r')));
-    file.close();
-    std::filesystem::remove(output);
+    std::filesystem::remove((file.close(), output));
     return lines;
 }
 
@@ -34,43 +32,32 @@ TEST(Host, LoadsFromTheProductsAndTheSystemFolder)
     const auto detection = folder.add("vm_detect.dll", "product/vm_detect.dll");
     const auto current = folder.add("product-host.exe", "planted/product-host.exe").parent_path() / "current";
     std::string names;
-    for (const char* name : {"nvml", "atiadlxx", "atiadlxy", "dbghelp", "version", "netapi32", "vm_detect"})
-    {
-        names += " " + (name + std::string(".dll"));
+    for (const std::string name :
+         {"nvml.dll", "atiadlxx.dll", "atiadlxy.dll", "dbghelp.dll", "version.dll", "netapi32.dll", "vm_detect.dll"})
         for (const std::string where : {"planted/", "planted/current/", "planted/path/"})
-            folder.add("host-module.dll", where + name + ".dll");
-    }
+            names += (folder.add("host-module.dll", where + name), where == "planted/" ? " " + name : "");
     _putenv_s("PATH", ((folder.path / "planted/path").string() + ";" + std::getenv("PATH")).c_str());
 
     auto paths = run(current, "collect " + product.string() + names);
     // Wine's own setupapi.dll imports this one, by its bare name.
     std::erase_if(paths, [](const std::string& path) { return path.ends_with("\\version.dll"); });
     EXPECT_THAT(paths, Not(Contains(HasSubstr("planted"))));
-    EXPECT_THAT(paths, Contains(EndsWith("\\product\\vm_detect.dll")));
-    // Loaded nevertheless: for the trace of a failure and for the domain.
-    EXPECT_THAT(paths, Contains(EndsWith("\\system32\\dbghelp.dll")));
-    EXPECT_THAT(paths, Contains(EndsWith("\\system32\\netapi32.dll")));
-
+    // dbghelp for the trace of a failure, netapi32 for the domain.
+    EXPECT_THAT(paths, testing::IsSupersetOf({EndsWith("\\product\\vm_detect.dll"), EndsWith("\\system32\\dbghelp.dll"),
+                                              EndsWith("\\system32\\netapi32.dll")}));
     // Without this the test could not fail.
     paths = run(current, "careless" + names);
-    EXPECT_EQ(paths.size(), 7u);
-    EXPECT_THAT(paths, Each(HasSubstr("\\planted\\")));
+    EXPECT_THAT(paths, AllOf(testing::SizeIs(7), Each(HasSubstr("\\planted\\"))));
 
     std::filesystem::remove(detection);
     run(current, "collect " + product.string(), ERROR_MOD_NOT_FOUND);
 }
 
-TEST(Host, HasTheVendorsTemperatures)
+TEST(Host, HasTheVendorsTemperatureAndLeavesTheLibraryAtItsEnd)
 {
-    // In a program the registry ends before the process does: Nvidia's library is shut down and given back, AMD's stays.
-    EXPECT_EQ(run(programFolder() / "vendor", "complete"), (Lines{"0000:01:00.0: 45.00 '0320718000001'", "0000:03:00.0: 52.75 ''",
-                                                                  "nvmlShutdown", "nvml.dll ends", "atiadlxx.dll ends"}));
     // The process ends with the product in it: nothing of the vendors' is called or unloaded by then.
-    Lines lines = run(programFolder() / "vendor", "document " + (programFolder() / "hw_inventory_interface.dll").string());
-    ASSERT_FALSE(lines.empty());
-    EXPECT_THAT(lines,
-                Contains(testing::AllOf(HasSubstr("\"temperature\":45.0"), HasSubstr("\"serialNumber\":\"0320718000001\""))));
-    EXPECT_THAT(lines, Not(Contains(HasSubstr("error retrieving"))));
-    EXPECT_THAT(lines, Not(Contains("nvmlShutdown")));
+    const Lines lines = run(programFolder() / "vendor", "document " + (programFolder() / "hw_inventory_interface.dll").string());
+    EXPECT_THAT(lines, AllOf(Contains(testing::ContainsRegex("\"serialNumber\":\"0320718000001\".*\"temperature\":45.0")),
+                             Not(Contains("nvmlShutdown"))));
 }
 }

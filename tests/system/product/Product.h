@@ -6,7 +6,6 @@
 
 #include <filesystem>
 
-// The folder of this program, where the build puts the library too.
 inline std::filesystem::path programFolder()
 {
     wchar_t path[MAX_PATH] = {};
@@ -25,14 +24,26 @@ struct OwnFolder
 
     // Copies a built file, under another name if one is given, and returns its new path. Its PDB is copied too: Wine's symbol
     // handler frees memory that it never allocated for a module whose PDB is missing.
-    std::filesystem::path add(const std::filesystem::path& built, const std::filesystem::path& name = {})
+    std::filesystem::path add(const std::string& built, const std::string& name = "")
     {
-        const auto source = programFolder() / built, target = path / (name.empty() ? built.filename() : name);
-        const auto symbols = std::filesystem::path(source).replace_extension(".pdb");
+        auto source = programFolder() / built, target = path / (name.empty() ? built : name);
         std::filesystem::create_directories(target.parent_path());
         std::filesystem::copy_file(source, target, std::filesystem::copy_options::overwrite_existing);
-        std::filesystem::copy_file(symbols, target.parent_path() / symbols.filename(), ignored);
+        source.replace_extension(".pdb");
+        std::filesystem::copy_file(source, target.parent_path() / source.filename(), ignored);
         return target;
+    }
+};
+
+struct Export
+{
+    const FARPROC address;
+
+    Export(HMODULE module, const std::string& name) : address(GetProcAddress(module, name.c_str())) {}
+    template <class Type>
+    operator Type*() const
+    {
+        return reinterpret_cast<Type*>(address);
     }
 };
 
@@ -44,13 +55,10 @@ struct Product
 
     const HMODULE module;
     const DWORD loadError = GetLastError();
-    decltype(release_buffer)* const releaseBuffer = exported<decltype(release_buffer)>("release_buffer");
-    decltype(hardware_inventory_get_exception)* const getException =
-        exported<decltype(hardware_inventory_get_exception)>("hardware_inventory_get_exception");
-    decltype(hardware_inventory_exception_string)* const exceptionString =
-        exported<decltype(hardware_inventory_exception_string)>("hardware_inventory_exception_string");
-    decltype(hardware_inventory_set_logger)* const setLogger =
-        exported<decltype(hardware_inventory_set_logger)>("hardware_inventory_set_logger");
+    decltype(&release_buffer) const releaseBuffer = Export(module, "release_buffer");
+    decltype(&hardware_inventory_get_exception) const getException = Export(module, "hardware_inventory_get_exception");
+    decltype(&hardware_inventory_exception_string) const exceptionString = Export(module, "hardware_inventory_exception_string");
+    decltype(&hardware_inventory_set_logger) const setLogger = Export(module, "hardware_inventory_set_logger");
 
     explicit Product(const std::filesystem::path& path = programFolder() / "hw_inventory_interface.dll")
         : module(LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32))
@@ -59,12 +67,11 @@ struct Product
     Product(const Product&) = delete;
     ~Product() { FreeLibrary(module); }
 
-    auto find(const std::string& kind) const
+    decltype(&hardware_inventory_find_cpus) find(const std::string& kind) const
     {
-        return exported<decltype(hardware_inventory_find_cpus)>("hardware_inventory_find_" + kind);
+        return Export(module, "hardware_inventory_find_" + kind);
     }
 
-    // The document, or the status of a failure.
     std::string collect(const std::string& kind) const
     {
         char* buffer = nullptr;
@@ -74,12 +81,5 @@ struct Product
         const std::string document(buffer, size - 1);
         releaseBuffer(buffer);
         return document;
-    }
-
-private:
-    template <class Function>
-    Function* exported(const std::string& name) const
-    {
-        return reinterpret_cast<Function*>(GetProcAddress(module, name.c_str()));
     }
 };

@@ -1,20 +1,14 @@
-#include "hw-inventory-impl/lib/GPU/GpuVendorRegistry.h"
 #include "tests/com/Service.h"
 #include "tests/system/product/Product.h"
 
 #include <setupapi.h>
 
-// A program in a process of its own:
-//   careless NAME...          loads the libraries as a program does that leaves the search to the system
-//   collect PRODUCT NAME...   loads the product as its header advises, and lets it collect
+// A program in a process of its own, which prints where the named libraries come from that are loaded in the end:
+//   careless NAME...          loads them as a program does that leaves the search to the system
+//   collect PRODUCT NAME...   loads the product as its header advises, and lets it collect; exits with the system's error otherwise
 //   document PRODUCT          prints the GPU document, with the vendors' libraries loaded already
-//   complete                  prints what the vendors' libraries report within this program
-// Prints where those of the named libraries come from that are loaded in the end. Exits with the system's error if the product does
-// not load.
 namespace
 {
-using fakes::replaceImport;
-
 int collectAll(const Product& product)
 {
     fakes::serve(product.module);
@@ -37,45 +31,30 @@ struct AnyDevice
     }
 };
 
-void completeGpus(const Product* product)
+void printGpus(const Product& product)
 {
-    const HMODULE libraries[] = {LoadLibraryW(L".\\nvml.dll"), LoadLibraryW(L".\\atiadlxx.dll")};
-    if (product)
-    {
-        replaceImport(product->module, "setupapi.dll", "SetupDiEnumDeviceInfo", &AnyDevice::element);
-        replaceImport(product->module, "setupapi.dll", "SetupDiGetDeviceRegistryPropertyA", &AnyDevice::place);
-        product->setLogger([](std::uint32_t, const char* line) { std::puts(line); });
-        std::puts(product->collect("gpus").c_str());
-    }
-    else
-    {
-        std::vector<HardwareInventory::GpuInfo> gpus(2);
-        gpus[0].pciAddress = L"0000:01:00.0";
-        gpus[1].pciAddress = L"0000:03:00.0";
-        completeFromVendorLibraries(gpus);
-        for (const auto& gpu : gpus)
-            std::printf("%ls: %.2f '%ls'\n", gpu.pciAddress.c_str(), gpu.temperature.value_or(0), gpu.serialNumber.c_str());
-    }
-    for (const HMODULE library : libraries)
-        FreeLibrary(library);
+    const HMODULE library = LoadLibraryW(L".\\nvml.dll");
+    fakes::replaceImport(product.module, "setupapi.dll", "SetupDiEnumDeviceInfo", &AnyDevice::element);
+    fakes::replaceImport(product.module, "setupapi.dll", "SetupDiGetDeviceRegistryPropertyA", &AnyDevice::place);
+    product.setLogger([](std::uint32_t, const char* line) { std::puts(line); });
+    std::puts(product.collect("gpus").c_str());
+    FreeLibrary(library);
 }
 }
 
 int main(int argc, char** argv)
 {
-    const std::string_view task = argv[1];
-    const Product* const product = task == "collect" || task == "document" ? new Product(argv[2]) : nullptr;
+    const bool careless = argv[1] == std::string_view("careless");
+    const Product* const product = careless ? nullptr : new Product(argv[2]);
     if (product && !product->module)
         return static_cast<int>(product->loadError);
-    if (task == "document" || task == "complete")
-        return completeGpus(product), 0;
+    if (argv[1] == std::string_view("document"))
+        return printGpus(*product), 0;
     if (const int failure = product ? collectAll(*product) : 0)
         return failure;
+    char path[MAX_PATH];
     for (int index = product ? 3 : 2; index < argc; ++index)
-    {
-        char path[MAX_PATH];
         if (const HMODULE module = product ? GetModuleHandleA(argv[index]) : LoadLibraryA(argv[index]))
             if (GetModuleFileNameA(module, path, MAX_PATH) != 0)
                 std::puts(path);
-    }
 }
