@@ -1,12 +1,10 @@
-#!/usr/bin/env python3
-"""Turns the data of real machines into recordings for hw-machine.
-    recordings.py CORPUS FOLDER"""
+"""Recordings for hw-machine of the data of real machines."""
 import json
-import pathlib
-import sys
 
 KINDS = ["Processor", "BaseBoard", "VideoController", "LogicalDiskToPartition", "DiskDrive", "BIOS", "ComputerSystem",
          "OperatingSystem", "ComputerSystemProduct", "Timezone", "QuickFixEngineering", "NetworkAdapter"]
+PARTITIONS = "ASSOCIATORS OF {Win32_DiskDrive.DeviceID='%s'} WHERE ResultClass=Win32_DiskPartition"
+CONFIGURATIONS = "SELECT * FROM Win32_NetworkAdapterConfiguration WHERE SettingID='%s'"
 
 
 def value(variant):
@@ -22,16 +20,14 @@ def queries(classes):
     of = lambda name: objects.get(name.lower(), [])
     answers = {f"SELECT * FROM Win32_{kind}": of("Win32_" + kind) for kind in KINDS}
     answers["SELECT * FROM MSFT_NetAdapter"] = of("MSFT_NetAdapter")
-    partitions = "ASSOCIATORS OF {Win32_DiskDrive.DeviceID='%s'} WHERE ResultClass=Win32_DiskPartition"
-    configurations = "SELECT * FROM Win32_NetworkAdapterConfiguration WHERE SettingID='%s'"
-    answers |= {partitions % drive["DeviceID"]: [] for drive in of("Win32_DiskDrive")}
-    answers |= {configurations % (adapter.get("GUID") or ""): [] for adapter in of("Win32_NetworkAdapter")}
-    answers |= {configurations % adapter["DeviceID"]: [] for adapter in of("MSFT_NetAdapter")}
+    answers |= {PARTITIONS % drive["DeviceID"]: [] for drive in of("Win32_DiskDrive")}
+    answers |= {CONFIGURATIONS % (adapter.get("GUID") or ""): [] for adapter in of("Win32_NetworkAdapter")}
+    answers |= {CONFIGURATIONS % adapter["DeviceID"]: [] for adapter in of("MSFT_NetAdapter")}
     for each in of("Win32_DiskPartition"):
         drive = "\\\\.\\PHYSICALDRIVE" + each["DeviceID"][6:each["DeviceID"].index(",")]  # "Disk #0, Partition #0"
-        answers.setdefault(partitions % drive, []).append(each)
+        answers.setdefault(PARTITIONS % drive, []).append(each)
     for each in of("Win32_NetworkAdapterConfiguration"):
-        answers.setdefault(configurations % each["SettingID"], []).append(each)
+        answers.setdefault(CONFIGURATIONS % each["SettingID"], []).append(each)
     for each in of("Win32_LogicalDisk"):
         answers.setdefault(f"SELECT * FROM Win32_LogicalDisk WHERE DeviceID = '{each['DeviceID']}'", []).append(each)
     return answers
@@ -83,22 +79,10 @@ def recordings(corpus):
     devices, as those of video controllers; and firmware."""
     for file in sorted((corpus / "wmi").glob("*.json")):
         classes = json.loads(file.read_text("utf-8"))
-        for modern in (True, False):
-            for virtual in (True, False):
-                name = file.stem + ("" if modern else "-old") + ("-vm" if virtual else "")
-                yield name, recording(classes, None, modern, virtual)
+        for suffix, modern, virtual in (("", True, False), ("-vm", True, True), ("-old", False, False), ("-old-vm", False, True)):
+            yield file.stem + suffix, recording(classes, None, modern, virtual)
     lines = (corpus / "strings" / "pnp_device_ids.txt").read_text("utf-8").splitlines()[1:]
     adapters = [{"Name": {"v": f"Adapter {number}"}, "PNPDeviceID": {"v": line.split("\t")[0]}} for number, line in enumerate(lines)]
     yield "pnp-identifiers", recording({"Win32_VideoController": adapters})
     for file in sorted((corpus / "smbios").glob("*.rsmb")):
         yield "smbios-" + file.stem, recording({}, file.read_bytes())
-
-
-def main(corpus, folder):
-    folder.mkdir(parents=True, exist_ok=True)
-    for name, content in recordings(corpus):
-        (folder / (name + ".json")).write_text(json.dumps(content, ensure_ascii=False, indent=1), "utf-8")
-
-
-if __name__ == "__main__":
-    main(*map(pathlib.Path, sys.argv[1:]))

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Replays real machines and checks their documents by rules of its own, computed from the recorded answers; then the same once more
 with each machine anonymised, which may change nothing but what identifies it.
-    rules.py CORPUS FOLDER SCHEMA PROGRAM..."""
+    rules.py CORPUS FOLDER SCHEMA PROGRAM"""
 import json
 import os
 import pathlib
@@ -15,36 +15,32 @@ sys.dont_write_bytecode = True  # the sources stay as they are
 import recordings
 
 PRIVATE = {"serialNumber", "macAddress", "ipAddresses", "machineName", "owner", "organization", "domain", "logonServer"}
-PARTITIONS = "ASSOCIATORS OF {Win32_DiskDrive.DeviceID='%s'} WHERE ResultClass=Win32_DiskPartition"
 failures = []
 
 
 def expect(rule, found, expected):
     if found != expected:
         failures.append(f"{expect.place}: {rule}: {found!r}, expected {expected!r}")
-    return found == expected
 
 
 def texts(objects, name):
     return [next((value for key, value in each.items() if key.lower() == name.lower()), None) or "" for each in objects]
 
 
-def check_pci(place, record, id):
+def check_pci(record, id):
     pci = id.upper().startswith("PCI\\")
-    expect(place + ": id", record.get("deviceID", ""), id[8:12].upper() + ":" + id[17:21].upper() if pci else "")
+    expect("id", record.get("deviceID", ""), id[8:12].upper() + ":" + id[17:21].upper() if pci else "")
     for name in (record.get("manufacturer", ""), record.get("model", "")):
-        expect(place + ": trimmed", pci and name, pci and name.strip("\r\n\t ."))
+        expect("trimmed", name, name.strip("\r\n\t .") if pci else name)
 
 
-def check_adapters(of, documents, modern):
+def check_adapters(of, adapters, modern):
     objects = [each for each in of("MSFT_NetAdapter" if modern else "Win32_NetworkAdapter")
                if not each.get("Virtual") and each.get("PhysicalAdapter") is not False]
-    adapters = documents["networkAdapters"]
     expect("adapters", len(adapters), len(objects))
-    mac_name, setting_name = ("PermanentAddress", "DeviceID") if modern else ("MACAddress", "GUID")
-    for adapter, *facts in zip(adapters, *(texts(objects, name) for name in ("PNPDeviceID", mac_name, setting_name))):
-        id, mac, setting = facts
-        check_pci("adapter", adapter, id)
+    names = ("PNPDeviceID", "PermanentAddress", "DeviceID") if modern else ("PNPDeviceID", "MACAddress", "GUID")
+    for adapter, id, mac, setting in zip(adapters, *(texts(objects, name) for name in names)):
+        check_pci(adapter, id)
         address = adapter.get("macAddress", "")
         expect("MAC address", bool(re.fullmatch("(..:){5}..|", address)), True)
         expect("MAC address", address.replace(":", "") if modern else address, mac)
@@ -52,13 +48,12 @@ def check_adapters(of, documents, modern):
         expect("IP addresses", adapter.get("ipAddresses", []), configured[-1]["IPAddress"] or [] if configured else [])
 
 
-def check_disks(of, documents):
-    disks = documents["disks"]
+def check_disks(of, disks, answers):
     expect("disks", [disk.get("serialNumber", "") for disk in disks], texts(of("Win32_DiskDrive"), "SerialNumber"))
     links = [(link["Antecedent"].split('"')[1], link["Dependent"].split('"')[1]) for link in of("Win32_LogicalDiskToPartition")]
     for disk, drive in zip(disks, of("Win32_DiskDrive")):
         partitions = disk.get("partitions", [])
-        expect("partitions", [each["name"] for each in partitions], texts(of(PARTITIONS % drive["DeviceID"]), "Name"))
+        expect("partitions", [each["name"] for each in partitions], texts(of(recordings.PARTITIONS % drive["DeviceID"]), "Name"))
         used = 0
         for each in partitions:
             volumes = [of(f"Win32_LogicalDisk WHERE DeviceID = '{id}'") for name, id in links if name == each["name"]]
@@ -67,47 +62,7 @@ def check_disks(of, documents):
             used += each["size"] - free
         size = int(drive["Size"] or 0)
         expect("disk", (disk["size"], disk["availableSpace"]), (size, max(size - used, 0)))
-
-
-def check_devices(of, documents, virtual):
-    expect("processors", [cpu["name"] for cpu in documents["cpus"]], texts(of("Win32_Processor"), "Name"))
-    ids = texts([each for each in of("Win32_VideoController") if each["Name"] != "Microsoft Remote Display Adapter"], "PNPDeviceID")
-    expect("controllers", len(documents["gpus"]), len(ids) or int(virtual))
-    for gpu, id in zip(documents["gpus"], ids):
-        check_pci("controller", gpu, id)
-        expect("controller: names", bool(gpu["name"] and gpu["model"]), True)
-    expect("boards", len(documents["motherBoards"]), len(of("Win32_BaseBoard")) or int(virtual))
-
-
-def check_system(of, documents, virtual):
-    system = documents["system"]
-    written = lambda text: re.sub(r"(....)(..)(..)(..)(..)(..)\..*", r"\2/\3/\1 \4:\5:\6", text or "")
-    for each in of("Win32_OperatingSystem"):
-        expect("OS", system["osInfo"].get("name", ""), (each.get("Name") or "").split("|")[0])
-        for key, name in (("bootTime", "LastBootUpTime"), ("installationDate", "InstallDate")):
-            expect("date", system.get(key, ""), written(each.get(name)))
-    for bios in of("Win32_BIOS"):
-        expect("BIOS", system["biosVersion"].endswith(written(bios.get("ReleaseDate"))[:10]), True)
-        expect("serial", system.get("serialNumber", ""), "" if virtual else bios.get("SerialNumber") or "")
-    expect("host", [system.get("machineName", "")], texts(of("Win32_ComputerSystem"), "Name") or [""])
-    expect("type", "type" in system, bool(of("Win32_ComputerSystem")) and not virtual)
-    hotfixes = of("Win32_QuickFixEngineering")
-    expect("hotfixes", [(fix.get("name", ""), fix.get("installationDate", "")) for fix in documents["hotfixes"]],
-           list(zip(texts(hotfixes, "HotFixID"), texts(hotfixes, "InstalledOn"))))
-
-
-def check_memory(answers, documents, virtual):
-    modules = [(8 << 30, "")] if virtual else []
-    table = answers.get("firmware table RSMB 0", {"structures": [], "rest": ""})
-    for formatted, *strings in table["structures"]:
-        module = bytes.fromhex(formatted)
-        size = int.from_bytes(module[0x0C:0x0E], "little")
-        if module[0] == 17 and size:
-            size = int.from_bytes(module[0x1C:0x20], "little") if size == 0x7FFF else size
-            number = module[0x18] if len(module) > 0x18 else 0
-            modules.append((size << 20, strings[number - 1].strip() if 0 < number <= len(strings) else ""))
-    found = [(module["capacity"], module.get("serialNumber", "").strip()) for module in documents["rams"]]
-    expect("modules", found[:len(modules)] if table["rest"] else found, modules)
+        expect("media", disk.get("mediaType", ""), {"True": "SSD", "False": "HDD"}.get(str(answers["trim " + drive["DeviceID"]]), ""))
 
 
 def check(answers, documents):
@@ -116,11 +71,31 @@ def check(answers, documents):
         return answers.get("query ROOT\\CIMV2 " + wql, answers.get("query ROOT\\StandardCIMV2 " + wql, []))
 
     virtual = answers["vm type"] != 0
-    check_adapters(of, documents, answers["connect optional ROOT\\StandardCIMV2"] is True)
-    check_disks(of, documents)
-    check_devices(of, documents, virtual)
-    check_system(of, documents, virtual)
-    check_memory(answers, documents, virtual)
+    check_adapters(of, documents["networkAdapters"], answers["connect optional ROOT\\StandardCIMV2"] is True)
+    check_disks(of, documents["disks"], answers)
+    expect("processors", [cpu["name"] for cpu in documents["cpus"]], texts(of("Win32_Processor"), "Name"))
+    ids = texts([each for each in of("Win32_VideoController") if each["Name"] != "Microsoft Remote Display Adapter"], "PNPDeviceID")
+    expect("controllers", len(documents["gpus"]), len(ids) or int(virtual))
+    for gpu, id in zip(documents["gpus"], ids):
+        check_pci(gpu, id)
+        expect("controller: names", bool(gpu["name"] and gpu["model"]), True)
+    expect("boards", len(documents["motherBoards"]), len(of("Win32_BaseBoard")) or int(virtual))
+    system = documents["system"]
+    written = lambda text: re.sub(r"(....)(..)(..)(..)(..)(..)\..*", r"\2/\3/\1 \4:\5:\6", text or "")
+    for each in of("Win32_OperatingSystem"):
+        for key, name in (("bootTime", "LastBootUpTime"), ("installationDate", "InstallDate")):
+            expect("date", system.get(key, ""), written(each.get(name)))
+    for bios in of("Win32_BIOS"):
+        expect("BIOS", system["biosVersion"].endswith(written(bios.get("ReleaseDate"))[:10]), True)
+        expect("serial", system.get("serialNumber", ""), "" if virtual else bios.get("SerialNumber") or "")
+    expect("type", "type" in system, bool(of("Win32_ComputerSystem")) and not virtual)
+    hotfixes = of("Win32_QuickFixEngineering")
+    expect("hotfixes", [(fix.get("name", ""), fix.get("installationDate", "")) for fix in documents["hotfixes"]],
+           list(zip(texts(hotfixes, "HotFixID"), texts(hotfixes, "InstalledOn"))))
+    table = answers.get("firmware table RSMB 0", {"structures": [], "rest": ""})
+    areas = [bytes.fromhex(structure[0]) for structure in table["structures"]]
+    modules = sum(area[0] == 17 and any(area[12:14]) for area in areas) + virtual
+    expect("modules", len(documents["rams"]) if not table["rest"] else modules, modules)
 
 
 def run(*command):
@@ -130,10 +105,7 @@ def run(*command):
 
 
 def replay(program, file):
-    documents = {}
-    for line in run(*program, "replay", "--log", file).splitlines():
-        documents |= json.loads(line)
-    return documents
+    return {key: value for line in run(program, "replay", "--log", file).splitlines() for key, value in json.loads(line).items()}
 
 
 def split(node, key=None):
@@ -163,29 +135,24 @@ def check_anonymised(text, documents, again):
             expect("form", form(new), form(old))
 
 
-def main(corpus, folder, schema, *program):
-    folder = pathlib.Path(folder)
-    if not pathlib.Path(corpus, "wmi").is_dir():
+def main(corpus, folder, schema, program):
+    if not (corpus / "wmi").is_dir():
         sys.exit(77)
-    validator = jsonschema.Draft202012Validator(json.loads(pathlib.Path(schema).read_text("utf-8")))
-    (folder / "anonymised").mkdir(parents=True, exist_ok=True)
+    validator = jsonschema.Draft202012Validator(json.loads(schema.read_text("utf-8")))
+    folder.mkdir(parents=True, exist_ok=True)
     (folder / "key").write_bytes(b"key")
-    recordings.main(pathlib.Path(corpus), folder)
-    for file in sorted(folder.glob("*.json")):
-        expect.place = file.name
-        documents = replay(program, file)
-        check(json.loads(file.read_text("utf-8"))["answers"], documents)
-        anonymised = folder / "anonymised" / file.name
-        run(*program, "anonymise", file, "-o", anonymised, "--key", folder / "key")
+    file, anonymised = folder / "recording.json", folder / "anonymised.json"
+    for expect.place, recording in recordings.recordings(corpus):
+        file.write_text(json.dumps(recording), "utf-8")
+        run(program, "anonymise", file, "-o", anonymised, "--key", folder / "key")
         text = anonymised.read_text("utf-8")
-        again = replay(program, anonymised)
-        check(json.loads(text)["answers"], again)
+        documents, again = replay(program, file), replay(program, anonymised)
+        for replayed, content in ((documents, recording), (again, json.loads(text))):
+            check(content["answers"], replayed)
+            expect("schema", [error.message[:200] for error in validator.iter_errors(content)], [])
         check_anonymised(text, documents, again)
-        for each in (file, anonymised):
-            expect("schema", [error.message[:200] for error in validator.iter_errors(json.loads(each.read_text("utf-8")))], [])
     print(*failures, sep="\n")
     sys.exit(f"{len(failures)} broken rules" if failures else 0)
 
 
-if __name__ == "__main__":
-    main(*sys.argv[1:])
+main(*map(pathlib.Path, sys.argv[1:]))
