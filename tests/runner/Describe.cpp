@@ -2,7 +2,6 @@
 #include "hw-inventory-impl/lib/GPU/AMDGroup.h"
 #include "hw-inventory-impl/lib/GPU/GPUException.h"
 #include "hw-inventory-impl/lib/GPU/NvidiaGroup.h"
-#include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "hw-inventory-impl/lib/SMBIOS/SmbiosInventory.h"
 #include "hw-inventory-impl/lib/SMBIOS/Win32Parser.h"
 #include "hw-inventory-interface/ErrorHandling/Exception.h"
@@ -12,12 +11,30 @@
 #include "vm-detect/HostFacts.h"
 #include "vm-detect/Rules.h"
 
+#include <sstream>
+
 using namespace HardwareInventory;
+
+template <>
+struct nlohmann::adl_serializer<std::wstring>
+{
+    static void to_json(Json& json, const std::wstring& text) { json = ZelStdCore::toUtf8(text); }
+};
+
+// Six digits.
+template <>
+struct nlohmann::adl_serializer<Reading>
+{
+    static void to_json(Json& json, Reading value)
+    {
+        json = value ? Json(std::stod((std::ostringstream() << *value).str())) : Json();
+    }
+};
 
 namespace
 {
-template <class Record, class... More>
-Json device(const Record& record, const More&... more)
+template <class... More>
+Json device(const DeviceInfo& record, const More&... more)
 {
     return facts("name", record.name, "manufacturer", record.manufacturer, "model", record.model, "status",
                  std::wstring(statusText(record.status)), "place", record.deviceID + record.pciAddress, more...);
@@ -39,49 +56,43 @@ Json describe(const RamInfo& ram)
     return device(ram, "serialNumber", ram.serialNumber, "capacity", ram.capacity, "deviceLocator", ram.deviceLocator);
 }
 
-Json describe(const AMDGPU& gpu)
+Json describe(const std::shared_ptr<AMDGPU>& gpu)
 {
-    const AMDReadings& r = gpu.readings();
-    const Json adapter = {gpu.adapterIndex(), gpu.pciAddress(), gpu.name(), gpu.overdriveVersion()};
-    return facts("adapter", adapter, "edge", r.edgeTemperature, "memory", r.memoryTemperature, "vddc", r.vddcRegulatorTemperature,
-                 "mvdd", r.mvddRegulatorTemperature, "mvdd0", r.mvdd0RegulatorTemperature, "mvdd1", r.mvdd1RegulatorTemperature,
-                 "liquid", r.liquidTemperature, "plx", r.plxTemperature, "hot spot", r.hotSpotTemperature, "soc",
-                 r.socRegulatorTemperature, "graphics W", r.graphicsPower, "ppt W", r.pptPower, "socket W", r.socketPower, "asic W",
-                 r.asicPower, "soc W", r.socPower, "graphics V", r.graphicsVoltage, "memory V", r.memoryVoltage, "soc V",
-                 r.socVoltage, "graphics %", r.graphicsActivity, "memory %", r.memoryActivity);
+    const int result = gpu->update();
+    const AMDReadings& r = gpu->readings();
+    return facts("update", result, "adapter", Json{gpu->adapterIndex(), gpu->pciAddress(), gpu->name(), gpu->overdriveVersion()},
+                 "edge", r.edgeTemperature, "memory", r.memoryTemperature, "vddc", r.vddcRegulatorTemperature, "mvdd",
+                 r.mvddRegulatorTemperature, "mvdd0", r.mvdd0RegulatorTemperature, "mvdd1", r.mvdd1RegulatorTemperature, "liquid",
+                 r.liquidTemperature, "plx", r.plxTemperature, "hot spot", r.hotSpotTemperature, "soc", r.socRegulatorTemperature,
+                 "graphics W", r.graphicsPower, "ppt W", r.pptPower, "socket W", r.socketPower, "asic W", r.asicPower, "soc W",
+                 r.socPower, "graphics V", r.graphicsVoltage, "memory V", r.memoryVoltage, "soc V", r.socVoltage, "graphics %",
+                 r.graphicsActivity, "memory %", r.memoryActivity);
 }
 
-Json describe(const NvidiaGPU& gpu)
+Json describe(const std::shared_ptr<NvidiaGPU>& gpu)
 {
-    const NvidiaReadings& r = gpu.readings();
-    return facts("device", Json{gpu.index(), r.pciBusId, r.serial}, "degrees", r.temperature, "W", Reading(r.powerWatts), "gpu %",
-                 r.gpuUtilization, "memory %", r.memoryUtilization, "used %", Reading(r.memoryUsedPercent), "free KiB",
-                 Reading(r.memoryFreeKiB), "used KiB", Reading(r.memoryUsedKiB), "total KiB", Reading(r.memoryTotalKiB));
+    const int result = gpu->update();
+    const NvidiaReadings& r = gpu->readings();
+    return facts("update", result, "device", Json{gpu->index(), r.pciBusId, r.serial}, "degrees", r.temperature, "W",
+                 Reading(r.powerWatts), "gpu %", r.gpuUtilization, "memory %", r.memoryUtilization, "used %",
+                 Reading(r.memoryUsedPercent), "free KiB", Reading(r.memoryFreeKiB), "used KiB", Reading(r.memoryUsedKiB),
+                 "total KiB", Reading(r.memoryTotalKiB));
 }
 
-template <class Record>
-Json listOf(const std::vector<Record>& records)
+Json listOf(const auto& records)
 {
     Json list = Json::array();
-    for (const Record& record : records)
+    for (const auto& record : records)
         list.push_back(describe(record));
     return list;
 }
 
 // Of a group that was made and refreshed once.
 template <class Group, class Failure>
-Json listOf()
+Json gpusOf()
 try
 {
-    const Group group;
-    Json list = Json::array();
-    for (const auto& gpu : group.gpus())
-    {
-        const int result = gpu->update();
-        list.push_back(describe(*gpu));
-        list.back().update(facts("update", result));
-    }
-    return list;
+    return listOf(Group().gpus());
 }
 catch (const Failure& failure)
 {
@@ -96,11 +107,11 @@ try
 {
     Json numbers = Json::array();
     SMBIOS::Win32Parser parser;
-    for (int type = 0; type < 128; ++type)
-        parser.registerHandler(static_cast<std::uint8_t>(type),
-                               [&numbers](const SMBIOS::Version& version, const SMBIOS::Struct* structure) {
-                                   numbers.insert(numbers.end(), {version.major, version.minor, structure->type()});
-                               });
+    const auto note = [&numbers](const SMBIOS::Version& version, const SMBIOS::Struct* structure) {
+        numbers.insert(numbers.end(), {version.major, version.minor, structure->type()});
+    };
+    for (std::uint8_t type = 0; type < 128; ++type)
+        parser.registerHandler(type, note);
     parser.parse(entryPoint);
     return numbers;
 }
@@ -108,6 +119,15 @@ catch (const ErrorHandling::Exception& error)
 {
     return ZelStdCore::toUtf8(error.function() + L" in " + error.file() + L": " + error.message());
 }
+}
+
+Json factsOf(const std::vector<Json>& namesAndValues)
+{
+    Json facts = Json::object();
+    for (auto each = namesAndValues.begin(); each != namesAndValues.end(); each += 2)
+        if (!each[1].empty() && each[1] != "" && (each[1] != 0 || each[1].is_number_float()))
+            facts[each->get<std::string>()] = each[1];
+    return facts;
 }
 
 Json described(const std::string& key)
@@ -118,7 +138,7 @@ try
     if (key == "vmType")
         return Platform::vmType();
     if (key == "vendorGpus")
-        return {{"amd", listOf<AMDGroup, AMDException>()}, {"nvidia", listOf<NvidiaGroup, NvidiaException>()}};
+        return {{"amd", gpusOf<AMDGroup, AMDException>()}, {"nvidia", gpusOf<NvidiaGroup, NvidiaException>()}};
     const SMBIOS::SmbiosInventory smbios;
     return facts("boards", listOf(smbios.baseBoards()), "processors", listOf(smbios.processors()), "modules",
                  listOf(smbios.memoryModules()), "manufacturer", smbios.manufacturer(), "model", smbios.model(), "serialNumber",
@@ -131,19 +151,13 @@ catch (const std::exception& error)
 
 int hypervisorOf(const Json& row)
 {
-    VmDetect::HostFacts facts;
     const auto text = [&row](const char* name) { return row.value(name, ""); };
-    facts.firmware = {text("bios"),
-                      text("biosVersion"),
-                      text("manufacturer"),
-                      text("product"),
-                      text("version"),
-                      text("boardManufacturer"),
-                      text("board"),
-                      {"Not Specified", text("assetTag")},
-                      {"Default string", text("oem")},
-                      row.value("mark", false)};
-    facts.registryBiosVersions = {text("registry")};
-    facts.hypervisor = {row.contains("signature"), text("signature"), text("second"), row.value("root", false)};
-    return static_cast<int>(VmDetect::hypervisorType(facts));
+    using Texts = std::vector<std::string>;
+    const VmDetect::FirmwareFacts firmware(text("bios"), text("biosVersion"), text("manufacturer"), text("product"),
+                                           text("version"), text("boardManufacturer"), text("board"),
+                                           Texts{"Not Specified", text("assetTag")}, Texts{"Default string", text("oem")},
+                                           row.value("mark", false));
+    const VmDetect::HypervisorFacts hypervisor{row.contains("signature"), text("signature"), text("second"),
+                                               row.value("root", false)};
+    return static_cast<int>(VmDetect::hypervisorType({hypervisor, firmware, {text("registry")}}));
 }

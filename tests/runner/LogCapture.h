@@ -18,8 +18,6 @@ public:
         ZelStdCore::HostLogger::instance().set([](std::uint32_t level, const char* message) { kept.emplace_back(level, message); });
     }
     ~LogCapture() { ZelStdCore::HostLogger::instance().set(nullptr); }
-    LogCapture(const LogCapture&) = delete;
-
     const Lines& lines() const { return kept; }
     void clear() { kept.clear(); }
 

@@ -3,8 +3,8 @@
 #include "hw-inventory-impl/lib/SMBIOS/SmbiosInventory.h"
 #include "hw-inventory-impl/lib/SMBIOS/Win32Parser.h"
 #include "machine/Answers.h"
-#include "st-core/lib/HostLogger.h"
 #include "st-core/lib/Utf8.h"
+#include "tests/runner/LogCapture.h"
 #include "tests/runner/Replay.h"
 #include "vm-detect/HostFacts.h"
 #include "vm-detect/Rules.h"
@@ -31,10 +31,7 @@ void answer(const Json& answers)
 std::wstring printed(const Json& facts)
 {
     static const std::regex control("\\\\(u00..|[bfnrt])");
-    std::wstring text = widen(std::regex_replace(facts.dump(1), control, "."));
-    std::ranges::replace_if(
-        text, [](wchar_t letter) { return letter > L'~'; }, L'.');
-    return text;
+    return std::regex_replace(widen(std::regex_replace(facts.dump(1), control, ".")), std::wregex(L"[^\n -~]"), L".");
 }
 
 // Adds the facts that dmidecode's fields of a structure give. Where the inventory differs by intent, its rule applies.
@@ -58,13 +55,11 @@ void add(Json& all, const Version& version, const Struct& structure, const Json&
     if (!chassis.empty() && chassis != "rack mount chassis" && chassis != "multi-system" && chassis != "mini pc")
         all["chassisType"] = chassis;
     // A socket without a processor is listed like others. Cores count from version 2.5 on.
+    const char* const status = fields["Status"] == 2 ? "disabled by user" : fields["Status"] == 3 ? "has issues" : "ok";
     if (type == StructureType::processor && fields["Type"] == "Central Processor")
         all["processors"].push_back(facts("name", text("Version"), "model", text("Version"), "manufacturer", vendor(), "status",
-                                          fields["Status"] == 2   ? "disabled by user"
-                                          : fields["Status"] == 3 ? "has issues"
-                                                                  : "ok",
-                                          "maxClockSpeed", fields["Max Speed"], "processorID", text("ID"), "socketDesignation",
-                                          text("Socket Designation"), "cores",
+                                          status, "maxClockSpeed", fields["Max Speed"], "processorID", text("ID"),
+                                          "socketDesignation", text("Socket Designation"), "cores",
                                           version >= Version{2, 5} ? fields["Core Enabled"] : Json()));
     if (type == StructureType::memoryDevice && !fields["Size"].is_null())
     {
@@ -151,12 +146,10 @@ TEST(SmbiosTable, IsReadOnceItCanBe)
 
 TEST(SmbiosTable, RunsTheLastHandlerOfATypeAndWarnsOfAnEarlierOne)
 {
-    static std::string log;
-    ZelStdCore::HostLogger::instance().set([](std::uint32_t level, const char* line)
-                                           { log += std::to_string(level) + " " + line; });
+    const LogCapture log;
     Win32Parser parser;
     for (const int handler : {1, 2})
         parser.registerHandler(127, [handler](const auto&, const auto*) { EXPECT_EQ(handler, 2); });
     parser.walk(Struct({}));
-    EXPECT_EQ(log, "1 substitution of structure handler: end-of-table");
+    EXPECT_EQ(log.lines(), (LogCapture::Lines{{1, "substitution of structure handler: end-of-table"}}));
 }
