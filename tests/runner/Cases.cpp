@@ -74,12 +74,10 @@ std::string formattedArea(const std::string& shortened)
 // The table of a version. A text behind its structures takes the place of the end-of-table structure.
 Json tableOf(const std::string& version, Json structures)
 {
-    Json rest = "7f 04 00 00 00 00";
-    if (!structures.empty() && structures.back().is_string())
-    {
-        rest = structures.back();
+    const bool broken = !structures.empty() && structures.back().is_string();
+    const Json rest = broken ? structures.back() : "7f 04 00 00 00 00";
+    if (broken)
         structures.erase(structures.size() - 1);
-    }
     for (Json& structure : structures)
         structure[0] = formattedArea(structure[0]);
     return {{"header", "00 0" + version.substr(0, 1) + " 0" + version.substr(2) + " 00 ff ff ff ff"},
@@ -140,17 +138,13 @@ Case changed(Case base, Json json)
     for (const auto& [question, times] : json["asked"].items())
         base.asked[questionOf(question)] = times;
     base.rows = json["rows"];
+    base.cases = json["cases"];
     return base;
-}
-
-Json fileOf(const std::string& name)
-{
-    return Json::parse(std::ifstream(std::string(MACHINES "/") + name + ".json"), nullptr, true, true);
 }
 
 Case machineOf(const std::string& name)
 {
-    const Json file = fileOf(name);
+    const Json file = Json::parse(std::ifstream(std::string(MACHINES "/") + name + ".json"), nullptr, true, true);
     Case base;
     base.recording = {{"format", "hw-machine recording"}, {"version", 1}, {"answers", Json::object()}};
     base.documents = base.statuses = Json::object();
@@ -159,26 +153,22 @@ Case machineOf(const std::string& name)
     base.file = name;
     return changed(base, file);
 }
+}
 
-std::vector<Case> load()
+const std::vector<Case>& all()
 {
-    std::vector<Case> loaded;
+    static std::vector<Case> loaded;
+    if (!loaded.empty())
+        return loaded;
     for (const auto& entry : std::filesystem::directory_iterator(MACHINES))
     {
         if (entry.path().extension() != ".json")
             continue;
         const Case machine = machineOf(entry.path().stem().string());
         loaded.push_back(machine);
-        for (const Json& json : fileOf(machine.file).value("cases", Json::array()))
+        for (const Json& json : machine.cases)
             loaded.push_back(changed(machine, json));
     }
-    return loaded;
-}
-}
-
-const std::vector<Case>& all()
-{
-    static const std::vector<Case> loaded = load();
     return loaded;
 }
 

@@ -11,7 +11,7 @@
 #include "vm-detect/HostFacts.h"
 #include "vm-detect/Rules.h"
 
-#include <sstream>
+#include <cmath>
 
 using namespace HardwareInventory;
 
@@ -21,46 +21,25 @@ struct nlohmann::adl_serializer<std::wstring>
     static void to_json(Json& json, const std::wstring& text) { json = ZelStdCore::toUtf8(text); }
 };
 
-// Six digits.
 template <>
 struct nlohmann::adl_serializer<Reading>
 {
-    static void to_json(Json& json, Reading value)
-    {
-        json = value ? Json(std::stod((std::ostringstream() << *value).str())) : Json();
-    }
+    static void to_json(Json& json, Reading value) { json = value ? Json(std::round(*value * 1e3) / 1e3) : Json(); }
 };
 
 namespace
 {
-template <class... More>
-Json device(const DeviceInfo& record, const More&... more)
+Json device(const DeviceInfo& record, const auto&... more)
 {
     return facts("name", record.name, "manufacturer", record.manufacturer, "model", record.model, "status",
                  std::wstring(statusText(record.status)), "place", record.deviceID + record.pciAddress, more...);
 }
 
-Json describe(const MotherBoardInfo& board)
+Json describe(AMDGPU& gpu)
 {
-    return device(board, "serialNumber", board.serialNumber);
-}
-
-Json describe(const CpuInfo& cpu)
-{
-    return device(cpu, "maxClockSpeed", cpu.maxClockSpeed, "cores", cpu.cores, "socketDesignation", cpu.socketDesignation,
-                  "processorID", cpu.processorID);
-}
-
-Json describe(const RamInfo& ram)
-{
-    return device(ram, "serialNumber", ram.serialNumber, "capacity", ram.capacity, "deviceLocator", ram.deviceLocator);
-}
-
-Json describe(const std::shared_ptr<AMDGPU>& gpu)
-{
-    const int result = gpu->update();
-    const AMDReadings& r = gpu->readings();
-    return facts("update", result, "adapter", Json{gpu->adapterIndex(), gpu->pciAddress(), gpu->name(), gpu->overdriveVersion()},
+    const int result = gpu.update();
+    const AMDReadings& r = gpu.readings();
+    return facts("update", result, "adapter", Json{gpu.adapterIndex(), gpu.pciAddress(), gpu.name(), gpu.overdriveVersion()},
                  "edge", r.edgeTemperature, "memory", r.memoryTemperature, "vddc", r.vddcRegulatorTemperature, "mvdd",
                  r.mvddRegulatorTemperature, "mvdd0", r.mvdd0RegulatorTemperature, "mvdd1", r.mvdd1RegulatorTemperature, "liquid",
                  r.liquidTemperature, "plx", r.plxTemperature, "hot spot", r.hotSpotTemperature, "soc", r.socRegulatorTemperature,
@@ -69,22 +48,14 @@ Json describe(const std::shared_ptr<AMDGPU>& gpu)
                  r.graphicsActivity, "memory %", r.memoryActivity);
 }
 
-Json describe(const std::shared_ptr<NvidiaGPU>& gpu)
+Json describe(NvidiaGPU& gpu)
 {
-    const int result = gpu->update();
-    const NvidiaReadings& r = gpu->readings();
-    return facts("update", result, "device", Json{gpu->index(), r.pciBusId, r.serial}, "degrees", r.temperature, "W",
+    const int result = gpu.update();
+    const NvidiaReadings& r = gpu.readings();
+    return facts("update", result, "device", Json{gpu.index(), r.pciBusId, r.serial}, "degrees", r.temperature, "W",
                  Reading(r.powerWatts), "gpu %", r.gpuUtilization, "memory %", r.memoryUtilization, "used %",
                  Reading(r.memoryUsedPercent), "free KiB", Reading(r.memoryFreeKiB), "used KiB", Reading(r.memoryUsedKiB),
                  "total KiB", Reading(r.memoryTotalKiB));
-}
-
-Json listOf(const auto& records)
-{
-    Json list = Json::array();
-    for (const auto& record : records)
-        list.push_back(describe(record));
-    return list;
 }
 
 // Of a group that was made and refreshed once.
@@ -92,14 +63,15 @@ template <class Group, class Failure>
 Json gpusOf()
 try
 {
-    return listOf(Group().gpus());
+    Json list = Json::array();
+    for (const Group group; const auto& gpu : group.gpus())
+        list.push_back(describe(*gpu));
+    return list;
 }
 catch (const Failure& failure)
 {
     return failure.what();
 }
-
-constexpr std::string_view kEntryPoint = "entryPoint ";
 
 // The types of the structures that an entry point leads to, behind its version, or where and why it fails.
 Json walked(const std::vector<std::uint8_t>& entryPoint)
@@ -133,16 +105,24 @@ Json factsOf(const std::vector<Json>& namesAndValues)
 Json described(const std::string& key)
 try
 {
-    if (key.starts_with(kEntryPoint))
-        return walked(Answers::read<std::vector<std::uint8_t>>(key.substr(kEntryPoint.size())));
+    if (key.starts_with("entryPoint "))
+        return walked(Answers::read<std::vector<std::uint8_t>>(key.substr(11)));
     if (key == "vmType")
         return Platform::vmType();
     if (key == "vendorGpus")
         return {{"amd", gpusOf<AMDGroup, AMDException>()}, {"nvidia", gpusOf<NvidiaGroup, NvidiaException>()}};
     const SMBIOS::SmbiosInventory smbios;
-    return facts("boards", listOf(smbios.baseBoards()), "processors", listOf(smbios.processors()), "modules",
-                 listOf(smbios.memoryModules()), "manufacturer", smbios.manufacturer(), "model", smbios.model(), "serialNumber",
-                 smbios.serialNumber(), "biosVersion", smbios.biosVersion(), "chassisType", smbios.chassisType());
+    Json firmware = facts("manufacturer", smbios.manufacturer(), "model", smbios.model(), "serialNumber", smbios.serialNumber(),
+                          "biosVersion", smbios.biosVersion(), "chassisType", smbios.chassisType());
+    for (const MotherBoardInfo& board : smbios.baseBoards())
+        firmware["boards"].push_back(device(board, "serialNumber", board.serialNumber));
+    for (const CpuInfo& cpu : smbios.processors())
+        firmware["processors"].push_back(device(cpu, "maxClockSpeed", cpu.maxClockSpeed, "cores", cpu.cores, "socketDesignation",
+                                                cpu.socketDesignation, "processorID", cpu.processorID));
+    for (const RamInfo& ram : smbios.memoryModules())
+        firmware["modules"].push_back(device(ram, "serialNumber", ram.serialNumber, "capacity", ram.capacity, "deviceLocator",
+                                             ram.deviceLocator));
+    return firmware;
 }
 catch (const std::exception& error)
 {
