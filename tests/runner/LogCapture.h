@@ -3,13 +3,11 @@
 #include "st-core/lib/HostLogger.h"
 
 #include <string>
-#include <utility>
 #include <vector>
 
 // The host's log, as (level, message) pairs, while an object of this type lives.
-class LogCapture
+struct LogCapture
 {
-public:
     using Lines = std::vector<std::pair<std::uint32_t, std::string>>;
 
     LogCapture()
@@ -21,6 +19,5 @@ public:
     const Lines& lines() const { return kept; }
     void clear() { kept.clear(); }
 
-private:
     static inline Lines kept;
 };
