@@ -52,7 +52,8 @@ def table_answer(table):
         if end < 0:
             break
         strings = table[strings_at:end].split(b"\0") if end > strings_at else []
-        structures.append([table[at:strings_at].hex(" "), *(each.decode() if each.isascii() else {"hex": each.hex(" ")} for each in strings)])
+        texts = (each.decode() if each.isascii() else {"hex": each.hex(" ")} for each in strings)
+        structures.append([table[at:strings_at].hex(" "), *texts])
         at = end + 2
     return {"header": table[:8].hex(" "), "structures": structures, "rest": table[at:].hex(" ")}
 
@@ -159,7 +160,8 @@ def check(answers, documents):
             expect("date", system.get(key, ""), written(each.get(name)))
     for bios in of("Win32_BIOS"):
         expect("BIOS", system["biosVersion"].endswith(written(bios.get("ReleaseDate"))[:10]), True)
-    expect("hotfixes", [fix.get("installationDate", "") for fix in documents["hotfixes"]], texts(of("Win32_QuickFixEngineering"), "InstalledOn"))
+    dates = texts(of("Win32_QuickFixEngineering"), "InstalledOn")
+    expect("hotfixes", [fix.get("installationDate", "") for fix in documents["hotfixes"]], dates)
     table = answers.get("firmware table RSMB 0", {"structures": [], "rest": ""})
     areas = [bytes.fromhex(structure[0]) for structure in table["structures"]]
     modules = sum(area[0] == 17 and any(area[12:14]) for area in areas) + virtual

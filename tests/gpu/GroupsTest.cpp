@@ -38,9 +38,7 @@ int createMain(Adl::MemoryCallback allocate, int)
 template <class Object>
 Texts callsAtEnd()
 {
-    auto object = std::make_unique<Object>();
-    calls.clear();
-    object.reset();
+    Object(), calls.clear(); // before the object ends
     return calls;
 }
 

@@ -62,8 +62,9 @@ std::string formattedArea(const std::string& shortened)
     words >> word;
     if (word.find(':') == word.npos)
         return shortened;
-    std::string area = word.substr(0, 2) + " " + word.substr(3);
-    for (std::size_t byte = 2; byte < std::stoul(word.substr(3), nullptr, 16); ++byte)
+    const std::size_t length = std::stoul(word.substr(3), nullptr, 16);
+    std::string area = word.replace(2, 1, " ");
+    while (area.size() < 3 * length - 1)
         area += " 00";
     while (words >> word)
         for (std::size_t at = word.find('=') + 1, to = 3 * std::stoul(word, nullptr, 16); at < word.size(); at += 2, to += 3)
@@ -127,13 +128,11 @@ Case changed(Case base, Json json)
         else
             base.documents[Json::json_pointer(pointer)] = spelledOut(value);
     }
-    base.logInOrder = !json["wholeLog"].is_null();
-    if (base.logInOrder)
-        base.log = linesOf(json["wholeLog"]);
+    base.logInOrder = json.contains("wholeLog");
+    base.log = base.logInOrder ? linesOf(json["wholeLog"]) : base.log;
     for (const std::string& line : linesOf(json["unlogged"]))
         std::erase(base.log, line);
-    for (const std::string& line : linesOf(json["log"]))
-        base.log.push_back(line);
+    std::ranges::copy(linesOf(json["log"]), std::back_inserter(base.log));
     base.asked.clear();
     for (const auto& [question, times] : json["asked"].items())
         base.asked[questionOf(question)] = times;

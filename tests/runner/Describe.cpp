@@ -73,24 +73,6 @@ catch (const Failure& failure)
     return failure.what();
 }
 
-// The types of the structures that an entry point leads to, behind its version, or where and why it fails.
-Json walked(const std::vector<std::uint8_t>& entryPoint)
-try
-{
-    Json numbers = Json::array();
-    SMBIOS::Win32Parser parser;
-    const auto note = [&numbers](const SMBIOS::Version& version, const SMBIOS::Struct* structure) {
-        numbers.insert(numbers.end(), {version.major, version.minor, structure->type()});
-    };
-    for (std::uint8_t type = 0; type < 128; ++type)
-        parser.registerHandler(type, note);
-    parser.parse(entryPoint);
-    return numbers;
-}
-catch (const ErrorHandling::Exception& error)
-{
-    return ZelStdCore::toUtf8(error.function() + L" in " + error.file() + L": " + error.message());
-}
 }
 
 Json factsOf(const std::vector<Json>& namesAndValues)
@@ -106,7 +88,17 @@ Json described(const std::string& key)
 try
 {
     if (key.starts_with("entryPoint "))
-        return walked(Answers::read<std::vector<std::uint8_t>>(key.substr(11)));
+    {
+        Json numbers = Json::array();
+        SMBIOS::Win32Parser parser;
+        const auto note = [&numbers](const SMBIOS::Version& version, const SMBIOS::Struct* structure) {
+            numbers.insert(numbers.end(), {version.major, version.minor, structure->type()});
+        };
+        for (std::uint8_t type = 0; type < 128; ++type)
+            parser.registerHandler(type, note);
+        parser.parse(Answers::read<std::vector<std::uint8_t>>(key.substr(11)));
+        return numbers;
+    }
     if (key == "vmType")
         return Platform::vmType();
     if (key == "vendorGpus")
@@ -123,6 +115,10 @@ try
         firmware["modules"].push_back(device(ram, "serialNumber", ram.serialNumber, "capacity", ram.capacity, "deviceLocator",
                                              ram.deviceLocator));
     return firmware;
+}
+catch (const ErrorHandling::Exception& error)
+{
+    return ZelStdCore::toUtf8(error.function() + L" in " + error.file() + L": " + error.message());
 }
 catch (const std::exception& error)
 {
