@@ -67,16 +67,15 @@ TEST(AnonymiserTest, EqualStaysEqual)
     const Json answers = anonymised(kData["recording"]);
     for (const std::string place : kData["changed"])
     {
-        const Json& value = answers.at(Json::json_pointer(place));
-        const Json& original = kData["recording"].at(Json::json_pointer(place));
+        const Json &value = answers.at(Json::json_pointer(place)), &original = kData["recording"].at(Json::json_pointer(place));
         EXPECT_NE(value, original) << place;
         EXPECT_TRUE(value.is_number() || original.dump().ends_with("\xC3\xA4\"") || value.dump().size() == original.dump().size())
             << value;
     }
     const Json& object = answers["query W Win32_ComputerSystem"][0];
     const Json& log = answers["connect X"]["log"];
-    EXPECT_EQ(plain(object["MACAddress"]), plain(object["PermanentAddress"]));
-    EXPECT_EQ(plain(object["MACAddress"]), plain(log[2][1]));
+    EXPECT_TRUE(plain(object["MACAddress"]) == plain(object["PermanentAddress"]) &&
+                plain(log[2][1]) == plain(object["MACAddress"]));
     EXPECT_EQ(plain(log[0][1]), "cusers" + plain(log[1][1]) + "x");
     const std::string question = answers.rbegin().key();
     EXPECT_EQ(answers[question][0]["IPAddress"][0], answers[question][0]["IPAddress"][1]);
