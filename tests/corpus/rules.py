@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Replays real machines and checks their documents by rules of its own, computed from the recorded answers; then the same once more
 with each machine anonymised, which may change nothing but what identifies it.
-    rules.py CORPUS FOLDER SCHEMA PROGRAM..."""
+    rules.py CORPUS FOLDER SCHEMA PROGRAM"""
 import json
 import os
 import pathlib
@@ -11,40 +11,109 @@ import sys
 
 import jsonschema
 
-sys.dont_write_bytecode = True  # the sources stay as they are
-import recordings
-
-PRIVATE = {"serialNumber", "macAddress", "ipAddresses", "machineName", "owner", "organization", "domain", "logonServer"}
+KINDS = ["Processor", "BaseBoard", "VideoController", "LogicalDiskToPartition", "DiskDrive", "BIOS", "ComputerSystem",
+         "OperatingSystem", "ComputerSystemProduct", "Timezone", "QuickFixEngineering", "NetworkAdapter"]
 PARTITIONS = "ASSOCIATORS OF {Win32_DiskDrive.DeviceID='%s'} WHERE ResultClass=Win32_DiskPartition"
+CONFIGURATIONS = "SELECT * FROM Win32_NetworkAdapterConfiguration WHERE SettingID='%s'"
+PRIVATE = {"serialNumber", "macAddress", "ipAddresses", "machineName", "owner", "organization", "domain", "logonServer"}
 failures = []
+
+
+def value(held):
+    """32 bits for every number, as a recording has it."""
+    return (held + 2**31) % 2**32 - 2**31 if type(held) is int else held
+
+
+def queries(classes):
+    """The readers' queries and their answers, without the namespace."""
+    objects = {name.lower(): [{key: value(held["v"]) for key, held in each.items()} for each in all] for name, all in classes.items()}
+    of = lambda name: objects.get(name.lower(), [])
+    answers = {f"SELECT * FROM Win32_{kind}": of("Win32_" + kind) for kind in KINDS}
+    answers["SELECT * FROM MSFT_NetAdapter"] = of("MSFT_NetAdapter")
+    answers |= {PARTITIONS % drive["DeviceID"]: [] for drive in of("Win32_DiskDrive")}
+    answers |= {CONFIGURATIONS % (adapter.get("GUID") or ""): [] for adapter in of("Win32_NetworkAdapter")}
+    answers |= {CONFIGURATIONS % adapter["DeviceID"]: [] for adapter in of("MSFT_NetAdapter")}
+    for each in of("Win32_DiskPartition"):
+        drive = "\\\\.\\PHYSICALDRIVE" + each["DeviceID"][6:each["DeviceID"].index(",")]  # "Disk #0, Partition #0"
+        answers.setdefault(PARTITIONS % drive, []).append(each)
+    for each in of("Win32_NetworkAdapterConfiguration"):
+        answers.setdefault(CONFIGURATIONS % each["SettingID"], []).append(each)
+    for each in of("Win32_LogicalDisk"):
+        answers.setdefault(f"SELECT * FROM Win32_LogicalDisk WHERE DeviceID = '{each['DeviceID']}'", []).append(each)
+    return answers
+
+
+def table_answer(table):
+    """Structures up to the first that is not whole, each the formatted area and the strings, and the rest."""
+    structures, at = [], 8
+    while at + 4 <= len(table) and table[at + 1] >= 4:
+        strings_at = at + table[at + 1]
+        end = table.find(b"\0\0", strings_at)
+        if end < 0:
+            break
+        strings = table[strings_at:end].split(b"\0") if end > strings_at else []
+        texts = (each.decode() if each.isascii() else {"hex": each.hex(" ")} for each in strings)
+        structures.append([table[at:strings_at].hex(" "), *texts])
+        at = end + 2
+    return {"header": table[:8].hex(" "), "structures": structures, "rest": table[at:].hex(" ")}
+
+
+def recording(classes, table=None, modern=True, virtual=False):
+    answers = {"connect ROOT\\CIMV2": True, "connect optional ROOT\\StandardCIMV2": modern or {"failed": 2},
+               "domain controller": {"status": 1355, "name": "", "freeStatus": 0},
+               "registry SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\DisplayVersion": "23H2",
+               "locale 2048 language": "en", "locale 2048 country": "US", "physical memory": 8 << 30,
+               "vm type": 5 if virtual else 0, "vm virtual 5": True, "vm virtual 0": False,
+               "message 2": "The system cannot find the file specified.\r\n", "firmware tables RSMB": 0,
+               "module nvml.dll": False, "module atiadlxx.dll": False, "module atiadlxy.dll": False}
+    for query, objects in queries(classes).items():
+        answers[f"query ROOT\\{'StandardCIMV2' if 'MSFT' in query else 'CIMV2'} {query}"] = objects
+    for number, each in enumerate(answers["query ROOT\\CIMV2 SELECT * FROM Win32_DiskDrive"]):
+        answers["trim " + each["DeviceID"]] = [True, False, {"failed": "openDrive", "code": 5}][number % 3]
+    for number, each in enumerate(answers["query ROOT\\CIMV2 SELECT * FROM Win32_VideoController"]):
+        answers["device " + each["PNPDeviceID"]] = {"busNumber": number + 1, "address": number}
+    if table is not None:
+        answers |= {"firmware tables RSMB": 4, "firmware table RSMB 0": table_answer(table)}
+    return {"format": "hw-machine recording", "version": 1, "anonymised": False, "answers": answers}
+
+
+def recordings(corpus):
+    """Names and recordings: WMI in four ways, since the second namespace and a hypervisor decide what is read; all identifiers of
+    devices, as those of video controllers; and firmware."""
+    for file in sorted((corpus / "wmi").glob("*.json")):
+        classes = json.loads(file.read_text("utf-8"))
+        for suffix, modern, virtual in (("", True, False), ("-vm", True, True), ("-old", False, False), ("-old-vm", False, True)):
+            yield file.stem + suffix, recording(classes, None, modern, virtual)
+    lines = (corpus / "strings" / "pnp_device_ids.txt").read_text("utf-8").splitlines()[1:]
+    adapters = [{"Name": {"v": f"Adapter {number}"}, "PNPDeviceID": {"v": line.split("\t")[0]}} for number, line in enumerate(lines)]
+    yield "pnp-identifiers", recording({"Win32_VideoController": adapters})
+    for file in sorted((corpus / "smbios").glob("*.rsmb")):
+        yield "smbios-" + file.stem, recording({}, file.read_bytes())
 
 
 def expect(rule, found, expected):
     if found != expected:
         failures.append(f"{expect.place}: {rule}: {found!r}, expected {expected!r}")
-    return found == expected
 
 
 def texts(objects, name):
     return [next((value for key, value in each.items() if key.lower() == name.lower()), None) or "" for each in objects]
 
 
-def check_pci(place, record, id):
+def check_pci(record, id):
     pci = id.upper().startswith("PCI\\")
-    expect(place + ": id", record.get("deviceID", ""), id[8:12].upper() + ":" + id[17:21].upper() if pci else "")
+    expect("id", record.get("deviceID", ""), id[8:12].upper() + ":" + id[17:21].upper() if pci else "")
     for name in (record.get("manufacturer", ""), record.get("model", "")):
-        expect(place + ": trimmed", pci and name, pci and name.strip("\r\n\t ."))
+        expect("trimmed", name, name.strip("\r\n\t .") if pci else name)
 
 
-def check_adapters(of, documents, modern):
+def check_adapters(of, adapters, modern):
     objects = [each for each in of("MSFT_NetAdapter" if modern else "Win32_NetworkAdapter")
                if not each.get("Virtual") and each.get("PhysicalAdapter") is not False]
-    adapters = documents["networkAdapters"]
     expect("adapters", len(adapters), len(objects))
-    mac_name, setting_name = ("PermanentAddress", "DeviceID") if modern else ("MACAddress", "GUID")
-    for adapter, *facts in zip(adapters, *(texts(objects, name) for name in ("PNPDeviceID", mac_name, setting_name))):
-        id, mac, setting = facts
-        check_pci("adapter", adapter, id)
+    names = ("PNPDeviceID", "PermanentAddress", "DeviceID") if modern else ("PNPDeviceID", "MACAddress", "GUID")
+    for adapter, id, mac, setting in zip(adapters, *(texts(objects, name) for name in names)):
+        check_pci(adapter, id)
         address = adapter.get("macAddress", "")
         expect("MAC address", bool(re.fullmatch("(..:){5}..|", address)), True)
         expect("MAC address", address.replace(":", "") if modern else address, mac)
@@ -52,8 +121,7 @@ def check_adapters(of, documents, modern):
         expect("IP addresses", adapter.get("ipAddresses", []), configured[-1]["IPAddress"] or [] if configured else [])
 
 
-def check_disks(of, documents):
-    disks = documents["disks"]
+def check_disks(of, disks, answers):
     expect("disks", [disk.get("serialNumber", "") for disk in disks], texts(of("Win32_DiskDrive"), "SerialNumber"))
     links = [(link["Antecedent"].split('"')[1], link["Dependent"].split('"')[1]) for link in of("Win32_LogicalDiskToPartition")]
     for disk, drive in zip(disks, of("Win32_DiskDrive")):
@@ -67,47 +135,7 @@ def check_disks(of, documents):
             used += each["size"] - free
         size = int(drive["Size"] or 0)
         expect("disk", (disk["size"], disk["availableSpace"]), (size, max(size - used, 0)))
-
-
-def check_devices(of, documents, virtual):
-    expect("processors", [cpu["name"] for cpu in documents["cpus"]], texts(of("Win32_Processor"), "Name"))
-    ids = texts([each for each in of("Win32_VideoController") if each["Name"] != "Microsoft Remote Display Adapter"], "PNPDeviceID")
-    expect("controllers", len(documents["gpus"]), len(ids) or int(virtual))
-    for gpu, id in zip(documents["gpus"], ids):
-        check_pci("controller", gpu, id)
-        expect("controller: names", bool(gpu["name"] and gpu["model"]), True)
-    expect("boards", len(documents["motherBoards"]), len(of("Win32_BaseBoard")) or int(virtual))
-
-
-def check_system(of, documents, virtual):
-    system = documents["system"]
-    written = lambda text: re.sub(r"(....)(..)(..)(..)(..)(..)\..*", r"\2/\3/\1 \4:\5:\6", text or "")
-    for each in of("Win32_OperatingSystem"):
-        expect("OS", system["osInfo"].get("name", ""), (each.get("Name") or "").split("|")[0])
-        for key, name in (("bootTime", "LastBootUpTime"), ("installationDate", "InstallDate")):
-            expect("date", system.get(key, ""), written(each.get(name)))
-    for bios in of("Win32_BIOS"):
-        expect("BIOS", system["biosVersion"].endswith(written(bios.get("ReleaseDate"))[:10]), True)
-        expect("serial", system.get("serialNumber", ""), "" if virtual else bios.get("SerialNumber") or "")
-    expect("host", [system.get("machineName", "")], texts(of("Win32_ComputerSystem"), "Name") or [""])
-    expect("type", "type" in system, bool(of("Win32_ComputerSystem")) and not virtual)
-    hotfixes = of("Win32_QuickFixEngineering")
-    expect("hotfixes", [(fix.get("name", ""), fix.get("installationDate", "")) for fix in documents["hotfixes"]],
-           list(zip(texts(hotfixes, "HotFixID"), texts(hotfixes, "InstalledOn"))))
-
-
-def check_memory(answers, documents, virtual):
-    modules = [(8 << 30, "")] if virtual else []
-    table = answers.get("firmware table RSMB 0", {"structures": [], "rest": ""})
-    for formatted, *strings in table["structures"]:
-        module = bytes.fromhex(formatted)
-        size = int.from_bytes(module[0x0C:0x0E], "little")
-        if module[0] == 17 and size:
-            size = int.from_bytes(module[0x1C:0x20], "little") if size == 0x7FFF else size
-            number = module[0x18] if len(module) > 0x18 else 0
-            modules.append((size << 20, strings[number - 1].strip() if 0 < number <= len(strings) else ""))
-    found = [(module["capacity"], module.get("serialNumber", "").strip()) for module in documents["rams"]]
-    expect("modules", found[:len(modules)] if table["rest"] else found, modules)
+        expect("media", disk.get("mediaType", ""), {"True": "SSD", "False": "HDD"}.get(str(answers["trim " + drive["DeviceID"]]), ""))
 
 
 def check(answers, documents):
@@ -116,11 +144,28 @@ def check(answers, documents):
         return answers.get("query ROOT\\CIMV2 " + wql, answers.get("query ROOT\\StandardCIMV2 " + wql, []))
 
     virtual = answers["vm type"] != 0
-    check_adapters(of, documents, answers["connect optional ROOT\\StandardCIMV2"] is True)
-    check_disks(of, documents)
-    check_devices(of, documents, virtual)
-    check_system(of, documents, virtual)
-    check_memory(answers, documents, virtual)
+    check_adapters(of, documents["networkAdapters"], answers["connect optional ROOT\\StandardCIMV2"] is True)
+    check_disks(of, documents["disks"], answers)
+    expect("processors", [cpu["name"] for cpu in documents["cpus"]], texts(of("Win32_Processor"), "Name"))
+    ids = texts([each for each in of("Win32_VideoController") if each["Name"] != "Microsoft Remote Display Adapter"], "PNPDeviceID")
+    expect("controllers", len(documents["gpus"]), len(ids) or int(virtual))
+    for gpu, id in zip(documents["gpus"], ids):
+        check_pci(gpu, id)
+        expect("controller: names", bool(gpu["name"] and gpu["model"]), True)
+    expect("boards", len(documents["motherBoards"]), len(of("Win32_BaseBoard")) or int(virtual))
+    system = documents["system"]
+    written = lambda text: re.sub(r"(....)(..)(..)(..)(..)(..)\..*", r"\2/\3/\1 \4:\5:\6", text or "")
+    for each in of("Win32_OperatingSystem"):
+        for key, name in (("bootTime", "LastBootUpTime"), ("installationDate", "InstallDate")):
+            expect("date", system.get(key, ""), written(each.get(name)))
+    for bios in of("Win32_BIOS"):
+        expect("BIOS", system["biosVersion"].endswith(written(bios.get("ReleaseDate"))[:10]), True)
+    dates = texts(of("Win32_QuickFixEngineering"), "InstalledOn")
+    expect("hotfixes", [fix.get("installationDate", "") for fix in documents["hotfixes"]], dates)
+    table = answers.get("firmware table RSMB 0", {"structures": [], "rest": ""})
+    areas = [bytes.fromhex(structure[0]) for structure in table["structures"]]
+    modules = sum(area[0] == 17 and any(area[12:14]) for area in areas) + virtual
+    expect("modules", len(documents["rams"]) if not table["rest"] else modules, modules)
 
 
 def run(*command):
@@ -130,10 +175,7 @@ def run(*command):
 
 
 def replay(program, file):
-    documents = {}
-    for line in run(*program, "replay", "--log", file).splitlines():
-        documents |= json.loads(line)
-    return documents
+    return {key: value for line in run(program, "replay", "--log", file).splitlines() for key, value in json.loads(line).items()}
 
 
 def split(node, key=None):
@@ -163,29 +205,24 @@ def check_anonymised(text, documents, again):
             expect("form", form(new), form(old))
 
 
-def main(corpus, folder, schema, *program):
-    folder = pathlib.Path(folder)
-    if not pathlib.Path(corpus, "wmi").is_dir():
+def main(corpus, folder, schema, program):
+    if not (corpus / "wmi").is_dir():
         sys.exit(77)
-    validator = jsonschema.Draft202012Validator(json.loads(pathlib.Path(schema).read_text("utf-8")))
-    (folder / "anonymised").mkdir(parents=True, exist_ok=True)
+    validator = jsonschema.Draft202012Validator(json.loads(schema.read_text("utf-8")))
+    folder.mkdir(parents=True, exist_ok=True)
     (folder / "key").write_bytes(b"key")
-    recordings.main(pathlib.Path(corpus), folder)
-    for file in sorted(folder.glob("*.json")):
-        expect.place = file.name
-        documents = replay(program, file)
-        check(json.loads(file.read_text("utf-8"))["answers"], documents)
-        anonymised = folder / "anonymised" / file.name
-        run(*program, "anonymise", file, "-o", anonymised, "--key", folder / "key")
+    file, anonymised = folder / "recording.json", folder / "anonymised.json"
+    for expect.place, content in recordings(corpus):
+        file.write_text(json.dumps(content), "utf-8")
+        run(program, "anonymise", file, "-o", anonymised, "--key", folder / "key")
         text = anonymised.read_text("utf-8")
-        again = replay(program, anonymised)
-        check(json.loads(text)["answers"], again)
+        documents, again = replay(program, file), replay(program, anonymised)
+        for replayed, recorded in ((documents, content), (again, json.loads(text))):
+            check(recorded["answers"], replayed)
+            expect("schema", [error.message[:200] for error in validator.iter_errors(recorded)], [])
         check_anonymised(text, documents, again)
-        for each in (file, anonymised):
-            expect("schema", [error.message[:200] for error in validator.iter_errors(json.loads(each.read_text("utf-8")))], [])
     print(*failures, sep="\n")
     sys.exit(f"{len(failures)} broken rules" if failures else 0)
 
 
-if __name__ == "__main__":
-    main(*sys.argv[1:])
+main(*map(pathlib.Path, sys.argv[1:]))

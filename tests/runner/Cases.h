@@ -20,6 +20,7 @@ struct Case
     std::vector<std::string> log;
     bool logInOrder;
     Json asked; // how often, by question
+    Json cases; // of a file's machine
     Json rows;  // facts of hosts, each with its "type"
 };
 

@@ -3,13 +3,11 @@
 #include "st-core/lib/HostLogger.h"
 
 #include <string>
-#include <utility>
 #include <vector>
 
 // The host's log, as (level, message) pairs, while an object of this type lives.
-class LogCapture
+struct LogCapture
 {
-public:
     using Lines = std::vector<std::pair<std::uint32_t, std::string>>;
 
     LogCapture()
@@ -18,11 +16,8 @@ public:
         ZelStdCore::HostLogger::instance().set([](std::uint32_t level, const char* message) { kept.emplace_back(level, message); });
     }
     ~LogCapture() { ZelStdCore::HostLogger::instance().set(nullptr); }
-    LogCapture(const LogCapture&) = delete;
-
     const Lines& lines() const { return kept; }
     void clear() { kept.clear(); }
 
-private:
     static inline Lines kept;
 };

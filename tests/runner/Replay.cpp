@@ -18,23 +18,16 @@ std::vector<std::string> lines;
 // The text of a failure is left without its place in the source.
 void keepLine(std::uint32_t level, const char* message)
 {
-    constexpr const char* levels[] = {"info", "warning", "error", "trace"};
     static const std::regex address("0x[0-9a-f]{6,}|\\b[0-9A-F]{16}\\b");
-    static const std::regex place("^.*?:[A-Za-z:_~]*:[0-9]+:");
-    static const std::regex trace("(:\\[[0-9]+\\] |\n)[^]*");
     static const std::regex cause("( format: )[^]*"); // whatever the C library's error number holds
+    static const std::regex place("^.*?:[A-Za-z:_~]*:[0-9]+:"), trace("(:\\[[0-9]+\\] |\n)[^]*");
+    static const std::regex vendors("has already been registered$|^(trying to find vendor|vendor candidates|closest vendor) ");
     std::string line = std::regex_replace(std::regex_replace(message, address, "@"), cause, "$1@");
     if (level == 2)
         line = std::regex_replace(std::regex_replace(line, trace, ""), place, "");
-    static const std::regex vendors("has already been registered$|^(trying to find vendor|vendor candidates|closest vendor) ");
     if (!std::regex_search(line, vendors))
-        lines.push_back(std::string(levels[level]) + " " + line);
+        lines.push_back(std::to_array({"info ", "warning ", "error ", "trace "})[level] + line);
 }
-
-struct LastRefused
-{
-    ~LastRefused() { hardware_inventory_set_logger(nullptr); }
-};
 }
 
 void setMachine(const Json& json)
@@ -48,19 +41,16 @@ Replayed collect(std::string_view only, const std::vector<std::string>& keys)
 {
     lines.clear();
     hardware_inventory_set_logger(keepLine);
-    const LastRefused clear;
     Replayed replayed{Json::object(), Json::object(), {}};
     for (const Kind& kind : kKinds)
     {
         if (!only.empty() && kind.name != only)
             continue;
-        char* const untouched = nullptr;
-        char* buffer = untouched;
+        char* buffer = nullptr;
         std::size_t size = 7;
-        const ExportStatus status = kind.find(&buffer, &size);
-        if (status != EXPORT_STATUS_SUCCESS)
+        if (const ExportStatus status = kind.find(&buffer, &size))
         {
-            EXPECT_TRUE(buffer == untouched && size == 7) << kind.name << ": a failed call wrote its outputs";
+            EXPECT_TRUE(!buffer && size == 7) << kind.name << ": a failed call wrote its outputs";
             replayed.statuses[std::string(kind.name)] = status;
             continue;
         }
@@ -72,6 +62,7 @@ Replayed collect(std::string_view only, const std::vector<std::string>& keys)
     }
     for (const std::string& key : keys)
         replayed.documents[key] = described(key);
+    hardware_inventory_set_logger(nullptr);
     replayed.log = lines;
     return replayed;
 }

@@ -1,12 +1,8 @@
 #pragma once
 
 #include "machine/Recording.h"
-#include "st-core/lib/Utf8.h"
 
-#include <optional>
-#include <sstream>
 #include <string>
-#include <type_traits>
 #include <vector>
 
 // A machine replayed in this process: from its first collection on, as a host's first call finds it.
@@ -30,25 +26,12 @@ std::size_t timesAsked(const std::string& question);
 // "entryPoint BYTES": where the SMBIOS entry point leads.
 HardwareInventory::Json described(const std::string& key);
 
+// Names and values, without those that are null, "", [] or 0; a reading may be 0.0.
+HardwareInventory::Json factsOf(const std::vector<HardwareInventory::Json>& namesAndValues);
+HardwareInventory::Json facts(const auto&... namesAndValues)
+{
+    return factsOf({HardwareInventory::Json(namesAndValues)...});
+}
+
 // The type by vm-detect's rules of a host with these facts.
 int hypervisorOf(const HardwareInventory::Json& facts);
-
-// Names and values, without what is empty, 0 or absent. A reading has six digits, and 0 is one.
-template <class Value, class... More>
-HardwareInventory::Json facts(const char* name, const Value& value, const More&... more)
-{
-    HardwareInventory::Json json;
-    if constexpr (std::is_same_v<Value, std::wstring>)
-        json = ZelStdCore::toUtf8(value);
-    else if constexpr (std::is_same_v<Value, std::optional<float>>)
-        json = value ? HardwareInventory::Json::parse((std::ostringstream() << *value).str()) : json;
-    else
-        json = value;
-    HardwareInventory::Json all = HardwareInventory::Json::object();
-    if (!json.is_null() && json != "" && json != HardwareInventory::Json::array() &&
-        (json != 0 || std::is_same_v<Value, std::optional<float>>))
-        all[name] = json;
-    if constexpr (sizeof...(more) != 0)
-        all.update(facts(more...));
-    return all;
-}
