@@ -229,7 +229,8 @@ Json Anonymiser::structureWithoutFreeText(const Json& structure) const
     const auto type = static_cast<std::uint8_t>(bytes[0]);
     if (type >= kFirstOemType || type == kHostInterface)
     {
-        std::fill(bytes.begin() + std::min(kHeaderSize, bytes.size()), bytes.end(), '\0');
+        const std::size_t kept = std::min(kHeaderSize, bytes.size());
+        bytes.replace(kept, std::string::npos, bytes.size() - kept, '\0');
         copy[0] = encoded(bytes);
     }
     if (type >= kFirstOemType || type == kHostInterface || type == SmbiosType::oemStrings || type == kConfigurationOptions)

@@ -14,7 +14,6 @@ namespace
 {
 using ZelStdCore::CutString;
 using ZelStdCore::SmbiosStructure;
-using ZelStdCore::SmbiosType;
 
 std::string hexadecimal(std::span<const std::uint8_t> bytes)
 {
@@ -228,7 +227,9 @@ Platform::DomainController Codec<Platform::DomainController>::read(const Json& j
 Json Codec<Bytes>::write(const Bytes& table)
 {
     Json json = structured(table);
-    return read(json) == table ? json : Json(hexadecimal(table));
+    if (read(json) != table)
+        json = hexadecimal(table);
+    return json;
 }
 
 Bytes Codec<Bytes>::read(const Json& json)

@@ -75,7 +75,7 @@ bool isDigit(wchar_t character)
 bool isLetter(wchar_t character)
 {
     return (character >= L'a' && character <= L'z') ||
-           (character >= 0xC0 && character != 0xD7 && character != 0xF7 && !(character >= 0x2000 && character < 0x2C00));
+           (character >= 0xC0 && character != 0xD7 && character != 0xF7 && (character < 0x2000 || character >= 0x2C00));
 }
 
 bool isLetterOrDigit(wchar_t character)
@@ -119,7 +119,8 @@ std::wstring inOtherOrder(std::wstring digits)
     for (const std::size_t byte : {0, 1, 4, 6})
     {
         const std::size_t other = byte < 2 ? 3 - byte : byte + 1;
-        std::swap_ranges(digits.begin() + 2 * byte, digits.begin() + 2 * byte + 2, digits.begin() + 2 * other);
+        auto* const pair = digits.data() + 2 * byte;
+        std::swap_ranges(pair, pair + 2, digits.data() + 2 * other);
     }
     return digits;
 }

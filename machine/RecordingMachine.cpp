@@ -103,7 +103,7 @@ Result<Bytes, FirmwareStep> RecordingMachine::firmwareTable(std::uint32_t provid
 
 ModuleHandle RecordingMachine::loadModule(const wchar_t* name)
 {
-    const ModuleHandle module = real_.loadModule(name);
+    void* const module = real_.loadModule(name);
     moduleNames[module] = name;
     recording_.add(Questions::module(name), module != nullptr);
     return module;

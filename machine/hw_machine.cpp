@@ -97,11 +97,9 @@ int replay(const std::string& path, const std::vector<std::string>& kinds, bool 
         std::fprintf(stderr, "not recorded: %s\n", question.c_str());
     return static_cast<int>(worst);
 }
-}
 
-int main(int argc, char** argv)
+int run(int argc, char** argv)
 {
-    makeOutputBinary();
     CLI::App program("Captures what the hardware inventory asks of this machine, and replays it on another one.", "hw-machine");
     program.require_subcommand(1);
     std::string file;
@@ -134,9 +132,17 @@ int main(int argc, char** argv)
     {
         return program.exit(error) == 0 ? 0 : kUsageError;
     }
-    catch (const std::exception& error)
-    {
-        std::fprintf(stderr, "hw-machine: %s\n", error.what());
-        return kFailure;
-    }
+}
+}
+
+int main(int argc, char** argv)
+try
+{
+    makeOutputBinary();
+    return run(argc, argv);
+}
+catch (const std::exception& error)
+{
+    std::fprintf(stderr, "hw-machine: %s\n", error.what());
+    return kFailure;
 }
