@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <span>
 #include <stdexcept>
 
 namespace HardwareInventory
@@ -229,8 +230,7 @@ Json Anonymiser::structureWithoutFreeText(const Json& structure) const
     const auto type = static_cast<std::uint8_t>(bytes[0]);
     if (type >= kFirstOemType || type == kHostInterface)
     {
-        const std::size_t kept = std::min(kHeaderSize, bytes.size());
-        bytes.replace(kept, std::string::npos, bytes.size() - kept, '\0');
+        std::ranges::fill(std::span(bytes).subspan(std::min(kHeaderSize, bytes.size())), '\0');
         copy[0] = encoded(bytes);
     }
     if (type >= kFirstOemType || type == kHostInterface || type == SmbiosType::oemStrings || type == kConfigurationOptions)
