@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csetjmp>
 #include <utility>
 
 #ifndef _MSC_VER
@@ -184,5 +185,37 @@ TEST_F(Exports, AForeignExceptionIsAFailure)
     EXPECT_EQ(hardware_inventory_find_ram(&buffer, &size), EXPORT_STATUS_OTHER);
     EXPECT_TRUE(buffer == &untouched && size == 7);
     EXPECT_EQ(exceptionString(), "unknown exception");
+}
+#endif
+
+#ifdef _WIN32
+namespace
+{
+std::jmp_buf beforeTheCall;
+int linesToCome;
+
+// Whether the collection logs a line of that number, from which the callback does not return.
+bool isLeftAtLine(int line, const Kind& kind)
+{
+    linesToCome = line;
+    if (setjmp(beforeTheCall) != 0)
+        return true;
+    char* buffer = nullptr;
+    std::size_t size = 0;
+    EXPECT_EQ(kind.find(&buffer, &size), EXPORT_STATUS_SUCCESS) << kind.name;
+    release_buffer(buffer);
+    return false;
+}
+}
+
+// What the call holds is lost, so not where leaks are counted. The process-wide objects are built all the same.
+TEST_F(Exports, TheCallbackCanLeaveByALongJump)
+{
+    setMachine(wholeMachine());
+    hardware_inventory_set_logger([](uint32_t, const char*) { linesToCome-- == 0 ? std::longjmp(beforeTheCall, 1) : void(); });
+    for (const Kind& kind : kKinds)
+        for (int line = 0; isLeftAtLine(line, kind); ++line)
+            ;
+    EXPECT_EQ(Json::diff(cases::find("whole", "machine").documents, collect().documents).dump(), "[]");
 }
 #endif
