@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Compares what hw-machine is told of Nvidia's devices by the real driver with nvidia-smi. Needs jq. Ends with 77 without a driver.
+# Compares what hw-machine records of Nvidia's devices, with the real driver, with nvidia-smi. Needs jq. Ends with 77 without a driver.
 #   nvml.sh [HW-MACHINE]
 set -euo pipefail
 program=${1:-$(dirname "${BASH_SOURCE[0]}")/../build/native/bin/hw-machine}

@@ -117,7 +117,7 @@ TEST(Tracer, NamesTheObjectAtAnAddressAndListsModulesThroughPsapi)
     expectFailure([&] { tracer.getObject(0x10); }, L"failed to get object at 0x10: ");
 }
 
-// The maker is in the exception's own fields. An inventory exception's constructor is one more frame than the other's.
+// The thrower is in the exception's own fields. An inventory exception's constructor is one more frame than the other's.
 TEST(Tracer, ExceptionsLeaveTheirConstructorsOut)
 {
     Names (*volatile const make[])() = {&Made::runtimeException, &Made::inventoryException};
