@@ -123,6 +123,26 @@ void* operator new(std::size_t size)
     return block ? block : throw std::bad_alloc();
 }
 
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
+{
+    return operator new(size, std::nothrow);
+}
+
+void* operator new[](std::size_t size)
+{
+    return operator new(size);
+}
+
+void operator delete[](void* block) noexcept
+{
+    operator delete(block);
+}
+
+void operator delete[](void* block, std::size_t) noexcept
+{
+    operator delete(block);
+}
+
 void operator delete(void* block) noexcept
 {
     heap.live -= block != nullptr;

@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <deque>
+
 using namespace HardwareInventory;
 using Texts = std::vector<std::string>;
 
@@ -24,7 +26,8 @@ void install(const std::set<std::wstring>& libraries, const Json& answers = Json
 {
     Json machine = cases::find("gpu", "machine").recording;
     machine["answers"].update(answers);
-    recording = new Recording(Recording::of(machine));
+    static auto& recordings = *new std::deque<Recording>; // the vendors' libraries are called until the end
+    recording = &recordings.emplace_back(Recording::of(machine));
     installed = libraries;
 }
 

@@ -52,8 +52,11 @@ struct MachineTest : testing::Test
         for (const auto& [question, times] : machine.asked.items())
             EXPECT_EQ(timesAsked(question), times) << question;
         if (machine.recording.dump().find("inTurn") == std::string::npos)
-            for (const auto& [key, document] : collect(kinds).documents.items())
+        {
+            const Json again = collect(kinds).documents;
+            for (const auto& [key, document] : again.items())
                 EXPECT_EQ(document, first.documents.at(key)) << "the second time";
+        }
         for (const Json& row : machine.rows)
             EXPECT_EQ(hypervisorOf(row), row.at("type")) << row;
     }

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <deque>
 #include <regex>
 
 using namespace HardwareInventory;
@@ -33,8 +34,10 @@ void keepLine(std::uint32_t level, const char* message)
 void setMachine(const Json& json)
 {
     // For the life of the process: the vendors' libraries are called until its end.
-    recording = new Recording(Recording::of(json));
-    Platform::useMachine(*new Platform::RecordedMachine(*recording));
+    static auto& recordings = *new std::deque<Recording>;
+    static auto& machines = *new std::deque<Platform::RecordedMachine>;
+    recording = &recordings.emplace_back(Recording::of(json));
+    Platform::useMachine(machines.emplace_back(*recording));
 }
 
 Replayed collect(std::string_view only, const std::vector<std::string>& keys)
