@@ -214,7 +214,7 @@ void giveOutput(const Json& answer, std::size_t& index, Passed passed)
 template <class... Arguments>
 void giveOutputs(const Json& answer, Arguments... arguments)
 {
-    std::size_t index = 1; // NOLINT(misc-const-correctness): not every function has outputs
+    [[maybe_unused]] std::size_t index = 1; // NOLINT(misc-const-correctness): not every function has outputs
     (giveOutput(answer, index, arguments), ...);
 }
 void giveOutputs(const Json& answer, Nvml::Device, char* serial, std::uint32_t size)
