@@ -39,7 +39,11 @@ void writeFile(const std::filesystem::path& path, const std::string& bytes)
     file << bytes;
     file.close();
     if (!file)
-        throw std::runtime_error("cannot write " + beside.string());
+    {
+        std::error_code ignored;
+        std::filesystem::remove(beside, ignored);
+        throw std::runtime_error("cannot write " + path.string());
+    }
     std::filesystem::rename(beside, path);
 }
 
@@ -51,7 +55,12 @@ Recording& keep(Recording recording)
 
 std::string keyOf(const std::string& keyFile)
 {
-    return keyFile.empty() ? HardwareInventory::randomKey() : readFile(keyFile);
+    if (keyFile.empty())
+        return HardwareInventory::randomKey();
+    std::string key = readFile(keyFile);
+    if (key.empty())
+        throw std::runtime_error("the key file is empty");
+    return key;
 }
 
 Recording anonymised(const Recording& recording, const std::string& keyFile)
