@@ -49,7 +49,7 @@ endif()
 
 if(HW_INVENTORY_SANITIZE)
     target_compile_options(inventory-codegen INTERFACE
-        -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+        -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -UNDEBUG -D_GLIBCXX_ASSERTIONS)
     target_link_options(inventory-codegen INTERFACE -fsanitize=address,undefined)
 endif()
 if(HW_INVENTORY_FUZZ)

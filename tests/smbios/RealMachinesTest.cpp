@@ -35,7 +35,7 @@ std::wstring printed(const Json& facts)
 }
 
 // Adds the facts that dmidecode's fields of a structure give. Where the inventory differs by intent, its rule applies.
-void add(Json& all, const Version& version, const Struct& structure, const Json& fields)
+void add(Json& all, const Version& version, const Struct& structure, Json fields)
 {
     const auto text = [&fields](const char* name) { return fields[name].is_null() ? "" : fields[name].get<std::string>(); };
     const auto vendor = [&text] { return toUtf8(vendorText(widen(text("Manufacturer")))); };
