@@ -1,0 +1,45 @@
+"""Documents of all machines match the schemas, wrong ones do not, and what schemas say of the keys is so.
+    check.py PROGRAM      the command-line program over the machine that the variable CASE names"""
+import copy
+import json
+import os
+import re
+import subprocess
+import sys
+
+from documents import ROOT, SCHEMAS, VALIDATORS, errors
+
+EXAMPLES = {key: validator.schema["examples"][0] for key, validator in VALIDATORS.items()}
+failures = []
+
+
+def expect(rule, found, expected):
+    if found != expected:
+        failures.append(f"{rule}: {found!r}, expected {expected!r}")
+
+
+printed, asked = {}, set()
+for file in sorted((ROOT / "tests" / "machines").glob("*.json")):
+    machine = json.loads(re.sub("//.*", "", file.read_text("utf-8")))
+    for case in [f"{file.stem}/{each['name']}" for each in [{"name": "machine"}, *machine.get("cases", [])]]:
+        done = subprocess.run([sys.argv[1], "--log"], capture_output=True, encoding="utf-8", env=os.environ | {"CASE": case, "TZ": "UTC"})
+        printed[case] = done.stdout
+        expect(case, [error for line in done.stdout.splitlines() for error in errors(json.loads(line))], [])
+        asked |= set(re.findall(r"'(\w+)' property of", done.stderr))
+expect("sources", asked, set(re.findall(r"WMI \w+\.(\w+)", json.dumps(SCHEMAS))))
+expect("examples", EXAMPLES, {min(each): each for each in map(json.loads, printed["whole/machine"].splitlines())})
+
+for values, places in json.loads((ROOT / "tests" / "schemas" / "wrong.json").read_text("utf-8")):
+    for place, value in [(place, value) for place in places for value in values]:
+        key, pointer = place.split("#")
+        node = document = copy.deepcopy(EXAMPLES[key])
+        *path, last = [int(part) if part.isdigit() else part for part in pointer.split("/")[1:]]
+        for part in path:
+            node = node[part]
+        node[last] = value
+        if value == "gone":
+            del node[last]
+        found = {at.startswith(pointer.rpartition("/")[0]) for at, _ in errors(document, key)}
+        expect(f"{pointer}: {value!r} is wrong", found, {True})
+
+sys.exit("\n".join(failures) or 0)
