@@ -1,4 +1,4 @@
-"""Documents of all machines match the schemas, wrong ones do not, and what schemas say of the keys is so.
+"""Documents of all machines match the schemas, wrong ones do not, and what schemas and pages say of the keys is so.
     check.py PROGRAM      the command-line program over the machine that the variable CASE names"""
 import copy
 import json
@@ -7,7 +7,7 @@ import re
 import subprocess
 import sys
 
-from documents import ROOT, SCHEMAS, VALIDATORS, errors
+from documents import IDENTIFYING, ROOT, SCHEMAS, VALIDATORS, errors
 
 EXAMPLES = {key: validator.schema["examples"][0] for key, validator in VALIDATORS.items()}
 failures = []
@@ -18,11 +18,15 @@ def expect(rule, found, expected):
         failures.append(f"{rule}: {found!r}, expected {expected!r}")
 
 
+def run(*command, **options):
+    return subprocess.run(command, capture_output=True, encoding="utf-8", **options)
+
+
 printed, asked = {}, set()
 for file in sorted((ROOT / "tests" / "machines").glob("*.json")):
     machine = json.loads(re.sub("//.*", "", file.read_text("utf-8")))
     for case in [f"{file.stem}/{each['name']}" for each in [{"name": "machine"}, *machine.get("cases", [])]]:
-        done = subprocess.run([sys.argv[1], "--log"], capture_output=True, encoding="utf-8", env=os.environ | {"CASE": case, "TZ": "UTC"})
+        done = run(sys.argv[1], "--log", env=os.environ | {"CASE": case, "TZ": "UTC"})
         printed[case] = done.stdout
         expect(case, [error for line in done.stdout.splitlines() for error in errors(json.loads(line))], [])
         asked |= set(re.findall(r"'(\w+)' property of", done.stderr))
@@ -42,4 +46,10 @@ for values, places in json.loads((ROOT / "tests" / "schemas" / "wrong.json").rea
         found = {at.startswith(pointer.rpartition("/")[0]) for at, _ in errors(document, key)}
         expect(f"{pointer}: {value!r} is wrong", found, {True})
 
+script = re.search("```python\n(.*?)```", (ROOT / "docs" / "privacy.md").read_text("utf-8"), re.DOTALL)[1]
+lines = printed["gpus/machine"] + '{"motherBoards":[{"serialNumber":"B"},null,{"name":"n"}]}'
+redacted = run(sys.executable, "-c", script, ROOT / "schemas", input=lines).stdout
+expect("redacted", [error for line in redacted.splitlines() for error in errors(json.loads(line))], [])
+expect("left", [key for key in IDENTIFYING if f'"{key}"' in redacted], [])
+expect("kept", redacted.splitlines()[-1], '{"motherBoards":[null,null,{"name":"n"}]}')
 sys.exit("\n".join(failures) or 0)
