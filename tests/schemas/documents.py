@@ -14,8 +14,7 @@ def noted(pairs):
     return dict(pairs)
 
 
-FILES = sorted((ROOT / "schemas").glob("*.schema.json"))
-SCHEMAS = [json.loads(file.read_text("utf-8"), object_pairs_hook=noted) for file in FILES]
+SCHEMAS = [json.loads(each.read_text("utf-8"), object_pairs_hook=noted) for each in ROOT.glob("schemas/*.schema.json")]
 VALIDATORS = {each["required"][0]: jsonschema.Draft202012Validator(each) for each in SCHEMAS if "$id" in each}
 
 
