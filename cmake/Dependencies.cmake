@@ -23,7 +23,7 @@ else()
 endif()
 
 # For the programs alone.
-if(PROJECT_IS_TOP_LEVEL)
+if(HW_INVENTORY_TOOLS OR HW_INVENTORY_TESTS)
     if(MSVC)
         find_package(CLI11 CONFIG REQUIRED)
     else()

@@ -111,6 +111,7 @@ int run(int argc, char** argv)
 {
     CLI::App program("Captures what the hardware inventory asks of this machine, and replays it on another one.", "hw-machine");
     program.require_subcommand(1);
+    program.allow_windows_style_options(false); // a path can begin with a slash
     std::string file;
     std::string output;
     std::string keyFile;

@@ -30,9 +30,9 @@ themselves, [from-wmic.md](from-wmic.md) the way here from a WMI class.
 - Numbers are unsigned and have up to 64 bits, more than a double holds exactly. `temperature` alone is a double.
 - `status` is `ok`, `has issues` or `disabled by user`. `ok` stands also for WMI's `Degraded` and `Pred Fail`, so it is no
   sign of a sound device. None of today's sources yields `disabled by user`.
-- Names of the PCI ID list that are not trimmed (`manufacturer` of disks, `model` of memory) end with a carriage return
-  where the lines of the embedded list do.
-- A thread's first collection connects it to WMI, which is part of its cost ([more on time](hosting.md#time)).
+- Two names of the PCI ID list are not trimmed and end with a carriage return: the `manufacturer` of a disk and the `model` of
+  a memory module.
+- A thread's first collection connects it to WMI, which is part of its cost ([more on time](hosting.md#time-and-a-wmi-service-that-hangs)).
 """
 
 
