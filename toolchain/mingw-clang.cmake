@@ -15,6 +15,7 @@ set(CMAKE_RC_COMPILER ${triple}-windres)
 set(CMAKE_AR llvm-ar-16)
 set(CMAKE_RANLIB llvm-ranlib-16)
 set(CMAKE_OBJCOPY llvm-objcopy-16)
+set(CMAKE_DLLTOOL llvm-dlltool-16)
 
 # The posix variant is named in full: clang would take whichever of Debian's two it finds first.
 set(cxx_headers ${gcc_libraries}/include/c++)
