@@ -14,11 +14,11 @@ endif()
 install(TARGETS ${shipped} RUNTIME DESTINATION bin COMPONENT runtime)
 install(FILES LICENSE THIRD-PARTY-NOTICES DESTINATION . COMPONENT runtime)
 
-# CMake's own message about a file that is not there is long and names no remedy.
+# CMake's own message about a file that is not there names no remedy. Text after a space stays on one line.
 foreach(target IN LISTS shipped)
     set(symbols "$<TARGET_FILE_DIR:${target}>/$<TARGET_FILE_BASE_NAME:${target}>.pdb")
     install(CODE "if(NOT EXISTS \"${symbols}\")
-        message(FATAL_ERROR \"No symbols at ${symbols}: build ${target} with debugging information\")
+        message(FATAL_ERROR \" No symbols at ${symbols}: build ${target} with debugging information\")
     endif()" COMPONENT symbols)
     install(FILES "${symbols}" DESTINATION bin COMPONENT symbols)
 endforeach()
@@ -49,6 +49,6 @@ install(DIRECTORY schemas/ DESTINATION schemas COMPONENT docs FILES_MATCHING PAT
 if(PROJECT_IS_TOP_LEVEL)
     list(JOIN components "|" names)
     install(CODE "if(CMAKE_INSTALL_COMPONENT AND NOT CMAKE_INSTALL_COMPONENT MATCHES \"^(${names})$\")
-        message(FATAL_ERROR \"No component \${CMAKE_INSTALL_COMPONENT}: there are ${names}\")
+        message(FATAL_ERROR \" No component \${CMAKE_INSTALL_COMPONENT}: there are ${names}\")
     endif()" ALL_COMPONENTS)
 endif()
