@@ -1,21 +1,25 @@
 #!/usr/bin/env bash
-# Builds everything and runs all tests: natively, under the sanitizers and under Wine, and the fuzz targets for a few seconds each.
-# A second compiler builds the portable parts, for its warnings. Ends with a summary.
-#   ./test.sh [PRESET...]     presets: native native-asan native-gcc mingw (all of them without arguments)
+# Builds everything and runs all tests: natively, under the sanitizers and under Wine, then on a release as its users get it, and
+# the fuzz targets for a few seconds each. A second compiler builds the portable parts, for its warnings. Ends with a summary.
+#   ./test.sh [PART...]     parts: native native-asan native-gcc mingw release fuzz (all of them without arguments)
 # Debian 12, as root or with sudo. HW_INVENTORY_PCI_IDS=FILE embeds that PCI ID list. HW_INVENTORY_SOAK=1 soaks the library in 10,000
 # collections instead of 1,000.
 set -uo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
-presets=("$@")
-[[ ${#presets[@]} -gt 0 ]] || presets=(native native-asan native-gcc mingw)
-ensure_packages "${build_packages[@]}" "${test_packages[@]}" "${windows_packages[@]}" || exit 1
+parts=(native native-asan native-gcc mingw release fuzz)
+for part in "$@"; do
+    [[ " ${parts[*]} " == *" $part "* ]] || { echo "test: no part $part: there are ${parts[*]}" >&2; exit 64; }
+done
+[[ $# -eq 0 ]] || parts=("$@")
 
 # Runs one preset's tests; CTest's own report goes to a JUnit file, whose first line holds the counts.
 passed=0 failed=0 skipped=0
 declare -a summary
 run_preset() {
-    local preset=$1 report="$root/build/$preset/tests.xml"
+    local preset=$1 report="$root/build/$preset/tests.xml" packages=("${build_packages[@]}" "${test_packages[@]}")
+    [[ $preset != mingw ]] || packages+=("${windows_packages[@]}")
+    ensure_packages "${packages[@]}" || exit 1
     build "$preset" || { summary+=("$preset: does not build"); failed=$((failed + 1)); return; }
     [[ $preset != native-gcc ]] || { summary+=("$preset: builds without warnings"); passed=$((passed + 1)); return; }
     say "testing $preset"
@@ -30,12 +34,14 @@ run_preset() {
     [[ $tests -gt 0 ]] || failed=$((failed + 1))
 }
 
-# A few seconds for each fuzz target: enough to see that it still runs from its seeds.
-run_fuzzers() {
+# Runs a command that prints a line for each of its tests.
+#   run_lines COMMAND...
+run_lines() {
     local results
-    results=$("$root/fuzz.sh" "${HW_INVENTORY_FUZZ_SECONDS:-5}")
-    passed=$((passed + $(grep -c 'no finding$' <<< "$results")))
-    failed=$((failed + $(grep -c -v 'no finding$' <<< "$results")))
+    results=$("$@")
+    passed=$((passed + $(grep -c -E ': ok$|no finding$' <<< "$results")))
+    skipped=$((skipped + $(grep -c ': skipped$' <<< "$results")))
+    failed=$((failed + $(grep -c -v -E ': ok$|: skipped$|no finding$' <<< "$results")))
     summary+=("$results")
 }
 
@@ -48,10 +54,14 @@ report_share() {
     summary+=("lines: code $product, tests $tests ($((100 * tests / product)) %), data of tests $data")
 }
 
-for preset in "${presets[@]}"; do
-    run_preset "$preset"
+for part in "${parts[@]}"; do
+    case $part in
+        release) run_lines "$root/tests/release/run.sh" ;;
+        # A few seconds for each target: enough to see that it still runs from its seeds.
+        fuzz) run_lines "$root/fuzz.sh" "${HW_INVENTORY_FUZZ_SECONDS:-5}" ;;
+        *) run_preset "$part" ;;
+    esac
 done
-[[ $# -gt 0 ]] || run_fuzzers
 report_share
 printf '%s\n' "${summary[@]}"
 echo "$passed passed, $failed failed, $skipped skipped"

@@ -1,5 +1,8 @@
 # The PCI ID list that the library carries: any pci.ids file, brought to CR LF line ends at build time and embedded as it is.
 set(HW_INVENTORY_PCI_IDS "/usr/share/misc/pci.ids" CACHE FILEPATH "The PCI ID list to embed")
+if(NOT EXISTS "${HW_INVENTORY_PCI_IDS}")
+    message(FATAL_ERROR "No PCI ID list at ${HW_INVENTORY_PCI_IDS}: name one with -DHW_INVENTORY_PCI_IDS=FILE")
+endif()
 
 set(pci_ids_text "${PROJECT_BINARY_DIR}/pci.ids.crlf")
 set(pci_ids_assembly "${PROJECT_SOURCE_DIR}/hw-inventory-impl/lib/PCI/BuiltInList.S")

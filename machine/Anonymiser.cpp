@@ -345,8 +345,9 @@ void Anonymiser::requireNothingLeft(const Json& recording) const
     {
         if (isLeftAnyhow(ZelStdCore::widen(question)))
             throw std::runtime_error("a question contains what should have been anonymised");
+        const std::string& place = question; // a lambda captures no structured binding
         mapped(answer,
-               [&, place = question](const Json& node)
+               [&](const Json& node)
                {
                    if (isLeftAnyhow(textOf(node)))
                        throw std::runtime_error("the answer to \"" + place + "\" contains what should have been anonymised");

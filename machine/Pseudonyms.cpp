@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <optional>
 
 namespace HardwareInventory
@@ -91,7 +92,7 @@ bool isHexadecimal(wchar_t character)
 std::wstring lettersOf(std::wstring_view text)
 {
     std::wstring letters = folded(text);
-    std::erase_if(letters, [](wchar_t character) { return !isLetterOrDigit(character); });
+    std::erase_if(letters, std::not_fn(isLetterOrDigit));
     return letters;
 }
 

@@ -15,6 +15,7 @@ set(CMAKE_RC_COMPILER ${triple}-windres)
 set(CMAKE_AR llvm-ar-16)
 set(CMAKE_RANLIB llvm-ranlib-16)
 set(CMAKE_OBJCOPY llvm-objcopy-16)
+set(CMAKE_DLLTOOL llvm-dlltool-16)
 
 # The posix variant is named in full: clang would take whichever of Debian's two it finds first.
 set(cxx_headers ${gcc_libraries}/include/c++)
@@ -24,6 +25,11 @@ string(APPEND CMAKE_C_FLAGS_INIT " --sysroot=/usr/${triple}")
 string(APPEND CMAKE_CXX_FLAGS_INIT " --sysroot=/usr/${triple}")
 execute_process(COMMAND "${CMAKE_CURRENT_LIST_DIR}/libstdcxx.sh" ${gcc_libraries}
     OUTPUT_VARIABLE cxx_library OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+# Ninja links in the build folder: PDBs name this link and not the builder's home.
+if(CMAKE_GENERATOR MATCHES Ninja)
+    file(CREATE_LINK "${cxx_library}" "${CMAKE_BINARY_DIR}/libstdcxx" SYMBOLIC)
+    set(cxx_library libstdcxx)
+endif()
 foreach(kind EXE SHARED MODULE)
     set(CMAKE_${kind}_LINKER_FLAGS_INIT "-fuse-ld=lld-16 -static -L${cxx_library} -L${gcc_libraries} -Wno-unused-command-line-argument")
 endforeach()

@@ -34,6 +34,8 @@
 #ifndef HW_INVENTORY_INTERFACE_H
 #define HW_INVENTORY_INTERFACE_H
 
+#include "hw_inventory_version.h"
+
 #include <stddef.h>
 #include <stdint.h>
 

@@ -1,18 +1,18 @@
 #!/usr/bin/env bash
-# Builds the libraries once more from a copy of the sources in another folder, and expects the same bytes.
-#   same_bytes.sh SOURCE_FOLDER FOLDER_OF_BUILT_FILES PCI_ID_LIST
+# Builds what is installed once more from a copy of the sources in another folder, and expects the same bytes of every file.
+#   same_bytes.sh SOURCE_FOLDER BUILD_FOLDER PCI_ID_LIST
 set -euo pipefail
-source=$1 built=$2 list=$3
+source=$1 build=$2 list=$3 number=0
 
-copy=$(mktemp -d)/somewhere/else
-trap 'rm -rf "${copy%/somewhere/else}"' EXIT
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+copy="$work/somewhere/else"
 mkdir -p "$copy"
-cp -r "$source"/{CMakeLists.txt,CMakePresets.json,cmake,toolchain,scripts,st-core,vm-detect,hw-inventory-impl,hw-inventory-interface,cli,machine} "$copy"
-cmake -S "$copy" --preset mingw -B "$copy/out" -DHW_INVENTORY_TESTS=OFF "-DHW_INVENTORY_PCI_IDS=$list" > "$copy/log"
-cmake --build "$copy/out" --target hw_inventory_interface vm_detect >> "$copy/log" || { tail -n 30 "$copy/log" >&2; exit 1; }
+tar -C "$source" --exclude=./.git --exclude=./build --exclude=./dist -c . | tar -C "$copy" -x
+cmake -S "$copy" --preset mingw -B "$copy/out" -DHW_INVENTORY_TESTS=OFF "-DHW_INVENTORY_PCI_IDS=$list" > "$work/log"
+cmake --build "$copy/out" --target hw_inventory_interface vm_detect hw-inventory hw-machine >> "$work/log" || { tail -n 30 "$work/log" >&2; exit 1; }
 
-status=0
-for file in hw_inventory_interface.dll hw_inventory_interface.pdb vm_detect.dll vm_detect.pdb; do
-    cmp "$built/$file" "$copy/out/bin/$file" || status=1
+for folder in "$build" "$copy/out"; do
+    cmake --install "$folder" --prefix "$work/installed$((++number))" > "$work/log"
 done
-exit $status
+diff -r "$work"/installed{1,2}
