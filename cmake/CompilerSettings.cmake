@@ -23,7 +23,7 @@ target_include_directories(inventory-settings INTERFACE "${PROJECT_SOURCE_DIR}")
 if(MSVC)
     target_compile_options(inventory-settings INTERFACE /W4 $<$<BOOL:${HW_INVENTORY_WERROR}>:/WX> /utf-8 /guard:cf)
 else()
-    target_compile_options(inventory-settings INTERFACE -Wall -Wextra -Wpedantic $<$<BOOL:${HW_INVENTORY_WERROR}>:-Werror>
+    target_compile_options(inventory-settings INTERFACE -Wall -Wextra $<$<COMPILE_LANGUAGE:CXX>:-Wpedantic> $<$<BOOL:${HW_INVENTORY_WERROR}>:-Werror>
         "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=" "-ffile-prefix-map=${PROJECT_BINARY_DIR}/=")
 endif()
 
