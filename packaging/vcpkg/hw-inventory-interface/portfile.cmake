@@ -21,5 +21,16 @@ if("tools" IN_LIST FEATURES)
 endif()
 file(REMOVE_RECURSE "${CURRENT_PACKAGES_DIR}/debug/include" "${CURRENT_PACKAGES_DIR}/debug/share")
 
+# A release has its pages in its root, a port has them in its own folder.
+foreach(build "" debug/)
+    foreach(page README.md CHANGELOG.md SECURITY.md LICENSE THIRD-PARTY-NOTICES)
+        file(REMOVE "${CURRENT_PACKAGES_DIR}/${build}${page}")
+    endforeach()
+endforeach()
+file(REMOVE_RECURSE "${CURRENT_PACKAGES_DIR}/debug/docs" "${CURRENT_PACKAGES_DIR}/debug/schemas")
+file(MAKE_DIRECTORY "${CURRENT_PACKAGES_DIR}/share/${PORT}")
+file(RENAME "${CURRENT_PACKAGES_DIR}/docs" "${CURRENT_PACKAGES_DIR}/share/${PORT}/docs")
+file(RENAME "${CURRENT_PACKAGES_DIR}/schemas" "${CURRENT_PACKAGES_DIR}/share/${PORT}/schemas")
+
 vcpkg_install_copyright(FILE_LIST "${SOURCE_PATH}/LICENSE" "${SOURCE_PATH}/THIRD-PARTY-NOTICES")
 file(INSTALL "${CMAKE_CURRENT_LIST_DIR}/usage" DESTINATION "${CURRENT_PACKAGES_DIR}/share/${PORT}")
