@@ -20,7 +20,7 @@ dist=$(realpath -m "${1:-$root/dist}")
 [[ -z ${HW_INVENTORY_PCI_IDS:-} || -f $HW_INVENTORY_PCI_IDS ]] || fail "no PCI ID list at $HW_INVENTORY_PCI_IDS"
 
 ensure_packages "${build_packages[@]}" "${windows_packages[@]}" python3 ${key:+osslsigncode} || exit 1
-commit_time=$(git -C "$root" log -1 --format=%ct) || fail "no git checkout: a release is made of a commit"
+commit_time=$(git -C "$root" log -1 --format=%ct 2> /dev/null) || fail "no git checkout: a release is made of a commit"
 [[ -z $(git -C "$root" status --porcelain) ]] || say "not all changes are committed: the archive of the sources lacks them"
 folder="$root/build/mingw" stage="$root/build/mingw/release"
 targets=(hw_inventory_interface vm_detect hw-inventory hw-machine)

@@ -1,4 +1,4 @@
-"""Packs an installed product: the archives of packaging/release.json, the bill of materials, and the sums of all in DIST.
+"""Packs an installed product: the archives of packaging/release.json, a bill of materials, and the sums of all in DIST.
 
     release.py ROOT BUILD STAGE DIST VERSION TIME
 
