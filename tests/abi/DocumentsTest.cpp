@@ -2,10 +2,10 @@
 #include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "hw-inventory-impl/lib/Providers/NetworkReader.h"
 #include "tests/runner/Cases.h"
+#include "tests/runner/LogCapture.h"
 #include "tests/runner/Replay.h"
 
 #include <gtest/gtest.h>
-#include <hw_inventory_interface.h>
 
 using namespace HardwareInventory;
 using namespace Providers::WMIProvider;
@@ -34,13 +34,12 @@ TEST(Documents, OfRecordsThatNoMachineHas)
 
 TEST(Readers, NothingIsReadOfAnAdapterWithoutItsNamespace)
 {
-    static std::string line;
-    hardware_inventory_set_logger([](std::uint32_t level, const char* text) { line = std::to_string(level) + text; });
+    const LogCapture log;
     NetworkAdapterInfo info{{.name = L"Ethernet"}, L"", L"", {}};
     setMachine(cases::find("whole", "machine").recording);
     Platform::connectManagementSource(L"ROOT\\CIMV2")
         ->query(L"SELECT * FROM Win32_NetworkAdapter", [&](auto& adapter) { fillFromNetAdapter(*adapter, nullptr, info); });
-    hardware_inventory_set_logger(nullptr);
     EXPECT_EQ(networkAdaptersDocument({info}), R"({"networkAdapters":[{"name":"Ethernet"}]})");
-    EXPECT_EQ(line, "2no 'ROOT\\StandardCIMv2' WMI namespace connection to fill Ethernet network adapter info");
+    EXPECT_EQ(log.lines(),
+              (LogCapture::Lines{{2, "no 'ROOT\\StandardCIMv2' WMI namespace connection to fill Ethernet network adapter info"}}));
 }

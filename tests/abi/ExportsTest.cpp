@@ -112,7 +112,7 @@ TEST_P(NestedCollection, IsWholeAndLeavesTheOuterOneWhole)
 {
     static bool nested = false;
     static std::vector<Json> inner;
-    const auto documents = []
+    static const auto documents = []
     {
         Json all = Json::array();
         for (const Kind& kind : kKinds)
@@ -124,7 +124,6 @@ TEST_P(NestedCollection, IsWholeAndLeavesTheOuterOneWhole)
         }
         return all;
     };
-    static const auto all = documents;
     Json recording = wholeMachine();
     for (auto& [question, answer] : recording["answers"].items())
         if (question.starts_with("query") && answer.is_array())
@@ -138,7 +137,7 @@ TEST_P(NestedCollection, IsWholeAndLeavesTheOuterOneWhole)
             {
                 if (level != 1 || std::exchange(nested, true))
                     return;
-                inner.push_back(all());
+                inner.push_back(documents());
                 nested = false;
             });
         char* buffer = nullptr;

@@ -3,7 +3,6 @@
 #include "st-core/lib/RuntimeException.cpp"
 
 #include "st-core/lib/HostLogger.h"
-#include "st-core/lib/LastError.h"
 #include "st-core/lib/MemoryMappedFile.h"
 #include "st-core/lib/ModuleVersionWin.h"
 #include "st-core/lib/OSError.h"
