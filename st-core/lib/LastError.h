@@ -23,7 +23,7 @@ std::wstring lastErrorText();
 // Where the texts come from: the system, unless a program that repeats another system's errors replaces it.
 void setMessageSource(std::wstring (*source)(std::uint32_t code));
 
-// Platform operations, implemented by the Windows file and by the tests.
+// Platform operations, in the file of each platform.
 namespace Platform
 {
 std::uint32_t lastErrorCode();

@@ -7,7 +7,7 @@
 
 namespace ZelStdCore
 {
-// Platform operations, answered by the Windows file or by the tests. Handles are opaque.
+// Platform operations, in the file of each platform. Handles are opaque.
 namespace Platform
 {
 // A failed open returns the platform's invalid handle, which is not null; closeHandle() ignores that one.

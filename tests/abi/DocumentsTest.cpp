@@ -1,11 +1,11 @@
 #include "hw-inventory-interface/Documents.h"
+#include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "hw-inventory-impl/lib/Providers/NetworkReader.h"
-#include "hw-inventory-impl/lib/Providers/Properties.h"
+#include "tests/runner/Cases.h"
+#include "tests/runner/LogCapture.h"
+#include "tests/runner/Replay.h"
 
 #include <gtest/gtest.h>
-#include <hw_inventory_interface.h>
-
-#include <locale>
 
 using namespace HardwareInventory;
 using namespace Providers::WMIProvider;
@@ -32,31 +32,14 @@ TEST(Documents, OfRecordsThatNoMachineHas)
         EXPECT_EQ(document, expected);
 }
 
-TEST(Readers, SizesUnderALocaleThatGroupsDigits)
-{
-    struct Grouping : std::numpunct<wchar_t>
-    {
-        std::string do_grouping() const override { return "\3"; }
-    };
-    std::locale::global(std::locale(std::locale::classic(), new Grouping));
-    EXPECT_EQ(toUInt64(L"1,234"), 1u);
-    std::locale::global(std::locale::classic());
-}
-
 TEST(Readers, NothingIsReadOfAnAdapterWithoutItsNamespace)
 {
-    struct Adapter : ManagementObject
-    {
-        const void* address() const override { throw 0; }
-        PropertyValue get(const wchar_t*) const override { throw 0; }
-        std::optional<bool> getBool(const wchar_t*) const override { throw 0; }
-        ZelStdCore::Result<std::vector<std::wstring>, ArrayFailure> getStringArray(const wchar_t*) const override { throw 0; }
-    };
-    static std::string line;
-    hardware_inventory_set_logger([](std::uint32_t level, const char* text) { line = std::to_string(level) + text; });
+    const LogCapture log;
     NetworkAdapterInfo info{{.name = L"Ethernet"}, L"", L"", {}};
-    fillFromNetAdapter(Adapter(), nullptr, info);
-    hardware_inventory_set_logger(nullptr);
+    setMachine(cases::find("whole", "machine").recording);
+    Platform::connectManagementSource(L"ROOT\\CIMV2")
+        ->query(L"SELECT * FROM Win32_NetworkAdapter", [&](auto& adapter) { fillFromNetAdapter(*adapter, nullptr, info); });
     EXPECT_EQ(networkAdaptersDocument({info}), R"({"networkAdapters":[{"name":"Ethernet"}]})");
-    EXPECT_EQ(line, "2no 'ROOT\\StandardCIMv2' WMI namespace connection to fill Ethernet network adapter info");
+    EXPECT_EQ(log.lines(),
+              (LogCapture::Lines{{2, "no 'ROOT\\StandardCIMv2' WMI namespace connection to fill Ethernet network adapter info"}}));
 }

@@ -21,13 +21,9 @@ CONFIGURATIONS = "SELECT * FROM Win32_NetworkAdapterConfiguration WHERE SettingI
 failures = []
 
 
-def value(held):
-    """32 bits for every number, as a recording has it."""
-    return (held + 2**31) % 2**32 - 2**31 if type(held) is int else held
-
-
 def queries(classes):
-    """The readers' queries and their answers, without the namespace."""
+    """The readers' queries and their answers, without the namespace. A recording has 32 bits for every number."""
+    value = lambda held: (held + 2**31) % 2**32 - 2**31 if type(held) is int else held
     objects = {name.lower(): [{key: value(held["v"]) for key, held in each.items()} for each in all] for name, all in classes.items()}
     of = lambda name: objects.get(name.lower(), [])
     answers = {f"SELECT * FROM Win32_{kind}": of("Win32_" + kind) for kind in KINDS}

@@ -38,15 +38,12 @@ bool failsNow()
     return !heap.instead;
 }
 
-const ExceptionRecord& record()
-{
-    return *hardware_inventory_get_exception();
-}
+const ExceptionRecord& record = *hardware_inventory_get_exception();
 
 std::ptrdiff_t stringsOfRecord()
 {
     std::ptrdiff_t count = 0;
-    for (const char* text : {record().stackTrace, record().file, record().function, record().message, record().errorText})
+    for (const char* text : {record.stackTrace, record.file, record.function, record.message, record.errorText})
         count += text != nullptr;
     return count;
 }
@@ -66,7 +63,7 @@ struct Attempt
     {
         if (status == EXPORT_STATUS_SUCCESS)
             return !document.empty();
-        const bool ofMemory = !record().message || record().message == std::string(std::bad_alloc().what());
+        const bool ofMemory = !record.message || record.message == std::string(std::bad_alloc().what());
         return status == EXPORT_STATUS_OTHER && ofMemory && (buffer == &untouched ? size == 7 : !buffer);
     }
 };
@@ -93,18 +90,14 @@ Attempt attempt(const Kind& kind, std::size_t failing = static_cast<std::size_t>
     return attempt;
 }
 
-struct Lines
-{
-    int all = 0;
-    int errors = 0;
-} lines;
+int lines = 0, errors = 0; // of the log
 
 struct Memory : testing::Test
 {
     Memory()
     {
         setMachine(cases::find("whole", "machine").recording);
-        hardware_inventory_set_logger([](uint32_t level, const char*) { lines = {lines.all + 1, lines.errors + (level == 2)}; });
+        hardware_inventory_set_logger([](uint32_t level, const char*) { ++lines, errors += level == 2; });
     }
     ~Memory() override { hardware_inventory_set_logger(nullptr); }
 };
@@ -175,21 +168,21 @@ TEST_F(Memory, RunsOutAnywhereInACollection)
     for (const Kind& kind : kKinds)
     {
         attempt(kind);
-        lines = {};
+        lines = 0;
         const std::string whole = attempt(kind).document;
-        const int linesOfWhole = lines.all;
+        const int linesOfWhole = lines;
         int documentsLacking = 0;
         bool failed = true;
         const auto fail = [&](std::size_t index, bool forGood)
         {
-            lines = {};
+            lines = errors = 0;
             const Attempt hurt = attempt(kind, index, forGood);
             failed = hurt.failed;
             EXPECT_TRUE(hurt.isWhole()) << kind.name << ", allocation " << index << ": " << hurt.status;
             if (hurt.status == EXPORT_STATUS_SUCCESS && hurt.document != whole)
-                EXPECT_GT(lines.all, linesOfWhole) << kind.name << ", allocation " << index << ": " << hurt.document;
+                EXPECT_GT(lines, linesOfWhole) << kind.name << ", allocation " << index << ": " << hurt.document;
             if (!hurt.buffer)
-                EXPECT_TRUE(hurt.size == whole.size() + 1 && lines.errors == 0) << kind.name << ": no failure to record";
+                EXPECT_TRUE(hurt.size == whole.size() + 1 && errors == 0) << kind.name << ": no failure to record";
             documentsLacking += !hurt.buffer;
         };
         for (std::size_t index = 0; failed; ++index)
@@ -227,7 +220,7 @@ TEST_F(Memory, RunsOutWhileAFailureIsReported)
         {
             const Attempt hurt = attempt(kKinds[0], index);
             failed = hurt.failed;
-            const std::string message = record().message ? record().message : "";
+            const std::string message = record.message ? record.message : "";
             const bool cause = message == "a cause of some length";
             reported += cause;
             EXPECT_TRUE(cause ? stringsOfRecord() == 5 : message.empty() || message == std::bad_alloc().what())

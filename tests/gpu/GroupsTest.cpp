@@ -1,5 +1,4 @@
 #include "hw-inventory-impl/lib/GPU/AMDGroup.h"
-#include "hw-inventory-impl/lib/GPU/GPUException.h"
 #include "hw-inventory-impl/lib/GPU/GpuVendorRegistry.h"
 #include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "machine/VendorCalls.h"
@@ -128,11 +127,4 @@ TEST(VendorGroups, CompleteTheRecordsOfTheirAdaptersAndWarnOnce)
     EXPECT_TRUE(gpus[0].temperature == 45.0f && !gpus[1].temperature && gpus[2].temperature == 1.0f);
     EXPECT_EQ(gpus[0].serialNumber, L"own");
     EXPECT_EQ(log.lines(), (LogCapture::Lines{{1, "error retrieving AMD information: ADL Library not found!"}}));
-}
-
-TEST(VendorGroups, CutLongTextsOfFailures)
-{
-    const std::string longest(511, 'x');
-    EXPECT_EQ(NvidiaException("%s", longest.c_str()).what(), longest);
-    EXPECT_EQ(AMDException("%s [%d]", longest.c_str(), 3).what(), longest);
 }

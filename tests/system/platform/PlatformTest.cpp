@@ -61,7 +61,7 @@ TEST(Platform, WhatIsNoDriveOrDeviceReportsTheStep)
     for (const wchar_t* identifier : {L"PCI\\VEN_FFFF&DEV_FFFF\\0", L"no identifier"})
     {
         const auto place = deviceLocation(identifier).error();
-        EXPECT_TRUE(place.step == DeviceSetupStep::element && place.code != 0) << place.code;
+        EXPECT_TRUE(place.step == DeviceSetupStep::element && place.code == ERROR_NO_MORE_ITEMS) << place.code;
     }
 }
 

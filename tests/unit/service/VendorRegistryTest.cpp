@@ -14,7 +14,6 @@ TEST(VendorRegistry, FindsTheClosestOfTheNamesThatBeginLikeTheText)
     EXPECT_EQ(log.lines(), (LogCapture::Lines{{1, "'ACME-inc!' vendor (reduced := 'acme~inc~') has already been registered"},
                                               {1, "'acme inc\r' vendor (reduced := 'acme~inc~') has already been registered"}}));
     const wchar_t* const cases[][3] = {
-        // text, vendor, rest
         {L"ACME INC?", L"Acme Inc.", L" INC?"},
         {L"intel_corporatino", L"Intel Corporation\r", L"_corporatino"},
         {L"WESTERN DIGITAL WD10", L"Western Digital\r", L" DIGITAL WD10"},

@@ -1,23 +1,26 @@
 #pragma once
 
-#include "st-core/lib/StackTrace.h"
+#include "st-core/lib/LastError.h"
+#include "st-core/lib/OSError.h"
+#include "st-core/lib/RuntimeException.h"
 
-#include <functional>
-#include <string>
-#include <vector>
+#include <cstdio>
 
-// The system behind core support, in place of the platform's files.
+// A tracer and a C library in place of the platform's. It defines them: for one source of a program.
 namespace fakes
 {
-struct FakeCore
+inline std::vector<ZelStdCore::StackFrame> stack; // as the tracer returns it
+inline bool tracerFails = false;
+}
+
+std::vector<ZelStdCore::StackFrame> ZelStdCore::currentStack()
 {
-    std::uint32_t lastError = 0;
-    std::vector<ZelStdCore::StackFrame> stack; // as the tracer returns it
+    Platform::setLastErrorCode(99);
+    return fakes::tracerFails ? throw RuntimeException(L"", L"", L"", 0, Trace::none) : fakes::stack;
+}
 
-    // Every call passes here with its name; true makes it fail.
-    std::function<bool(const char* operation)> fails = [](const char*) { return false; };
-    std::vector<std::string> calls; // the operations, in order
-};
-
-FakeCore& machine();
+// No number below 0 has a text.
+int ZelStdCore::Platform::errorNumberText(int errorNumber, char* buffer, std::size_t size)
+{
+    return errorNumber < 0 ? 22 : std::snprintf(buffer, size, "errno %d", errorNumber) * 0;
 }

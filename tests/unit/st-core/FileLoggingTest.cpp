@@ -8,7 +8,6 @@
 #include <boost/log/sources/severity_logger.hpp>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
