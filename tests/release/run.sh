@@ -72,7 +72,7 @@ packages() {
     "$root/packaging/nuget/pack.sh" "$unpacked" nuget
     cp -r "$unpacked" lacking
     rm -r lacking/include
-    refuses 1 'names include, which the package lacks' "$root/packaging/nuget/pack.sh" lacking nuget
+    refuses 1 "Could not find a part of the path" "$root/packaging/nuget/pack.sh" lacking nuget
     cmake "-DROOT=$root" "-DBUILD=$product" "-DWORK=$work/port" -P "$here/vcpkg_port.cmake"
 }
 
