@@ -91,9 +91,10 @@ typedef void (*HardwareInventoryLogger)(uint32_t level, const char* message);
  * that was needed.
  *
  * Keys are sorted; a key whose value is unknown is left out, as is an empty "partitions" or "ipAddresses"; a document without
- * entries has an empty array; a record of which nothing is known is null; a key called reserved is never written. Numbers are
- * unsigned, of up to 64 bits, but for "temperature"; sizes are in bytes. "status" is "ok" (which WMI's "Degraded" and "Pred Fail"
- * are, too), "has issues" or "disabled by user". "deviceID" of a PCI device is "VVVV:DDDD" (vendor and device, hexadecimal). */
+ * entries has an empty array; a record of which nothing is known is null; a key called reserved is never written. docs/fields.md
+ * has every key, and schemas/ their JSON Schemas. Numbers are unsigned, of up to 64 bits, but for "temperature"; sizes are in
+ * bytes. "status" is "ok" (which WMI's "Degraded" and "Pred Fail" are, too), "has issues" or "disabled by user". "deviceID" of a
+ * PCI device is "VVVV:DDDD" (vendor and device, hexadecimal). */
 
 /* {"cpus": [{name, manufacturer, model, status, maxClockSpeed (MHz), cores, socketDesignation, processorID}]}
  * Source: WMI, Win32_Processor. */

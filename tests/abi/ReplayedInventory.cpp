@@ -3,8 +3,10 @@
 
 #include <cstdlib>
 
-// The program's machine: a case of tests/machines/whole.json, by the variable CASE.
+// The program's machine: a case of tests/machines, by the variable CASE: "FILE/NAME".
 namespace
 {
-const bool set = (setMachine(cases::find("whole", std::getenv("CASE")).recording), true);
+const std::string place = std::getenv("CASE");
+const std::size_t slash = place.find('/');
+const bool set = (setMachine(cases::find(place.substr(0, slash), place.substr(slash + 1)).recording), true);
 }

@@ -17,7 +17,7 @@ fail() { echo "$CASE: $*"; failed=1; }
 printed() { [[ $(cat "$output") == "$1" ]] || fail "printed $(cat "$output"), expected $1"; }
 complained() { grep -q -e "$1" "$errors" || fail "nothing of '$1' on standard error"; }
 
-export CASE="text that JSON escapes"
+export CASE="whole/text that JSON escapes"
 run 0 base-boards
 printed $'{"motherBoards":[{"name":"\u00fc\\"{,"}]}'
 run 0 --pretty base-boards
@@ -28,7 +28,7 @@ run 0 hotfixes gpus --log
 [[ $(cut -c1-6 "$output" | tr '\n' ' ') == '{"hotf {"gpus ' ]] || fail "the kinds are not in the order asked for"
 complained '<warning> '
 
-export CASE="no query can be run"
+export CASE="whole/no query can be run"
 run 2 cpus ram
 complained 'cpus: status 2: .*failed to execute WMI query'
 printed '{"rams":[{"capacity":8589934592,"deviceLocator":"DIMM A","manufacturer":"ACME Memory","name":"Physical Memory Slot 1","serialNumber":"RAM-1"}],"usableMemory":8589934592}'

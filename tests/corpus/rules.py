@@ -11,11 +11,13 @@ import sys
 
 import jsonschema
 
+sys.path.append(str(pathlib.Path(__file__).parents[1] / "schemas"))
+from documents import IDENTIFYING, errors
+
 KINDS = ["Processor", "BaseBoard", "VideoController", "LogicalDiskToPartition", "DiskDrive", "BIOS", "ComputerSystem",
          "OperatingSystem", "ComputerSystemProduct", "Timezone", "QuickFixEngineering", "NetworkAdapter"]
 PARTITIONS = "ASSOCIATORS OF {Win32_DiskDrive.DeviceID='%s'} WHERE ResultClass=Win32_DiskPartition"
 CONFIGURATIONS = "SELECT * FROM Win32_NetworkAdapterConfiguration WHERE SettingID='%s'"
-PRIVATE = {"serialNumber", "macAddress", "ipAddresses", "machineName", "owner", "organization", "domain", "logonServer"}
 failures = []
 
 
@@ -175,12 +177,14 @@ def run(*command):
 
 
 def replay(program, file):
-    return {key: value for line in run(program, "replay", "--log", file).splitlines() for key, value in json.loads(line).items()}
+    documents = [json.loads(line) for line in run(program, "replay", "--log", file).splitlines()]
+    expect("schemas", [error for each in documents for error in errors(each)], [])
+    return {key: value for each in documents for key, value in each.items()}
 
 
 def split(node, key=None):
     """The texts that may change, and what may not."""
-    if key in PRIVATE:
+    if key in IDENTIFYING:
         return node if isinstance(node, list) else [node], None
     if not isinstance(node, (dict, list)):
         return [], node

@@ -30,5 +30,6 @@ for where in native wine; do
     diff <(masked before.log) <(masked $where.log)
 done
 [[ $(wc -l < native.documents) -eq 8 && $(wc -l < native.log) -gt 20 ]]
+/usr/bin/python3 "${BASH_SOURCE[0]%/*}/../schemas/documents.py" < native.documents
 "${machine[@]}" capture anonymised.json
 "$native" replay anonymised.json > /dev/null 2>&1

@@ -1,0 +1,55 @@
+"""Documents of all machines match the schemas, wrong ones do not, and what schemas and pages say of the keys is so.
+    check.py PROGRAM      the command-line program over the machine that the variable CASE names"""
+import copy
+import json
+import os
+import re
+import subprocess
+import sys
+
+from documents import IDENTIFYING, ROOT, SCHEMAS, VALIDATORS, errors
+
+EXAMPLES = {key: validator.schema["examples"][0] for key, validator in VALIDATORS.items()}
+failures = []
+
+
+def expect(rule, found, expected):
+    if found != expected:
+        failures.append(f"{rule}: {found!r}, expected {expected!r}")
+
+
+def run(*command, **options):
+    return subprocess.run(command, capture_output=True, encoding="utf-8", **options)
+
+
+printed, asked = {}, set()
+for file in sorted((ROOT / "tests" / "machines").glob("*.json")):
+    machine = json.loads(re.sub("//.*", "", file.read_text("utf-8")))
+    for case in [f"{file.stem}/{each['name']}" for each in [{"name": "machine"}, *machine.get("cases", [])]]:
+        done = run(sys.argv[1], "--log", env=os.environ | {"CASE": case, "TZ": "UTC"})
+        printed[case] = done.stdout
+        expect(case, [error for line in done.stdout.splitlines() for error in errors(json.loads(line))], [])
+        asked |= set(re.findall(r"'(\w+)' property of", done.stderr))
+expect("read, or a source, but not both", asked ^ set(re.findall(r"WMI \w+\.(\w+)", json.dumps(SCHEMAS))), set())
+expect("examples", EXAMPLES, {min(each): each for each in map(json.loads, printed["whole/machine"].splitlines())})
+
+for values, places in json.loads((ROOT / "tests" / "schemas" / "wrong.json").read_text("utf-8")):
+    for place, value in [(place, value) for place in places for value in values]:
+        key, pointer = place.split("#")
+        node = document = copy.deepcopy(EXAMPLES[key])
+        *path, last = [int(part) if part.isdigit() else part for part in pointer.split("/")[1:]]
+        for part in path:
+            node = node[part]
+        node[last] = value
+        if value == "gone":
+            del node[last]
+        found = {at.startswith(pointer.rpartition("/")[0]) for at, _ in errors(document, key)}
+        expect(f"{pointer}: {value!r} is wrong", found, {True})
+
+script = re.search("```python\n(.*?)```", (ROOT / "docs" / "privacy.md").read_text("utf-8"), re.DOTALL)[1]
+lines = printed["gpus/machine"] + '{"motherBoards":[{"serialNumber":"B"},null,{"name":"n"}]}'
+redacted = run(sys.executable, "-c", script, ROOT / "schemas", input=lines).stdout
+expect("redacted", [error for line in redacted.splitlines() for error in errors(json.loads(line))], [])
+expect("left", [key for key in IDENTIFYING if f'"{key}"' in redacted], [])
+expect("kept", redacted.splitlines()[-1], '{"motherBoards":[null,null,{"name":"n"}]}')
+sys.exit("\n".join(failures) or 0)
