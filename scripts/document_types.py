@@ -107,10 +107,12 @@ def csharp(every):
 
     def member(key):
         type_ = {"text": "string", "uint64": "ulong", "uint32": "uint"}.get(key.type, key.type)
-        type_ = f"List<{type_}>" if key.list else type_ + "?" * (not key.always and key.type in ("uint32", "uint64", "double"))
+        optional = not key.always and key.type in ("uint32", "uint64", "double")
+        type_ = f"List<{type_}>" if key.list else type_ + "?" * optional
         emit = "" if key.always else ", EmitDefaultValue = false"
         about = summary(key.about, " " * 8)
-        return f'{about}        [DataMember(Name = "{key.name}"{emit})]\n        public {type_} {name(key.name)} {{ get; set; }}\n'
+        attribute = f'        [DataMember(Name = "{key.name}"{emit})]\n'
+        return f"{about}{attribute}        public {type_} {name(key.name)} {{ get; set; }}\n"
 
     def class_(title, about, keys, base=""):
         members = "\n".join(map(member, keys))
@@ -118,7 +120,8 @@ def csharp(every):
 
     types = "".join(f'            {{ "{each.kind}", typeof({each.name}) }},\n' for each in every)
     parts = [
-        "    /// <summary>One of the eight documents.</summary>\n    [DataContract]\n    public abstract partial class Document\n    {\n"
+        "    /// <summary>One of the eight documents.</summary>\n"
+        "    [DataContract]\n    public abstract partial class Document\n    {\n"
         "        /// <summary>The types of the documents by kind.</summary>\n"
         "        public static readonly IReadOnlyDictionary<string, Type> Types = new Dictionary<string, Type>\n"
         f"        {{\n{types}        }};\n    }}\n"

@@ -7,8 +7,8 @@ using System.Threading.Tasks;
 namespace HwInventory
 {
     /// <summary>
-    /// Collects documents. The calls of an Inventory run one after another on one thread of its own, which stays connected to WMI; those
-    /// of several wait for each other. All members may be used from any thread.
+    /// Collects documents. The calls of an Inventory run one after another on one thread of its own, which stays connected to WMI;
+    /// those of several wait for each other. All members may be used from any thread.
     /// </summary>
     public sealed class Inventory : IDisposable
     {
@@ -29,7 +29,7 @@ namespace HwInventory
         /// <summary>Loads the library.</summary>
         /// <param name="path">The file hw_inventory_interface.dll, with vm_detect.dll beside it.</param>
         /// <param name="log">Gets the library's log lines, on the Inventory's thread. What it throws is dropped.</param>
-        /// <exception cref="FileNotFoundException">FileName is the file that is missing, be it the library or vm_detect.dll.</exception>
+        /// <exception cref="FileNotFoundException">FileName is missing: the library, or vm_detect.dll.</exception>
         /// <exception cref="DllNotFoundException">The library cannot be loaded for another reason.</exception>
         public Inventory(string path, Action<LogLevel, string> log = null)
         {
@@ -38,7 +38,7 @@ namespace HwInventory
             new Thread(Run) { IsBackground = true, Name = "hw_inventory" }.Start();
         }
 
-        /// <summary>Ends the thread and all calls. Does not wait for the library: the thread ends after the call that runs.</summary>
+        /// <summary>Ends all calls. Does not wait for the library: the thread ends after the call that runs.</summary>
         public void Dispose()
         {
             lock (gate)
@@ -56,7 +56,8 @@ namespace HwInventory
         /// <exception cref="TimeoutException">The limit is over. The library's call goes on; its result is dropped.</exception>
         /// <exception cref="OperationCanceledException">Cancelled, which leaves the library's call running, too.</exception>
         /// <exception cref="InventoryBusyException">A call that was left running is not back.</exception>
-        public async Task<T> CollectAsync<T>(TimeSpan? limit = null, CancellationToken cancel = default(CancellationToken)) where T : Document
+        public async Task<T> CollectAsync<T>(TimeSpan? limit = null, CancellationToken cancel = default(CancellationToken))
+            where T : Document
         {
             foreach (var type in Document.Types)
                 if (type.Value == typeof(T))
@@ -65,13 +66,15 @@ namespace HwInventory
         }
 
         /// <summary>Reads the machine into a document of a kind.</summary>
-        public async Task<Document> CollectAsync(string kind, TimeSpan? limit = null, CancellationToken cancel = default(CancellationToken))
+        public async Task<Document> CollectAsync(
+            string kind, TimeSpan? limit = null, CancellationToken cancel = default(CancellationToken))
         {
             return Document.Read(kind, await CollectJsonAsync(kind, limit, cancel).ConfigureAwait(false));
         }
 
         /// <summary>Reads the machine and returns the document of a kind in UTF-8, as the library wrote it.</summary>
-        public async Task<byte[]> CollectJsonAsync(string kind, TimeSpan? limit = null, CancellationToken cancel = default(CancellationToken))
+        public async Task<byte[]> CollectJsonAsync(
+            string kind, TimeSpan? limit = null, CancellationToken cancel = default(CancellationToken))
         {
             if (!Document.Types.ContainsKey(kind))
                 throw new ArgumentException("No kind " + kind, nameof(kind));
@@ -90,7 +93,9 @@ namespace HwInventory
             {
                 var end = Task.Delay(limit ?? TimeSpan.FromMinutes(1), ended.Token);
                 if (await Task.WhenAny(call.Document.Task, end).ConfigureAwait(false) == end)
-                    Leave(call, end.IsCanceled ? (Exception)new OperationCanceledException(cancel) : new TimeoutException(kind + ": timed out"));
+                    Leave(call, cancel.IsCancellationRequested
+                        ? (Exception)new OperationCanceledException(cancel)
+                        : new TimeoutException(kind + ": timed out"));
                 ended.Cancel(); // the timer
             }
             return await call.Document.Task.ConfigureAwait(false);

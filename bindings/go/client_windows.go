@@ -30,10 +30,11 @@ type result struct {
 	err      error
 }
 
-// Open loads the library, which stays loaded until the process ends. The error names the file that is missing, be it the library or
-// the vm_detect.dll beside it, and wraps fs.ErrNotExist then.
+// Open loads the library, which stays loaded until the process ends. Where a file is missing, the library or the vm_detect.dll
+// beside it, the error names it and wraps fs.ErrNotExist.
 //
-// log gets the library's log lines, which may contain line breaks, on the Client's thread; nil is no log. It must not use the Client.
+// log gets the library's log lines, which may contain line breaks, on the Client's thread, and must not use the Client. nil is no
+// log.
 func Open(path string, log func(Level, string)) (*Client, error) {
 	library, err := load(path)
 	if err != nil {
@@ -66,8 +67,8 @@ func (c *Client) Collect(ctx context.Context, document Document) error {
 	return json.Unmarshal(text, document)
 }
 
-// CollectJSON reads the machine and returns the document of a kind as the library wrote it. The error is an *Error, ErrBusy, ErrClosed
-// or wraps that of the context.
+// CollectJSON reads the machine and returns the document of a kind as the library wrote it. The error is an *Error, ErrBusy,
+// ErrClosed, or wraps that of the context.
 func (c *Client) CollectJSON(ctx context.Context, kind string) ([]byte, error) {
 	if c.library.find[kind] == nil {
 		return nil, fmt.Errorf("hwinventory: no kind %q", kind)

@@ -1,33 +1,19 @@
 // Package hwinventory reads the hardware inventory of a Windows machine through hw_inventory_interface.dll, without cgo.
 //
-//	client, err := hwinventory.Open(`C:\Program Files\Agent\hw_inventory_interface.dll`, nil)
-//	if err != nil {
-//		return err
-//	}
-//	defer client.Close()
-//	var disks hwinventory.DisksDocument
-//	if err := client.Collect(ctx, &disks); err != nil {
-//		return err
-//	}
-//	for _, disk := range disks.Disks {
-//		fmt.Println(disk.Model, disk.Size)
-//	}
-//
 // # Documents
 //
-// There is a type for each kind of document. A string that is empty and a number that is 0 are unknown, as is a nil record or pointer;
-// the sizes of disks and the usable memory are 0 where they are unknown. The types need no library: a server on any system can decode
-// with them what its agents have sent.
+// There is a type for each kind of document. A key that is left out is unknown, and its field has the zero value. The types need
+// no library, so that a server on any system can decode what its agents have sent.
 //
 // # Time
 //
-// The library cannot be interrupted. A call whose context ends returns; the library's call goes on in the background, and later calls
-// of the Client return ErrBusy until it is back.
+// The library cannot be interrupted. A call whose context ends returns; the library's call goes on in the background, and later
+// calls of the Client return ErrBusy until it is back.
 //
 // # Failures
 //
-// A failure of the library is an *Error, with the library's record of it. After StatusWMIConnection and StatusWMIQuery collect with a
-// new Client: a thread that was connected to a WMI service that was restarted stays cut off from it.
+// A failure of the library is an *Error, with the library's record of it. After StatusWMIConnection and StatusWMIQuery collect
+// with a new Client: a thread that was connected to a WMI service that was restarted stays cut off from it.
 package hwinventory
 
 import (

@@ -2,8 +2,9 @@
 """Plays a set of scenarios.json on the example program of a binding, and prints a line a case.
     run.py BINDING SET LIBRARY COMMAND...      in a folder for its files
 
-A scenario's folder for the stand-in has the examples of the schemas and its own files. What is printed are lines, as patterns of the
-shell; one that begins with + stands for one or more. A kind stands for its document: that of the folder, or one that its schema allows."""
+A scenario's folder for the stand-in has the examples of the schemas and its own files. What is printed are lines, as patterns of
+the shell; one that begins with + stands for one or more. A kind stands for its document: that of the folder, or one that its
+schema allows."""
 import fnmatch
 import json
 import os
@@ -67,7 +68,8 @@ def play(scenario, library, command, standin):
     options, library = scenario.get("options", []), pathlib.Path(scenario.get("library", library)).absolute()
     environment = os.environ | {"HW_INVENTORY_STANDIN": "standin"}
     lines, used = [], []
-    with subprocess.Popen([*command, *options, library, *scenario.get("kinds", [])], stdout=subprocess.PIPE, env=environment) as process:
+    command = [*command, *options, library, *scenario.get("kinds", [])]
+    with subprocess.Popen(command, stdout=subprocess.PIPE, env=environment) as process:
         limit = threading.Timer(300, process.kill)
         limit.start()
         for line in process.stdout:
