@@ -15,10 +15,13 @@ csharp_builds() {
 }
 
 # play BINDING SET LIBRARY COMMAND...
-play() { python3 "$root/tests/bindings/run.py" "$@" 2> log; cat log >&2; }
+play() {
+    python3 "$root/tests/bindings/run.py" "$@" 2> log || echo "bindings: $1, $2: FAILED"
+    cat log >&2
+}
 
-build native --target standin && build mingw --target standin hw_inventory_interface || exit 1
 ensure_packages golang-go mono-mcs mono-runtime libmono-system-runtime-serialization4.0-cil python3-jsonschema wine64 || exit 1
+build native --target standin && build mingw --target standin hw_inventory_interface || exit 1
 for case in types go_style go_builds csharp_builds; do
     "$case" > log 2>&1 && result=ok || { result=FAILED; cat log >&2; }
     echo "bindings: ${case/_/ }: $result"
