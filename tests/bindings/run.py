@@ -38,7 +38,10 @@ def reduced(line, documents):
     """The kind of a document that is as it should be; any other line as it is."""
     if not line.startswith("{"):
         return line
-    document = json.loads(line)
+    try:
+        document = json.loads(line)
+    except ValueError:
+        return line
     kind = next(kind for kind in KINDS if SCHEMAS[kind]["required"][0] in document)
     if documents:
         return kind if document == documents[kind] else line

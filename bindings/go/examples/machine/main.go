@@ -2,7 +2,7 @@
 
 // Machine prints the hardware inventory of this machine, one document a line.
 //
-//	machine [--log] [--limit MS] [--retry MS] [--times N] LIBRARY [KIND...]
+//	machine [--json] [--log] [--limit MS] [--retry MS] [--times N] LIBRARY [KIND...]
 package main
 
 import (
@@ -18,6 +18,7 @@ import (
 )
 
 func main() {
+	raw := flag.Bool("json", false, "print the documents as the library wrote them")
 	log := flag.Bool("log", false, "print the library's log")
 	limit := flag.Int("limit", 60000, "the longest that a collection may take, in milliseconds")
 	retry := flag.Int("retry", 0, "how long to try again while an earlier collection is not back, in milliseconds")
@@ -44,14 +45,14 @@ func main() {
 	defer client.Close()
 	for i := 0; i < *times; i++ {
 		for _, kind := range kinds {
-			document, err := collect(client, kind, *limit)
+			document, err := collect(client, kind, *limit, *raw)
 			if errors.Is(err, hwinventory.ErrBusy) {
 				fmt.Printf("%s: busy\n", kind)
 			}
 			end := time.Now().Add(time.Duration(*retry) * time.Millisecond)
 			for errors.Is(err, hwinventory.ErrBusy) && time.Now().Before(end) {
 				time.Sleep(50 * time.Millisecond)
-				document, err = collect(client, kind, *limit)
+				document, err = collect(client, kind, *limit, *raw)
 			}
 			var failure *hwinventory.Error
 			switch {
@@ -68,10 +69,13 @@ func main() {
 	}
 }
 
-// collect returns a document as the types of this package write it.
-func collect(client *hwinventory.Client, kind string, limit int) ([]byte, error) {
+// collect returns a document as the library wrote it, or as its type does.
+func collect(client *hwinventory.Client, kind string, limit int, raw bool) ([]byte, error) {
 	ctx, cancel := context.WithTimeout(context.Background(), time.Duration(limit)*time.Millisecond)
 	defer cancel()
+	if raw {
+		return client.CollectJSON(ctx, kind)
+	}
 	document := hwinventory.NewDocument(kind)
 	if document == nil {
 		return nil, fmt.Errorf("no kind %q", kind)
