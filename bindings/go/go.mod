@@ -1,0 +1,3 @@
+module hwinventory
+
+go 1.19
