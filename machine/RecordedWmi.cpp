@@ -274,19 +274,27 @@ public:
         const std::string question = "query " + path_ + " " + toUtf8(wql);
         const auto objects = std::make_shared<Json>(Json::array());
         LogLines::take();
+        bool leftByCaller = false; // whose exceptions are no answers: the replayed objects raise them again
         try
         {
             real_->query(wql,
                          [&](const ManagementObjectPtr& object)
                          {
                              objects->push_back(Json::object());
+                             leftByCaller = true;
                              callback(std::make_shared<RecordingObject>(object, objects, objects->size() - 1));
+                             leftByCaller = false;
                              LogLines::take(); // the caller's own lines
                          });
         }
         catch (const Exception& failure)
         {
-            recording_.add(question, ofException(failure));
+            recording_.add(question, leftByCaller ? *objects : ofException(failure));
+            throw;
+        }
+        catch (...)
+        {
+            recording_.add(question, *objects);
             throw;
         }
         recording_.add(question, withLog(*objects, "objects"));

@@ -3,11 +3,17 @@
 #include "cli/Kinds.h"
 #include "machine/MachineInUse.h"
 #include "machine/RecordedMachine.h"
+#include "machine/RecordingMachine.h"
 
 #include <gtest/gtest.h>
 
 #include <deque>
 #include <regex>
+
+#ifndef _WIN32
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
 
 using namespace HardwareInventory;
 
@@ -68,6 +74,33 @@ Replayed collect(std::string_view only, const std::vector<std::string>& keys)
     hardware_inventory_set_logger(nullptr);
     replayed.log = lines;
     return replayed;
+}
+
+Json recordedAgain([[maybe_unused]] const Json& json, [[maybe_unused]] std::string_view kind,
+                   [[maybe_unused]] const std::vector<std::string>& keys)
+{
+    Json recorded;
+#ifndef _WIN32
+    std::FILE* const file = std::tmpfile();
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        setMachine(json);
+        static Recording again;
+        static Platform::RecordingMachine recording(Platform::machine(), again);
+        Platform::useMachine(recording);
+        collect(kind, keys);
+        std::fputs(again.text().c_str(), file);
+        std::fflush(file);
+        _exit(0);
+    }
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    std::rewind(file);
+    recorded = Json::parse(file);
+    std::fclose(file);
+#endif
+    return recorded;
 }
 
 std::size_t timesAsked(const std::string& question)

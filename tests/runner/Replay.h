@@ -19,6 +19,10 @@ void setMachine(const HardwareInventory::Json& recording);
 // All eight documents of the machine, or one; then what no document shows, by the keys of described().
 Replayed collect(std::string_view kind = {}, const std::vector<std::string>& keys = {});
 
+// The machine as another process records it while it collects: natively alone.
+HardwareInventory::Json recordedAgain(const HardwareInventory::Json& recording, std::string_view kind,
+                                      const std::vector<std::string>& keys);
+
 // How often the machine has been asked so far.
 std::size_t timesAsked(const std::string& question);
 
