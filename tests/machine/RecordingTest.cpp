@@ -1,0 +1,35 @@
+#include "machine/Recording.h"
+
+#include <gmock/gmock.h>
+
+#include <fstream>
+
+using namespace HardwareInventory;
+
+namespace
+{
+std::string refusal(const std::string& text)
+try
+{
+    return Recording::parse(text), "none";
+}
+catch (const std::runtime_error& error)
+{
+    return error.what();
+}
+}
+
+// A question, an answer that it cannot have, and the reason; or a whole text and the reason.
+TEST(Recording, RefusesWhatNoMachineAnswers)
+{
+    for (const Json& row : Json::parse(std::ifstream(REFUSED_JSON)))
+    {
+        Json recording = {{"format", "hw-machine recording"}, {"version", 1}, {"answers", Json::object()}};
+        if (row.size() == 3)
+            recording["answers"][std::string(row[0])] = row[1];
+        EXPECT_THAT(refusal(row.size() == 3 ? recording.dump() : std::string(row[0])), testing::HasSubstr(std::string(row.back())))
+            << row;
+    }
+    EXPECT_EQ(refusal(std::string((64 << 20) + 1, ' ')), "not a recording: larger than 64 MiB");
+    EXPECT_EQ(refusal(std::string(100, '[')), "not a recording: nested too deep");
+}
