@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds everything and runs all tests: natively, under the sanitizers and under Wine, on a release as its users get it, from other
-# languages, and the fuzz targets for a few seconds each. A second compiler builds the portable parts, for its warnings. Ends with a summary.
+# languages, and the fuzz targets for a few seconds each. A second compiler builds the portable parts, for its warnings. Ends with a
+# summary.
 #   ./test.sh [PART...]     parts: native native-asan native-gcc mingw release bindings fuzz (all of them without arguments)
 # Debian 12, as root or with sudo. HW_INVENTORY_PCI_IDS=FILE embeds that PCI ID list. HW_INVENTORY_SOAK=1 soaks the library in 10,000
 # collections instead of 1,000.
@@ -17,7 +18,8 @@ done
 passed=0 failed=0 skipped=0
 declare -a summary
 run_preset() {
-    local preset=$1 report="$root/build/$preset/tests.xml" packages=("${build_packages[@]}" "${test_packages[@]}")
+    local preset=$1 packages=("${build_packages[@]}" "${test_packages[@]}")
+    local report="$root/build/$preset/tests.xml"
     [[ $preset != mingw ]] || packages+=("${windows_packages[@]}")
     ensure_packages "${packages[@]}" || exit 1
     build "$preset" || { summary+=("$preset: does not build"); failed=$((failed + 1)); return; }
