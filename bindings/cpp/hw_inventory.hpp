@@ -292,7 +292,7 @@ inline void run(const std::shared_ptr<Worker>& worker)
 
 inline Library Library::load(const std::filesystem::path& path)
 {
-    const std::filesystem::path whole = std::filesystem::absolute(path);
+    const std::filesystem::path whole = std::filesystem::absolute(path).make_preferred();
     const detail::Module module = detail::open(whole);
     const auto get = [&](auto& function, const std::string& name)
     {

@@ -1,9 +1,11 @@
 //! The hardware inventory of this machine, through hw_inventory_interface.dll.
+#![allow(dead_code)] // a program need not use all of it
+
 use std::ffi::{c_void, CStr, CString};
 use std::fmt;
 use std::os::raw::c_char;
 use std::os::windows::ffi::OsStrExt;
-use std::path::Path;
+use std::path::{Path, PathBuf};
 
 pub const KINDS: [&str; 8] = ["cpus", "gpus", "ram", "disks", "network-adapters", "base-boards", "system", "hotfixes"];
 
@@ -60,7 +62,8 @@ impl std::error::Error for Failure {}
 impl Inventory {
     /// Loads the library, which stays loaded until the process ends.
     pub fn load(path: &Path, log: Option<Logger>) -> Result<Inventory, String> {
-        let whole = std::env::current_dir().map_err(|error| error.to_string())?.join(path);
+        let folder = std::env::current_dir().map_err(|error| error.to_string())?;
+        let whole: PathBuf = folder.join(path).components().collect(); // with backslashes
         let wide: Vec<u16> = whole.as_os_str().encode_wide().chain([0]).collect();
         let flags = LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32;
         let module = unsafe { LoadLibraryExW(wide.as_ptr(), std::ptr::null_mut(), flags) };
