@@ -56,7 +56,8 @@ PROGRAMS = {  # the file, what it has around the sample, what is printed, how it
         '#[path = "RELEASE/bindings/rust/hw_inventory.rs"]\nmod hw_inventory;\n'
         "fn main() -> Result<(), Box<dyn std::error::Error>> {\nSAMPLEOk(())\n}\n",
         '{"disks":[{',
-        """/usr/bin/rustc --edition 2021 --target x86_64-pc-windows-gnu -C linker=x86_64-w64-mingw32-gcc-posix -o build/agent.exe agent.rs
+        """/usr/bin/rustc --edition 2021 --target x86_64-pc-windows-gnu -C linker=x86_64-w64-mingw32-gcc-posix \
+               -o build/agent.exe agent.rs
            $wine build/agent.exe""",
     ),
     "python": (
@@ -98,7 +99,7 @@ def run_cmake(text):
 
 
 def run_program(language, text):
-    """Runs a sample within its program: on Wine with the library, else with the stand-in, whose disks are the example of the schema."""
+    """Runs a sample within its program: with the library where that runs under Wine, else with the stand-in."""
     if text.startswith("# "):  # a program of a page: a shell sample runs it
         return pathlib.Path(text.split()[1].strip(":")).write_text(text)
     name, around, expected, command = PROGRAMS[language]
@@ -125,9 +126,8 @@ def run_json(text):  # the documents of fields.md are checked where that page is
 
 samples = pathlib.Path("samples").absolute()
 samples.mkdir()
-place = "stand-in"
-include = f"-I{release}/include"
-run("clang++-16", "-std=c++20", "-shared", "-fPIC", include, "-o", samples / "standin.so", checkout / "bindings/standin/standin.cpp")
+place = source = checkout / "bindings/standin/standin.cpp"
+run("clang++-16", "-std=c++20", "-shared", "-fPIC", f"-I{release}/include", "-o", samples / "standin.so", source)
 (samples / "disks.json").write_text(json.dumps(DISKS))
 shutil.copytree(release / "bin", prefix / "drive_c" / "Program Files" / "Agent", dirs_exist_ok=True)
 for page in [release / "README.md", *sorted((release / "docs").glob("*.md"))]:
