@@ -31,8 +31,9 @@ install(FILES ${import_libraries} DESTINATION lib COMPONENT development)
 install(FILES hw-inventory-interface/include/hw_inventory_interface.h
     "${PROJECT_BINARY_DIR}/hw-inventory-interface/include/hw_inventory_version.h"
     bindings/cpp/hw_inventory.hpp DESTINATION include COMPONENT development)
-foreach(language cpp csharp go python rust)
-    install(DIRECTORY bindings/${language} DESTINATION bindings COMPONENT development PATTERN "*.hpp" EXCLUDE)
+foreach(language cpp csharp go python rust standin)
+    install(DIRECTORY bindings/${language} DESTINATION bindings COMPONENT development
+        PATTERN "*.hpp" EXCLUDE PATTERN CMakeLists.txt EXCLUDE)
 endforeach()
 
 set(package "${PROJECT_BINARY_DIR}/package")

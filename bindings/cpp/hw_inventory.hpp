@@ -36,6 +36,9 @@
 #ifndef NOMINMAX
 #define NOMINMAX
 #endif
+#ifndef WIN32_LEAN_AND_MEAN // a host may include winsock2.h later
+#define WIN32_LEAN_AND_MEAN
+#endif
 #include <windows.h>
 #else
 #include <dlfcn.h>
@@ -103,6 +106,42 @@ struct Result
 // the Client. What it throws is dropped.
 using Log = std::function<void(Level, const std::string&)>;
 
+namespace detail
+{
+inline std::string utf8(const std::filesystem::path& path)
+{
+    const auto text = path.u8string();
+    return {text.begin(), text.end()};
+}
+
+// Throws std::runtime_error.
+inline void* open(const std::filesystem::path& path)
+{
+#ifdef _WIN32
+    void* const module = LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32);
+    const auto code = static_cast<int>(GetLastError());
+    std::string cause = "system error " + std::to_string(code);
+    std::error_code ignored;
+    for (const auto& file : {path.parent_path() / "vm_detect.dll", path}) // Windows reports either as if it were the library
+        if (code == ERROR_MOD_NOT_FOUND && !exists(file, ignored))
+            cause = utf8(file) + " is missing";
+#else
+    void* const module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    const std::string cause = module ? "" : dlerror();
+#endif
+    return module ? module : throw std::runtime_error("cannot load " + utf8(path) + ": " + cause);
+}
+
+inline void* find(void* module, const std::string& name)
+{
+#ifdef _WIN32
+    return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(module), name.c_str()));
+#else
+    return dlsym(module, name.c_str());
+#endif
+}
+}
+
 // The functions of the library, linked or loaded. A loaded library stays loaded until the process ends.
 struct Library
 {
@@ -123,53 +162,32 @@ struct Library
     }
 
     // Throws std::runtime_error, whose text, in UTF-8, names the file that is missing: the library, or one that the library needs.
-    static Library load(const std::filesystem::path& path);
+    static Library load(const std::filesystem::path& path)
+    {
+        const std::filesystem::path whole = std::filesystem::absolute(path).make_preferred();
+        void* const module = detail::open(whole);
+        const auto get = [&](auto& function, const std::string& name)
+        {
+            function = reinterpret_cast<std::decay_t<decltype(function)>>(detail::find(module, name));
+            if (!function)
+                throw std::runtime_error(detail::utf8(whole) + " has no function " + name);
+        };
+        Library library{};
+        for (std::size_t kind = 0; kind < kind_names.size(); ++kind)
+        {
+            std::string name = kind_names[kind];
+            std::replace(name.begin(), name.end(), '-', '_');
+            get(library.find[kind], "hardware_inventory_find_" + name);
+        }
+        get(library.release, "release_buffer");
+        get(library.get_exception, "hardware_inventory_get_exception");
+        get(library.set_logger, "hardware_inventory_set_logger");
+        return library;
+    }
 };
 
 namespace detail
 {
-inline std::string utf8(const std::filesystem::path& path)
-{
-    const auto text = path.u8string();
-    return {text.begin(), text.end()};
-}
-
-#ifdef _WIN32
-using Module = HMODULE;
-
-// Windows reports the library as missing also where one of its imports is.
-inline Module open(const std::filesystem::path& path)
-{
-    const Module module = LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32);
-    if (module)
-        return module;
-    const auto code = static_cast<int>(GetLastError());
-    std::error_code ignored;
-    for (const auto& file : {path, path.parent_path() / "vm_detect.dll"})
-        if (code == ERROR_MOD_NOT_FOUND && !exists(file, ignored))
-            throw std::runtime_error("cannot load " + utf8(path) + ": " + utf8(file) + " is missing");
-    throw std::runtime_error("cannot load " + utf8(path) + ": system error " + std::to_string(code));
-}
-
-inline void* find(Module module, const char* name)
-{
-    return reinterpret_cast<void*>(GetProcAddress(module, name));
-}
-#else
-using Module = void*;
-
-inline Module open(const std::filesystem::path& path)
-{
-    const Module module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    return module ? module : throw std::runtime_error("cannot load " + utf8(path) + ": " + dlerror());
-}
-
-inline void* find(Module module, const char* name)
-{
-    return dlsym(module, name);
-}
-#endif
-
 inline Result failure(Status status, const char* text)
 {
     Result result;
@@ -288,29 +306,6 @@ inline void run(const std::shared_ptr<Worker>& worker)
         all.changed.notify_all();
     }
 }
-}
-
-inline Library Library::load(const std::filesystem::path& path)
-{
-    const std::filesystem::path whole = std::filesystem::absolute(path).make_preferred();
-    const detail::Module module = detail::open(whole);
-    const auto get = [&](auto& function, const std::string& name)
-    {
-        function = reinterpret_cast<std::decay_t<decltype(function)>>(detail::find(module, name.c_str()));
-        if (!function)
-            throw std::runtime_error(detail::utf8(whole) + " has no function " + name);
-    };
-    Library library{};
-    for (std::size_t kind = 0; kind < kind_names.size(); ++kind)
-    {
-        std::string name = kind_names[kind];
-        std::replace(name.begin(), name.end(), '-', '_');
-        get(library.find[kind], "hardware_inventory_find_" + name);
-    }
-    get(library.release, "release_buffer");
-    get(library.get_exception, "hardware_inventory_get_exception");
-    get(library.set_logger, "hardware_inventory_set_logger");
-    return library;
 }
 
 class Client

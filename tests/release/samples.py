@@ -126,7 +126,7 @@ def run_json(text):  # the documents of fields.md are checked where that page is
 
 samples = pathlib.Path("samples").absolute()
 samples.mkdir()
-place = source = checkout / "bindings/standin/standin.cpp"
+place = source = release / "bindings/standin/standin.cpp"
 run("clang++-16", "-std=c++20", "-shared", "-fPIC", f"-I{release}/include", "-o", samples / "standin.so", source)
 (samples / "disks.json").write_text(json.dumps(DISKS))
 shutil.copytree(release / "bin", prefix / "drive_c" / "Program Files" / "Agent", dirs_exist_ok=True)
