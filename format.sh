@@ -7,7 +7,7 @@ set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
 cd "$root"
-mapfile -t files < <(git ls-files '*.c' '*.cpp' '*.h')
+mapfile -t files < <(git ls-files '*.c' '*.cpp' '*.h' '*.hpp')
 ensure_packages clang-format-16
 if [[ ${1:-} != --check ]]; then
     exec clang-format-16 -i "${files[@]}"

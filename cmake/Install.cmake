@@ -1,6 +1,6 @@
 # What `cmake --install` puts where, by component:
 #   runtime       the libraries and programs, with the licences that go with them
-#   development   headers, import libraries for mingw and Visual Studio, the CMake package, the pkg-config file
+#   development   headers, import libraries for mingw and Visual Studio, the CMake package, the pkg-config file, other languages
 #   symbols       the PDBs, beside the files that they belong to
 #   docs          documents and JSON Schemas
 include(CMakePackageConfigHelpers)
@@ -30,7 +30,11 @@ endif()
 install(FILES ${import_libraries} DESTINATION lib COMPONENT development)
 install(FILES hw-inventory-interface/include/hw_inventory_interface.h
     "${PROJECT_BINARY_DIR}/hw-inventory-interface/include/hw_inventory_version.h"
-    DESTINATION include COMPONENT development)
+    bindings/cpp/hw_inventory.hpp DESTINATION include COMPONENT development)
+foreach(language cpp csharp go python rust standin)
+    install(DIRECTORY bindings/${language} DESTINATION bindings COMPONENT development
+        PATTERN "*.hpp" EXCLUDE PATTERN CMakeLists.txt EXCLUDE)
+endforeach()
 
 set(package "${PROJECT_BINARY_DIR}/package")
 configure_package_config_file(cmake/hw_inventory-config.cmake.in "${package}/hw_inventory-config.cmake"

@@ -18,21 +18,26 @@
 #include <array>
 #include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
-#include <deque>
+#include <exception>
 #include <filesystem>
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <new>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <thread>
+#include <type_traits>
 #include <utility>
 
 #ifdef _WIN32
 #ifndef NOMINMAX
 #define NOMINMAX
+#endif
+#ifndef WIN32_LEAN_AND_MEAN // a host may include winsock2.h later
+#define WIN32_LEAN_AND_MEAN
 #endif
 #include <windows.h>
 #else
@@ -53,6 +58,10 @@ enum class Kind
     hotfixes
 };
 
+// By Kind.
+inline constexpr std::array<const char*, 8> kind_names = {"cpus",        "gpus",   "ram",     "disks", "network-adapters",
+                                                          "base-boards", "system", "hotfixes"};
+
 // Those of the library (hw_inventory_interface.h), and two of the Client's own.
 enum class Status : std::uint32_t
 {
@@ -60,15 +69,15 @@ enum class Status : std::uint32_t
     wmi_connection = EXPORT_STATUS_WMI_CONNECTION,
     wmi_query = EXPORT_STATUS_WMI_QUERY,
     other = EXPORT_STATUS_OTHER,
-    timed_out = 1000, // the call took longer than its limit; it goes on, and its result is dropped
-    busy = 1001       // an earlier call that timed out has not come back
+    timed_out = 1000, // the call took longer than its limit; if it had begun it goes on, and its result is dropped
+    busy = 1001       // an earlier call of the Client that timed out has not come back
 };
 
 enum class Level : std::uint32_t
 {
     information,
-    warning,
-    error,
+    warning, // a value or a source could not be read
+    error,   // a call fails
     trace
 };
 
@@ -77,8 +86,8 @@ struct Error
 {
     std::string text; // of one line or more, for a log
     std::string message;
-    std::string error_text;
-    std::string file;
+    std::string error_text; // what failed, in fixed words
+    std::string file;       // the source file of the library
     std::string function;
     std::int64_t line = 0;
     std::string stack_trace;
@@ -93,10 +102,50 @@ struct Result
     explicit operator bool() const { return status == Status::success; }
 };
 
+// The host's log function, which gets UTF-8 text that may contain line breaks. It runs on the Client's thread, and must not use
+// the Client. What it throws is dropped.
+using Log = std::function<void(Level, const std::string&)>;
+
+namespace detail
+{
+inline std::string utf8(const std::filesystem::path& path)
+{
+    const auto text = path.u8string();
+    return {text.begin(), text.end()};
+}
+
+// Throws std::runtime_error.
+inline void* open(const std::filesystem::path& path)
+{
+#ifdef _WIN32
+    void* const module = LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32);
+    const auto code = static_cast<int>(GetLastError());
+    std::string cause = "system error " + std::to_string(code);
+    std::error_code ignored;
+    for (const auto& file : {path.parent_path() / "vm_detect.dll", path}) // Windows reports either as if it were the library
+        if (code == ERROR_MOD_NOT_FOUND && !exists(file, ignored))
+            cause = utf8(file) + " is missing";
+#else
+    void* const module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    const std::string cause = module ? "" : dlerror();
+#endif
+    return module ? module : throw std::runtime_error("cannot load " + utf8(path) + ": " + cause);
+}
+
+inline void* find(void* module, const std::string& name)
+{
+#ifdef _WIN32
+    return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(module), name.c_str()));
+#else
+    return dlsym(module, name.c_str());
+#endif
+}
+}
+
 // The functions of the library, linked or loaded. A loaded library stays loaded until the process ends.
 struct Library
 {
-    std::array<decltype(&hardware_inventory_find_cpus), 8> find; // by Kind
+    std::array<decltype(&hardware_inventory_find_cpus), kind_names.size()> find; // by Kind
     decltype(&release_buffer) release;
     decltype(&hardware_inventory_get_exception) get_exception;
     decltype(&hardware_inventory_set_logger) set_logger;
@@ -112,92 +161,79 @@ struct Library
                 hardware_inventory_set_logger};
     }
 
-    // Throws std::runtime_error, which names the file that is missing: the library, or one that the library needs.
-    static Library load(const std::filesystem::path& path);
+    // Throws std::runtime_error, whose text, in UTF-8, names the file that is missing: the library, or one that the library needs.
+    static Library load(const std::filesystem::path& path)
+    {
+        const std::filesystem::path whole = std::filesystem::absolute(path).make_preferred();
+        void* const module = detail::open(whole);
+        const auto get = [&](auto& function, const std::string& name)
+        {
+            function = reinterpret_cast<std::decay_t<decltype(function)>>(detail::find(module, name));
+            if (!function)
+                throw std::runtime_error(detail::utf8(whole) + " has no function " + name);
+        };
+        Library library{};
+        for (std::size_t kind = 0; kind < kind_names.size(); ++kind)
+        {
+            std::string name = kind_names[kind];
+            std::replace(name.begin(), name.end(), '-', '_');
+            get(library.find[kind], "hardware_inventory_find_" + name);
+        }
+        get(library.release, "release_buffer");
+        get(library.get_exception, "hardware_inventory_get_exception");
+        get(library.set_logger, "hardware_inventory_set_logger");
+        return library;
+    }
 };
 
 namespace detail
 {
-inline std::string utf8(const std::filesystem::path& path)
+inline Result failure(Status status, const char* text)
 {
-    const auto text = path.u8string();
-    return {text.begin(), text.end()};
+    Result result;
+    result.status = status;
+    result.error.text = text;
+    return result;
 }
 
-#ifdef _WIN32
-using Module = HMODULE;
-
-inline Module open(const std::filesystem::path& path)
+struct Call
 {
-    const Module module = LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32);
-    const DWORD error = GetLastError();
-    const std::filesystem::path needed = path.parent_path() / "vm_detect.dll";
-    if (!module && error == ERROR_MOD_NOT_FOUND && exists(path) && !exists(needed))
-        throw std::runtime_error("cannot load " + utf8(path) + ", which needs the missing " + utf8(needed));
-    if (!module)
-        throw std::runtime_error("cannot load " + utf8(path) + (exists(path) ? "" : ", which is missing") + ": system error " +
-                                 std::to_string(error));
-    return module;
-}
-
-inline void* find(Module module, const char* name)
-{
-    return reinterpret_cast<void*>(GetProcAddress(module, name));
-}
-#else
-using Module = void*;
-
-inline Module open(const std::filesystem::path& path)
-{
-    const Module module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    return module ? module : throw std::runtime_error("cannot load " + utf8(path) + ": " + dlerror());
-}
-
-inline void* find(Module module, const char* name)
-{
-    return dlsym(module, name);
-}
-#endif
-
-inline std::string text(const char* field)
-{
-    return field ? field : "";
-}
-
-struct Worker;
-
-struct Job
-{
-    std::function<void(Worker&)> work;
-    bool begun = false;
+    Kind kind;
+    Result result = failure(Status::other, "out of memory"); // until it has another
     bool done = false;
 };
 
 // What a Client and its thread share. It lives as long as either of them.
 struct Worker
 {
-    explicit Worker(Library functions) : library(functions) {}
-
     const Library library;
-    std::mutex mutex; // of the next four and of every job
-    std::condition_variable changed;
-    std::deque<std::shared_ptr<Job>> queue;
-    bool late = false;   // the running call has outlived its limit
-    bool ending = false; // the Client is going or gone
-    std::mutex logging;  // of the last one, held while the host's function runs
-    std::function<void(Level, const std::string&)> log;
+    const bool logs;
+    Log log;
+    std::mutex logging; // of log; held while it runs
+    // The mutex of the process is that of the rest.
+    std::shared_ptr<Call> call;
+    bool late = false;   // the call runs, and nobody waits for it any more
+    bool ending = false; // the Client is gone
 };
 
-// The worker whose thread this is: the library calls the logger on the thread of the call, and passes nothing on to it.
-inline Worker*& current()
+struct Process
 {
-    thread_local Worker* worker = nullptr;
-    return worker;
+    std::mutex mutex;
+    std::condition_variable changed;
+    Worker* caller = nullptr; // the one whose call runs
+};
+
+// Never destroyed: a call that hangs may outlive everything else of the process.
+inline Process& process()
+{
+    static Process& only = *new Process;
+    return only;
 }
 
+// The library passes nothing of the host's to its callback, and calls it on the thread of the call.
 inline void forward(std::uint32_t level, const char* message)
 {
-    Worker& worker = *current();
+    Worker& worker = *process().caller;
     const std::lock_guard<std::mutex> lock(worker.logging);
     try
     {
@@ -207,13 +243,6 @@ inline void forward(std::uint32_t level, const char* message)
     catch (...) // not into the library
     {
     }
-}
-
-// One call at a time in a process. Never destroyed: a call that hangs may hold it when the process ends.
-inline std::mutex& oneCall()
-{
-    static std::mutex& mutex = *new std::mutex;
-    return mutex;
 }
 
 inline Result collect(const Library& library, Kind kind)
@@ -228,148 +257,104 @@ inline Result collect(const Library& library, Kind kind)
         result.document.assign(buffer, size - 1);
         return result;
     }
-    const ExceptionRecord& record = *library.get_exception();
     Error& error = result.error;
-    error = {"status " + std::to_string(static_cast<std::uint32_t>(result.status)),
-             text(record.message),
-             text(record.errorText),
-             text(record.file),
-             text(record.function),
-             record.line,
-             text(record.stackTrace)};
-    for (const std::string& part : {error.error_text, error.message})
+    error.text = "status " + std::to_string(static_cast<std::uint32_t>(result.status));
+    if (size != 0) // memory for the document was lacking, and the record is that of an earlier failure
+        return result;
+    const ExceptionRecord& record = *library.get_exception();
+    const auto text = [](const char* field) { return std::string(field ? field : ""); };
+    error.message = text(record.message);
+    error.error_text = text(record.errorText);
+    error.file = text(record.file);
+    error.function = text(record.function);
+    error.line = record.line;
+    error.stack_trace = text(record.stackTrace);
+    for (const std::string& part : {error.error_text, error.message.substr(0, error.message.find_last_not_of(" \r\n") + 1)})
         error.text += part.empty() ? "" : ": " + part;
     return result;
 }
 
+// The Client's thread.
 inline void run(const std::shared_ptr<Worker>& worker)
 {
-    current() = worker.get();
-    std::unique_lock<std::mutex> lock(worker->mutex);
+    Process& all = process();
+    std::unique_lock<std::mutex> lock(all.mutex);
     while (true)
     {
-        worker->changed.wait(lock, [&] { return worker->ending || !worker->queue.empty(); });
+        all.changed.wait(lock, [&] { return worker->ending || (worker->call && !all.caller); });
         if (worker->ending)
             return;
-        const std::shared_ptr<Job> job = worker->queue.front();
-        worker->queue.pop_front();
-        job->begun = true;
+        const std::shared_ptr<Call> call = worker->call;
+        all.caller = worker.get();
         lock.unlock();
+        if (worker->logs)
+            worker->library.set_logger(forward);
+        try
         {
-            const std::lock_guard<std::mutex> call(oneCall());
-            try
-            {
-                job->work(*worker);
-            }
-            catch (const std::bad_alloc&) // the job's result is this failure until it has another
-            {
-            }
+            call->result = collect(worker->library, call->kind);
         }
+        catch (const std::exception&) // std::bad_alloc: the result is that from the start
+        {
+        }
+        if (worker->logs)
+            worker->library.set_logger(nullptr);
         lock.lock();
-        job->done = true;
+        all.caller = nullptr;
+        worker->call = nullptr;
         worker->late = false;
-        worker->changed.notify_all();
+        call->done = true;
+        all.changed.notify_all();
     }
 }
-}
-
-inline Library Library::load(const std::filesystem::path& path)
-{
-    const std::filesystem::path whole = std::filesystem::absolute(path);
-    const detail::Module module = detail::open(whole);
-    const auto function = [&](const char* name, auto example)
-    {
-        const auto found = reinterpret_cast<decltype(example)>(detail::find(module, name));
-        return found ? found : throw std::runtime_error(detail::utf8(whole) + " has no function " + name);
-    };
-    Library library{};
-    constexpr const char* names[] = {"hardware_inventory_find_cpus",
-                                     "hardware_inventory_find_gpus",
-                                     "hardware_inventory_find_ram",
-                                     "hardware_inventory_find_disks",
-                                     "hardware_inventory_find_network_adapters",
-                                     "hardware_inventory_find_base_boards",
-                                     "hardware_inventory_find_system",
-                                     "hardware_inventory_find_hotfixes"};
-    for (std::size_t kind = 0; kind < library.find.size(); ++kind)
-        library.find[kind] = function(names[kind], library.find[kind]);
-    library.release = function("release_buffer", library.release);
-    library.get_exception = function("hardware_inventory_get_exception", library.get_exception);
-    library.set_logger = function("hardware_inventory_set_logger", library.set_logger);
-    return library;
 }
 
 class Client
 {
 public:
-    explicit Client(Library library) : worker_(std::make_shared<detail::Worker>(library)), thread_(detail::run, worker_) {}
-    Client(const Client&) = delete;
-    Client& operator=(const Client&) = delete;
+    explicit Client(const Library& library, Log log = {})
+        : worker_(new detail::Worker{library, static_cast<bool>(log), std::move(log), {}, {}}), thread_(detail::run, worker_)
+    {
+    }
 
-    // Does not wait for a call that has timed out: its thread ends when the call does. No other call may be running.
+    // No thread may be in collect. Does not wait for a call that has timed out: its thread ends after it. The log function is not
+    // called any more.
     ~Client()
     {
-        std::unique_lock<std::mutex> lock(worker_->mutex);
+        std::unique_lock<std::mutex> lock(detail::process().mutex);
         worker_->ending = true;
-        worker_->changed.notify_all();
         const bool late = worker_->late;
+        detail::process().changed.notify_all();
         lock.unlock();
-        {
-            const std::lock_guard<std::mutex> logging(worker_->logging);
-            worker_->log = nullptr;
-        }
         late ? thread_.detach() : thread_.join();
+        const std::lock_guard<std::mutex> logging(worker_->logging);
+        worker_->log = nullptr;
     }
 
-    // Collects one kind. A limit counts from now, the wait for earlier calls included; no_limit waits for as long as it takes.
+    // Reads the machine. The limit, of a year at most, counts from now on, with the wait for earlier calls.
     Result collect(Kind kind, std::chrono::milliseconds limit = std::chrono::minutes(1))
     {
-        const auto result = std::make_shared<Result>(failed(Status::other, "out of memory"));
-        const auto job = std::make_shared<detail::Job>();
-        job->work = [result, kind](detail::Worker& worker) { *result = detail::collect(worker.library, kind); };
-
-        std::unique_lock<std::mutex> lock(worker_->mutex);
-        if (!worker_->late)
-            worker_->queue.push_back(job);
-        worker_->changed.notify_all();
-        const auto settled = [&] { return job->done || (worker_->late && !job->begun); };
-        if (limit == no_limit)
-            worker_->changed.wait(lock, settled);
-        else
-            worker_->changed.wait_for(lock, limit, settled);
-        if (job->done)
-            return std::move(*result);
-        const bool busy = worker_->late;
-        worker_->late = worker_->late || job->begun;
-        worker_->queue.erase(std::remove(worker_->queue.begin(), worker_->queue.end(), job), worker_->queue.end());
-        worker_->changed.notify_all();
-        if (busy)
-            return failed(Status::busy, "an earlier call that timed out has not come back");
-        return failed(Status::timed_out, "timed out after " + std::to_string(limit.count()) + " ms");
-    }
-
-    // The host's log function, from the next call on; an empty one switches the log off. It runs on the Client's thread, and must
-    // not call the Client. What it throws is dropped.
-    void set_log(std::function<void(Level, const std::string&)> log)
-    {
-        const bool on = static_cast<bool>(log);
+        const auto end = std::chrono::steady_clock::now() + (std::min<std::chrono::milliseconds>)(limit, std::chrono::hours(8760));
+        const std::shared_ptr<detail::Call> call(new detail::Call{kind});
+        detail::Process& all = detail::process();
+        std::unique_lock<std::mutex> lock(all.mutex);
+        const bool next = all.changed.wait_until(lock, end, [&] { return !worker_->call || worker_->late; });
+        if (worker_->late)
+            return detail::failure(Status::busy, "busy");
+        if (next)
         {
-            const std::lock_guard<std::mutex> logging(worker_->logging);
-            worker_->log = std::move(log);
+            worker_->call = call;
+            all.changed.notify_all();
+            if (all.changed.wait_until(lock, end, [&] { return call->done; }))
+                return std::move(call->result);
+            worker_->late = all.caller == worker_.get();
+            if (!worker_->late)
+                worker_->call = nullptr;
+            all.changed.notify_all();
         }
-        const auto job = std::make_shared<detail::Job>();
-        job->work = [on](detail::Worker& worker) { worker.library.set_logger(on ? detail::forward : nullptr); };
-        const std::lock_guard<std::mutex> lock(worker_->mutex);
-        worker_->queue.push_back(job);
-        worker_->changed.notify_all();
+        return detail::failure(Status::timed_out, "timed out");
     }
-
-    static constexpr std::chrono::milliseconds no_limit = std::chrono::milliseconds::max();
 
 private:
-    static Result failed(Status status, const char* text) { return {status, {}, {text, {}, {}, {}, {}, 0, {}}}; }
-    static Result failed(Status status, const std::string& text) { return failed(status, text.c_str()); }
-
     std::shared_ptr<detail::Worker> worker_;
     std::thread thread_;
 };

@@ -76,7 +76,7 @@ def play(scenario, library, command, standin):
         limit = threading.Timer(120, process.kill)
         limit.start()
         for line in process.stdout:
-            lines.append(reduced(line.decode("utf-8").rstrip("\n"), documents))
+            lines.append(reduced(line.decode("utf-8").rstrip("\r\n"), documents))
             if len(lines) in (100, 1100):
                 used.append(resources(process))
         limit.cancel()

@@ -9,9 +9,21 @@ rm -rf "$work" && mkdir -p "$work/alone" && cd "$work" || exit 1
 
 types() { "$root/scripts/document_types.py" --check; }
 go_style() { (cd "$bindings/go" && [[ -z $(gofmt -l .) ]] && go vet ./... && GOOS=linux go vet .); }
-go_builds() { (cd "$bindings/go" && go build -o "$work/" ./examples/machine) && cp machine.exe without-wmi.exe; }
+go_builds() { (cd "$bindings/go" && go build -o "$work/go.exe" ./examples/machine); }
 csharp_builds() {
     mcs -langversion:7.2 -warn:4 -warnaserror -r:System.Runtime.Serialization -out:mono.exe "$bindings"/csharp/{,examples/}*.cs
+}
+include=(-I"$bindings/cpp" -I"$root/hw-inventory-interface/include" -Wall -Wextra -Wpedantic -Werror)
+cpp_builds() {
+    clang++-16 -std=c++17 -g -fsanitize=thread "${include[@]}" -I"$root/build/native/hw-inventory-interface/include" \
+        -o cpp "$bindings/cpp/examples/machine.cpp" &&
+        x86_64-w64-mingw32-g++-posix -std=c++20 -static "${include[@]}" -I"$product/hw-inventory-interface/include" \
+            -o cpp.exe "$bindings/cpp/examples/machine.cpp"
+}
+# Debian's compiler has the standard library for Windows, others on PATH may not.
+rust_builds() {
+    /usr/bin/rustc --edition 2021 -D warnings --target x86_64-pc-windows-gnu -C linker=x86_64-w64-mingw32-gcc-posix \
+        -o rust.exe "$bindings/rust/examples/machine.rs"
 }
 
 # play BINDING SET LIBRARY COMMAND...
@@ -20,16 +32,22 @@ play() {
     cat log >&2
 }
 
-ensure_packages golang-go mono-mcs mono-runtime libmono-system-runtime-serialization4.0-cil python3-jsonschema wine64 || exit 1
+ensure_packages golang-go mono-mcs mono-runtime libmono-system-runtime-serialization4.0-cil rustc libstd-rust-dev-windows \
+    python3-jsonschema "${build_packages[@]}" "${windows_packages[@]}" libclang-rt-16-dev || exit 1
 build native --target standin && build mingw --target standin hw_inventory_interface || exit 1
-for case in types go_style go_builds csharp_builds; do
+for case in types go_style {go,csharp,cpp,rust}_builds; do
     "$case" > log 2>&1 && result=ok || { result=FAILED; cat log >&2; }
     echo "bindings: ${case/_/ }: $result"
 done
 # Wine refuses WMI to a program of this name.
 "${wine[@]}" reg add 'HKCU\Software\Wine\AppDefaults\without-wmi.exe\DllOverrides' /v wbemprox /d '' /f > /dev/null 2>&1
 cp "$product/bin/hw_inventory_interface.dll" alone
-play go stand-in "$product/bin/standin/hw_inventory_interface.dll" "${wine[@]}" machine.exe
-play go machine "$product/bin/hw_inventory_interface.dll" "${wine[@]}" machine.exe
-play go 'machine without WMI' "$product/bin/hw_inventory_interface.dll" "${wine[@]}" without-wmi.exe
+for binding in go cpp rust; do
+    play $binding stand-in "$product/bin/standin/hw_inventory_interface.dll" "${wine[@]}" $binding.exe
+    play $binding machine "$product/bin/hw_inventory_interface.dll" "${wine[@]}" $binding.exe
+    mv $binding.exe without-wmi.exe
+    play $binding 'machine without WMI' "$product/bin/hw_inventory_interface.dll" "${wine[@]}" without-wmi.exe
+done
+play 'cpp on Linux' stand-in "$native/libhw_inventory_interface.so" ./cpp
+play python stand-in "$native/libhw_inventory_interface.so" python3 -B "$bindings/python/examples/machine.py"
 play 'csharp on mono' stand-in "$native/libhw_inventory_interface.so" mono mono.exe

@@ -118,7 +118,8 @@ refusals() {
     refuses 1 "lacks ['docs/hosting.md'] and should not have ['extra']" python3 "$root/scripts/release.py" "$root" "$product" stage none 1.0 0
 }
 
-ensure_packages unzip pkgconf openssl osslsigncode python3-jsonschema jq yamllint nuget || exit 1
+ensure_packages unzip pkgconf openssl osslsigncode python3-jsonschema jq yamllint nuget \
+    golang-go mono-mcs libmono-system-runtime-serialization4.0-cil rustc libstd-rust-dev-windows || exit 1
 # A case fails with the first command that fails, and is skipped with 77.
 declare -A outcome=([0]=ok [77]=skipped)
 for case in archives shipped_files bill_of_materials consumers packages steps_on_windows samples signatures refusals; do
