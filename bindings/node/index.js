@@ -95,12 +95,12 @@ export class Inventory {
 
     constructor(worker, log) {
         this.#worker = worker;
-        worker.unref();
         worker.on('message', message => message.log ? log(...message.log) : this.#finish(message));
         worker.on('error', error => {
             this.#leaveAll(error);
             this.#finish({});
         });
+        worker.unref(); // listeners have it wait again
     }
 
     async collect(kind, options) {

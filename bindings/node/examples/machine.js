@@ -61,7 +61,7 @@ try {
     for (let time = 0; time < Number(values.times); time++)
         for (const kind of wanted.length > 0 ? wanted : kinds)
             await print(inventory, kind);
-    inventory.close();
+    // Left open: an Inventory keeps no process alive.
 } catch (error) {
     console.log(error.message);
     process.exitCode = 1;
