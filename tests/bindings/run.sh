@@ -23,6 +23,7 @@ node_installs() {
     ln -s node.exe node/without-wmi.exe
 }
 node_types() {
+    [[ -e node/linux ]] || return 77
     npm_package typescript 5.9.3
     sed -n '/^```js/,/^```/{/^```/!p}' node/README.md > node/sample.mts
     node/linux "$cache/typescript-5.9.3/package/lib/tsc.js" --noEmit --strict --lib es2022,dom --module nodenext node/sample.mts
