@@ -31,7 +31,7 @@ install(FILES ${import_libraries} DESTINATION lib COMPONENT development)
 install(FILES hw-inventory-interface/include/hw_inventory_interface.h
     "${PROJECT_BINARY_DIR}/hw-inventory-interface/include/hw_inventory_version.h"
     bindings/cpp/hw_inventory.hpp DESTINATION include COMPONENT development)
-foreach(language cpp csharp go python rust standin)
+foreach(language cpp csharp go node python rust standin)
     install(DIRECTORY bindings/${language} DESTINATION bindings COMPONENT development
         PATTERN "*.hpp" EXCLUDE PATTERN CMakeLists.txt EXCLUDE)
 endforeach()

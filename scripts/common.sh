@@ -59,3 +59,15 @@ build() {
     say "building $preset"
     quietly cmake --build "$folder" "$@"
 }
+
+# Unpacks a package of npm in the cache, in the folder NAME-VERSION without the name's scope. 77: npm has not got it.
+#   npm_package NAME VERSION
+npm_package() {
+    local folder="$cache/${1##*/}-$2"
+    [[ ! -d $folder ]] || return 0
+    command -v npm || ensure_packages npm || return 77
+    npm pack "$1@$2" || return 77
+    mkdir -p "$folder.new"
+    tar -xzf ./*"${1##*/}-$2".tgz -C "$folder.new"
+    mv "$folder.new" "$folder"
+}

@@ -133,7 +133,49 @@ def csharp(every):
     return f"// {HEAD}\n{using}\nnamespace HwInventory\n{{\n" + "\n".join(parts) + "}\n"
 
 
-FILES = {"bindings/go/types.go": go, "bindings/csharp/Documents.cs": csharp}
+def typescript(every):
+    def member(key):
+        type_ = {"text": "string", "uint64": "bigint", "uint32": "number", "double": "number"}.get(key.type, key.type)
+        type_ += " | null" * key.nullable
+        if key.list:
+            type_ = f"({type_})[]" if key.nullable else f"{type_}[]"
+        about = textwrap.fill(f"/** {key.about} */", 120, initial_indent="    ", subsequent_indent="     * ", break_on_hyphens=False)
+        return f"{about}\n    {key.name}{'?' * (not key.always)}: {type_};\n"
+
+    def interface(title, about, keys):
+        return f"/** {about} */\nexport interface {title} {{\n{''.join(map(member, keys))}}}\n"
+
+    kinds = "".join(f'    "{each.kind}": {each.name};\n' for each in every)
+    parts = [
+        f"// {HEAD}\n",
+        f"/** The documents by kind. */\nexport interface Documents {{\n{kinds}}}\n",
+        "export type Kind = keyof Documents;\n",
+        "/** The kinds of documents. */\nexport const kinds: readonly Kind[];\n",
+    ]
+    for each in every:
+        parts.append(interface(each.name, f"The document {each.kind}.", each.keys))
+        parts.extend(interface(record.name, record.title + ".", record.keys) for record in each.records)
+    return "\n".join(parts)
+
+
+def javascript(every):
+    keys = [key for each in every for record in [each, *each.records] for key in record.keys]
+    sizes = sorted({key.name for key in keys if key.type == "uint64"})
+    assert all(key.type == "uint64" for key in keys if key.name in sizes), "a key has 64 bits in some records only"
+    listed = lambda names: ", ".join(f"'{name}'" for name in names)
+    return (
+        f"// {HEAD}\n"
+        f"export const kinds = [{listed(each.kind for each in every)}];\n\n"
+        f"// The keys of 64-bit numbers.\nexport const sizes = [{listed(sizes)}];\n"
+    )
+
+
+FILES = {
+    "bindings/go/types.go": go,
+    "bindings/csharp/Documents.cs": csharp,
+    "bindings/node/documents.d.ts": typescript,
+    "bindings/node/documents.js": javascript,
+}
 
 
 def main(check):

@@ -35,17 +35,6 @@ shipped_files() {
     done
 }
 
-# npm_package NAME VERSION: unpacks it in the cache.
-npm_package() {
-    local folder="$cache/${1##*/}-$2"
-    [[ ! -d $folder ]] || return 0
-    command -v npm || ensure_packages npm || return 77
-    npm pack "$1@$2" || return 77
-    mkdir "$folder.new"
-    tar -xzf ./*"${1##*/}-$2".tgz -C "$folder.new"
-    mv "$folder.new" "$folder"
-}
-
 bill_of_materials() {
     npm_package @cyclonedx/cyclonedx-library 8.4.0
     python3 "$here/check_bill.py" "$cache/cyclonedx-library-8.4.0/package/res/schema" "dist/$name.cdx.json" "$unpacked"

