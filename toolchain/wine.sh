@@ -19,4 +19,6 @@ if [[ ! -f $WINEPREFIX/.complete ]]; then
         fi
     ) 9> "$WINEPREFIX/.lock"
 fi
+# Wine's server stays for half a minute after the last program: one that is just ending can refuse the next program.
+"${wine%/*}/wineserver64" -p30 > /dev/null 2>&1 < /dev/null || true # it is running already
 exec "$wine" "$@"
