@@ -18,7 +18,7 @@ build() {
     cmake --build --preset msvc --parallel
 }
 
-# A machine file that replays to other documents than the library's own is a defect worth its artefact.
+# Eight documents of the library, and eight of the replayed recording.
 machine() {
     local programs=$1 folder=$2
     mkdir -p "$folder"
