@@ -14,7 +14,8 @@ for part in "$@"; do
 done
 [[ $# -eq 0 ]] || parts=("$@")
 
-# Runs one preset's tests; CTest's own report goes to a JUnit file, whose first line holds the counts.
+# Runs one preset's tests; CTest's own report goes to a JUnit file, whose first line holds the counts. Of a test that fails, its name
+# and what it printed are shown: a machine that has run them is often gone when somebody reads that one failed.
 passed=0 failed=0 skipped=0
 declare -a summary
 run_preset() {
@@ -33,6 +34,7 @@ run_preset() {
     left=$(sed 's/.* skipped="\([0-9]*\)".*/\1/' <<< "$counts")
     summary+=("$preset: $((tests - bad - left)) passed, $bad failed, $left skipped")
     passed=$((passed + tests - bad - left)) failed=$((failed + bad)) skipped=$((skipped + left))
+    [[ $bad -eq 0 ]] || python3 "$root/scripts/failures.py" "$report" >&2
     [[ $tests -gt 0 ]] || failed=$((failed + 1))
 }
 
