@@ -1,80 +1,69 @@
-// Prints this machine's inventory: a client of the public C header alone.
-#include "cli/Kinds.h"
+// The inventory of this machine, and tools over the documents: a client of the public header alone.
+#include "cli/Commands.h"
+#include "cli/ExitStatus.h"
+#include "cli/Output.h"
+#include "cli/documents/Envelope.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <iterator>
-#include <optional>
-#include <string>
+#include <span>
 #include <string_view>
 #include <vector>
 
 namespace
 {
-constexpr int kUsageError = 64; // apart from every status of the library
+using namespace HardwareInventory;
 
-constexpr const char* kUsage = "usage: hw-inventory [--pretty] [--log] [KIND...]\n"
-                               "\n"
-                               "Prints this machine's inventory as JSON, one document a line.\n"
-                               "\n"
-                               "  KIND      cpus gpus ram disks network-adapters base-boards system hotfixes; all without any\n"
-                               "  --pretty  indent the documents\n"
-                               "  --log     show the library's log on standard error\n"
-                               "  --help    show this text\n"
-                               "\n"
-                               "The exit status is the worst of the library's statuses, 0 to 8; 64 for a wrong argument.\n";
+constexpr const char* kDefaultCommand = "collect";
 
-struct Request
+// "hw-inventory cpus" is "hw-inventory collect cpus".
+bool namesCommand(std::span<const Command> commands, const std::string& argument)
 {
-    bool help = false;
-    bool pretty = false;
-    bool log = false;
-    std::vector<Kind> kinds;
-    std::optional<std::string_view> wrong; // the first unknown argument
-};
+    constexpr std::string_view own[] = {"-h", "--help", "-V", "--version"};
+    const auto name = [](const Command& command) { return command.arguments->get_name(); };
+    return std::ranges::find(own, argument) != std::end(own) || std::ranges::find(commands, argument, name) != commands.end();
+}
 
-Request parse(const std::vector<std::string_view>& arguments)
+int run(std::vector<std::string> arguments)
 {
-    Request request;
-    for (const std::string_view argument : arguments)
+    CLI::App program("Prints the hardware inventory of this machine, and works on such inventories.", "hw-inventory");
+    program.allow_windows_style_options(false); // a path and a JSON pointer can begin with a slash
+    program.require_subcommand(1);
+    const Command commands[] = {addCollect(program)};
+
+    if (arguments.empty() || !namesCommand(commands, arguments.front()))
+        arguments.insert(arguments.begin(), kDefaultCommand);
+    std::ranges::reverse(arguments); // as CLI11 takes them
+    try
     {
-        const auto kind = std::ranges::find(kKinds, argument, &Kind::name);
-        if (kind != std::end(kKinds))
-            request.kinds.push_back(*kind);
-        else if (argument == "--help")
-            request.help = true;
-        else if (argument == "--pretty")
-            request.pretty = true;
-        else if (argument == "--log")
-            request.log = true;
-        else if (!request.wrong)
-            request.wrong = argument;
+        program.parse(arguments);
     }
-    if (request.kinds.empty())
-        request.kinds.assign(std::begin(kKinds), std::end(kKinds));
-    return request;
+    catch (const CLI::ParseError& error)
+    {
+        return program.exit(error) == 0 ? kSuccess : kUsage;
+    }
+    return std::ranges::find_if(commands, [](const Command& command) { return command.arguments->parsed(); })->run();
 }
 }
 
 int main(int argc, char** argv)
+try
 {
     makeOutputBinary();
-    const Request request = parse({argv + std::min(argc, 1), argv + argc});
-    if (request.wrong)
-    {
-        std::fprintf(stderr, "not understood: %s\n\n%s", std::string(*request.wrong).c_str(), kUsage);
-        return kUsageError;
-    }
-    if (request.help)
-    {
-        std::fputs(kUsage, stdout);
-        return 0;
-    }
-
-    if (request.log)
-        hardware_inventory_set_logger(printLogLine);
-    ExportStatus worst = EXPORT_STATUS_SUCCESS;
-    for (const Kind& kind : request.kinds)
-        worst = std::max(worst, print(kind, request.pretty));
-    return static_cast<int>(worst);
+    return run({argv + std::min(argc, 1), argv + argc});
+}
+catch (const OutputError& error)
+{
+    std::fprintf(stderr, "hw-inventory: %s\n", error.what());
+    return kOutput;
+}
+catch (const InputError& error)
+{
+    std::fprintf(stderr, "hw-inventory: %s\n", error.what());
+    return kInput;
+}
+catch (const std::exception& error)
+{
+    std::fprintf(stderr, "hw-inventory: %s\n", error.what());
+    return kSoftware;
 }

@@ -1,7 +1,8 @@
 // Captures what the inventory asks of this machine, and replays it on another one.
-#include "cli/Kinds.h"
+#include "cli/Output.h"
 #include "machine/Anonymiser.h"
 #include "machine/Hmac.h"
+#include "machine/Kinds.h"
 #include "machine/MachineInUse.h"
 #include "machine/NativeMachine.h"
 #include "machine/RecordedMachine.h"
@@ -28,23 +29,6 @@ std::string readFile(const std::filesystem::path& path)
     if (!file)
         throw std::runtime_error("cannot read " + path.string());
     return bytes;
-}
-
-// Beside the file and then in its place, so that no half of one is left.
-void writeFile(const std::filesystem::path& path, const std::string& bytes)
-{
-    std::filesystem::path beside = path;
-    beside += ".new";
-    std::ofstream file(beside, std::ios::binary);
-    file << bytes;
-    file.close();
-    if (!file)
-    {
-        std::error_code ignored;
-        std::filesystem::remove(beside, ignored);
-        throw std::runtime_error("cannot write " + path.string());
-    }
-    std::filesystem::rename(beside, path);
 }
 
 // For the life of the process: the vendors' libraries are called until its end.
@@ -81,13 +65,13 @@ int capture(const std::string& path, bool raw, const std::string& keyFile)
         if (kind.find(&buffer, &size) == EXPORT_STATUS_SUCCESS)
             release_buffer(buffer);
     }
-    writeFile(path, raw ? recording.text() : anonymised(recording, keyFile).text());
+    HardwareInventory::writeFile(path, raw ? recording.text() : anonymised(recording, keyFile).text());
     return 0;
 }
 
 int anonymise(const std::string& path, const std::string& output, const std::string& keyFile)
 {
-    writeFile(output.empty() ? path : output, anonymised(Recording::parse(readFile(path)), keyFile).text());
+    HardwareInventory::writeFile(output.empty() ? path : output, anonymised(Recording::parse(readFile(path)), keyFile).text());
     return 0;
 }
 
@@ -148,7 +132,7 @@ int run(int argc, char** argv)
 int main(int argc, char** argv)
 try
 {
-    makeOutputBinary();
+    HardwareInventory::makeOutputBinary();
     return run(argc, argv);
 }
 catch (const std::exception& error)

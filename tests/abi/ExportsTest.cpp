@@ -1,4 +1,4 @@
-#include "cli/Kinds.h"
+#include "machine/Kinds.h"
 #include "tests/runner/Cases.h"
 #include "tests/runner/Replay.h"
 

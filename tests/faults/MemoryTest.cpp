@@ -1,4 +1,4 @@
-#include "cli/Kinds.h"
+#include "machine/Kinds.h"
 #include "hw-inventory-impl/lib/Platform/Platform.h"
 #include "tests/runner/Cases.h"
 #include "tests/runner/Replay.h"

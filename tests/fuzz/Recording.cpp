@@ -1,7 +1,7 @@
 // Any bytes as a recorded machine: refused with a reason, or eight calls with documented statuses and whole documents.
 #include "machine/Recording.h"
 
-#include "cli/Kinds.h"
+#include "machine/Kinds.h"
 #include "machine/MachineInUse.h"
 #include "machine/RecordedMachine.h"
 #include "tests/fuzz/Target.h"

@@ -1,6 +1,6 @@
 #include "tests/runner/Replay.h"
 
-#include "cli/Kinds.h"
+#include "machine/Kinds.h"
 #include "machine/MachineInUse.h"
 #include "machine/RecordedMachine.h"
 #include "machine/RecordingMachine.h"

@@ -25,6 +25,3 @@ void printLogLine(uint32_t level, const char* message);
 
 // Prints the document to standard output, or the failure to standard error.
 ExportStatus print(const Kind& kind, bool pretty);
-
-// From now on the output is UTF-8 with plain line feeds on every platform.
-void makeOutputBinary();

@@ -1,4 +1,4 @@
-#include "cli/Kinds.h"
+#include "machine/Kinds.h"
 
 #include <nlohmann/json.hpp>
 
@@ -6,11 +6,6 @@
 #include <iterator>
 #include <memory>
 #include <string>
-
-#ifdef _WIN32
-#include <fcntl.h>
-#include <io.h>
-#endif
 
 void printLogLine(uint32_t level, const char* message)
 {
@@ -44,12 +39,4 @@ ExportStatus print(const Kind& kind, bool pretty)
     const std::unique_ptr<char, void (*)(void*)> document(buffer, release_buffer);
     std::puts(pretty ? nlohmann::ordered_json::parse(buffer).dump(4).c_str() : buffer);
     return status;
-}
-
-void makeOutputBinary()
-{
-#ifdef _WIN32
-    _setmode(_fileno(stdout), _O_BINARY);
-    _setmode(_fileno(stderr), _O_BINARY);
-#endif
 }

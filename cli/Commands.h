@@ -1,0 +1,18 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+
+namespace HardwareInventory
+{
+// A command of the program. After its arguments are parsed, run() does the work and returns an ExitStatus. It may throw
+// OutputError and InputError, which the program reports.
+struct Command
+{
+    CLI::App* arguments;
+    std::function<int()> run;
+};
+
+Command addCollect(CLI::App& program);
+}

@@ -1,0 +1,117 @@
+#include "cli/documents/Envelope.h"
+
+#include "cli/documents/Kinds.h"
+
+#include <fstream>
+#include <iostream>
+#include <iterator>
+
+namespace HardwareInventory
+{
+namespace
+{
+using nlohmann::json;
+
+std::string utf8(const std::filesystem::path& path)
+{
+    const std::u8string text = path.u8string();
+    return {text.begin(), text.end()};
+}
+
+std::string readAll(const std::filesystem::path& path)
+{
+    if (path == "-")
+        return {std::istreambuf_iterator<char>(std::cin), {}};
+    std::ifstream file(path, std::ios::binary);
+    std::string text(std::istreambuf_iterator<char>(file), {});
+    if (!file.is_open() || file.bad() || is_directory(path))
+        throw InputError("cannot read " + utf8(path));
+    return text;
+}
+
+Envelope failureOrDocument(const json& object)
+{
+    Envelope envelope;
+    envelope.kind = object.at("kind").get<std::string>();
+    envelope.collected = object.at("collected").get<std::string>();
+    envelope.machine = object.at("machine").get<std::string>();
+    envelope.version = object.at("version").get<std::string>();
+    envelope.durationMs = object.at("durationMs").get<std::int64_t>();
+    envelope.document = object.at("document");
+    if (const json& error = object.at("error"); !error.is_null())
+        envelope.error = {error.at("status").get<std::uint32_t>(), error.at("name").get<std::string>(),
+                          error.at("text").get<std::string>()};
+    const DocumentKind* const kind = kindNamed(envelope.kind);
+    if (!kind || (envelope.document.is_null() ? !envelope.error : kindOf(envelope.document) != kind))
+        throw InputError("no document of kind " + envelope.kind);
+    return envelope;
+}
+
+// Throws InputError or json::exception.
+Envelope fromJson(json object)
+{
+    if (object.is_object() && object.contains("document"))
+        return failureOrDocument(object);
+    const DocumentKind* const kind = kindOf(object);
+    if (!kind)
+        throw InputError("neither a document nor an envelope");
+    Envelope envelope;
+    envelope.kind = kind->name;
+    envelope.document = std::move(object);
+    return envelope;
+}
+}
+
+json toJson(const Envelope& envelope)
+{
+    json error;
+    if (envelope.error)
+        error = {{"status", envelope.error->status}, {"name", envelope.error->name}, {"text", envelope.error->text}};
+    return {{"collected", envelope.collected},
+            {"document", envelope.document},
+            {"durationMs", envelope.durationMs},
+            {"error", error},
+            {"kind", envelope.kind},
+            {"machine", envelope.machine},
+            {"status", envelope.error ? envelope.error->status : 0},
+            {"version", envelope.version}};
+}
+
+std::vector<Envelope> readEnvelopes(const std::filesystem::path& path)
+{
+    const std::string text = readAll(path);
+    std::vector<Envelope> envelopes;
+    if (json whole = json::parse(text, nullptr, false); !whole.is_discarded())
+    {
+        try
+        {
+            envelopes.push_back(fromJson(std::move(whole)));
+            return envelopes;
+        }
+        catch (const std::exception& error)
+        {
+            throw InputError(utf8(path) + ": " + error.what());
+        }
+    }
+    std::size_t number = 0;
+    for (std::size_t begin = 0, end = 0; begin < text.size(); begin = end + 1)
+    {
+        ++number;
+        end = std::min(text.find('\n', begin), text.size());
+        const std::string_view line(text.data() + begin, end - begin);
+        if (line.find_first_not_of(" \t\r") == std::string_view::npos)
+            continue;
+        try
+        {
+            envelopes.push_back(fromJson(json::parse(line)));
+        }
+        catch (const std::exception& error)
+        {
+            throw InputError(utf8(path) + ", line " + std::to_string(number) + ": " + error.what());
+        }
+    }
+    if (envelopes.empty())
+        throw InputError(utf8(path) + " has no document");
+    return envelopes;
+}
+}

@@ -1,0 +1,16 @@
+# cmake -DOUTPUT=FILE -P EmbedSchemas.cmake -- SCHEMA...
+# Writes a C++ source with the schemas' bytes, which no compiler's limit for string literals holds for.
+set(entries "")
+math(EXPR last "${CMAKE_ARGC} - 1")
+set(text "#include \"cli/documents/Schemas.h\"\n\nnamespace HardwareInventory\n{\nnamespace\n{\n")
+set(number 0)
+foreach(index RANGE 5 ${last})
+    file(READ "${CMAKE_ARGV${index}}" bytes HEX)
+    string(REGEX REPLACE "(................................................)" "\\1\n" bytes "${bytes}")
+    string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," bytes "${bytes}")
+    string(APPEND text "constexpr unsigned char schema${number}[] = {\n${bytes}};\n")
+    string(APPEND entries "    {schema${number}, sizeof(schema${number})},\n")
+    math(EXPR number "${number} + 1")
+endforeach()
+string(APPEND text "}\n\nconst EmbeddedSchema kEmbeddedSchemas[${number}] = {\n${entries}};\n}\n")
+file(WRITE "${OUTPUT}" "${text}")
