@@ -1,4 +1,5 @@
 #include "machine/Recording.h"
+#include "machine/LinuxSmbios.h"
 
 #include <gmock/gmock.h>
 
@@ -32,4 +33,16 @@ TEST(Recording, RefusesWhatNoMachineAnswers)
     }
     EXPECT_EQ(refusal(std::string((64 << 20) + 1, ' ')), "not a recording: larger than 64 MiB");
     EXPECT_EQ(refusal(std::string(100, '[')), "not a recording: nested too deep");
+}
+
+// Both kinds of entry point, and what is too short for one.
+TEST(LinuxSmbios, HasTheHeaderOfWindows)
+{
+    using Bytes = std::vector<std::uint8_t>;
+    const Bytes structures{127, 4, 1, 0, 0, 0};
+    const Bytes table{0, 3, 2, 0, 6, 0, 0, 0, 127, 4, 1, 0, 0, 0};
+    EXPECT_EQ(rawSmbiosTable(Bytes{'_', 'S', 'M', '3', '_', 9, 9, 3, 2}, structures), table);
+    EXPECT_EQ(rawSmbiosTable(Bytes{'_', 'S', 'M', '_', 9, 9, 3, 2, 9}, structures), table);
+    EXPECT_EQ(rawSmbiosTable(Bytes{'_', 'S', 'M', '3', '_', 9, 9, 3}, structures), Bytes());
+    EXPECT_EQ(rawSmbiosTable(Bytes{'_', 'S', 'M', '3', '_', 9, 9, 3, 2}, {}), Bytes());
 }
