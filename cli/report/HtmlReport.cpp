@@ -353,8 +353,7 @@ void Page::row(const DocumentKind& kind, const json& record, std::span<const Col
 void Page::cell(const DocumentKind& kind, const Column& column, const json& record)
 {
     const json& member = memberOf(record, column.key);
-    const bool number = member.is_number();
-    const auto cell = html_.element("td", {{"data-label", labelOf(*column.schema, column.key)}, {"class", number ? "number" : ""}});
+    const auto cell = html_.element("td", {{"data-label", labelOf(*column.schema, column.key)}});
     if (!record.contains(column.key))
         return;
     if (member.is_array() && std::ranges::any_of(member, &json::is_object))
