@@ -15,4 +15,5 @@ struct Command
 };
 
 Command addCollect(CLI::App& program);
+Command addReport(CLI::App& program);
 }

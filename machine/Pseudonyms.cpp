@@ -1,8 +1,8 @@
 #include "machine/Pseudonyms.h"
 
-#include "machine/Hmac.h"
 #include "machine/IpAddress.h"
 #include "machine/TextForms.h"
+#include "st-core/lib/Digest.h"
 #include "st-core/lib/Text.h"
 #include "st-core/lib/Utf8.h"
 
@@ -154,7 +154,8 @@ std::wstring Pseudonyms::drawn(Kind kind, const std::wstring& value, std::size_t
                                                     : "text ";
     const std::string seed = label + std::to_string(attempt) + " ";
     if (kind == Kind::address)
-        return documentationAddress(canonicalAddress(value), hmacSha256(key_, seed + ZelStdCore::toUtf8(canonicalAddress(value))));
+        return documentationAddress(canonicalAddress(value),
+                                    ZelStdCore::hmacSha256(key_, seed + ZelStdCore::toUtf8(canonicalAddress(value))));
 
     const bool hexadecimal = std::ranges::all_of(lettersOf(value.substr(kept)), isHexadecimal);
     std::wstring substitute = value;
@@ -163,7 +164,7 @@ std::wstring Pseudonyms::drawn(Kind kind, const std::wstring& value, std::size_t
     {
         const std::size_t place = (index - kept) % kHmacSize;
         if (place == 0)
-            random = hmacSha256(key_, seed + std::to_string(index) + " " + ZelStdCore::toUtf8(value));
+            random = ZelStdCore::hmacSha256(key_, seed + std::to_string(index) + " " + ZelStdCore::toUtf8(value));
         const auto number = static_cast<std::uint8_t>(random[place]);
         if (isDigit(value[index]))
             substitute[index] = static_cast<wchar_t>(L'0' + number % 10);

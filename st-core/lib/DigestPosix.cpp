@@ -1,4 +1,4 @@
-#include "machine/Hmac.h"
+#include "st-core/lib/Digest.h"
 
 #include <openssl/evp.h>
 #include <openssl/hmac.h>
@@ -6,7 +6,7 @@
 
 #include <stdexcept>
 
-namespace HardwareInventory
+namespace ZelStdCore
 {
 namespace
 {
@@ -16,6 +16,14 @@ unsigned char* bytes(std::string& text)
 {
     return reinterpret_cast<unsigned char*>(text.data());
 }
+}
+
+std::string sha256(std::string_view message)
+{
+    std::string digest(kSize, '\0');
+    if (EVP_Digest(message.data(), message.size(), bytes(digest), nullptr, EVP_sha256(), nullptr) != 1)
+        throw std::runtime_error("SHA-256 failed");
+    return digest;
 }
 
 std::string hmacSha256(std::string_view key, std::string_view message)
