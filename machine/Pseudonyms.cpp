@@ -2,7 +2,7 @@
 
 #include "machine/IpAddress.h"
 #include "machine/TextForms.h"
-#include "st-core/lib/Digest.h"
+#include "st-core/lib/Hash.h"
 #include "st-core/lib/Text.h"
 #include "st-core/lib/Utf8.h"
 
@@ -18,7 +18,6 @@ namespace
 {
 constexpr std::size_t kFewestOfSerial = 6; // shorter ones occur in other texts by chance
 constexpr std::size_t kFewestOfWord = 10;
-constexpr std::size_t kHmacSize = 32;
 constexpr int kMostAttempts = 10'000;
 
 constexpr std::size_t kMacDigits = 12;
@@ -162,7 +161,7 @@ std::wstring Pseudonyms::drawn(Kind kind, const std::wstring& value, std::size_t
     std::string random;
     for (std::size_t index = kept; index < value.size(); ++index)
     {
-        const std::size_t place = (index - kept) % kHmacSize;
+        const std::size_t place = (index - kept) % ZelStdCore::kHashSize;
         if (place == 0)
             random = ZelStdCore::hmacSha256(key_, seed + std::to_string(index) + " " + ZelStdCore::toUtf8(value));
         const auto number = static_cast<std::uint8_t>(random[place]);

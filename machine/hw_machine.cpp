@@ -7,7 +7,7 @@
 #include "machine/RecordedMachine.h"
 #include "machine/RecordingMachine.h"
 #include "machine/VmFacts.h"
-#include "st-core/lib/Digest.h"
+#include "st-core/lib/Hash.h"
 
 #include <CLI/CLI.hpp>
 

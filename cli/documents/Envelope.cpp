@@ -1,5 +1,6 @@
 #include "cli/documents/Envelope.h"
 
+#include "cli/Paths.h"
 #include "cli/documents/Kinds.h"
 
 #include <fstream>
@@ -11,12 +12,6 @@ namespace HardwareInventory
 namespace
 {
 using nlohmann::json;
-
-std::string utf8(const std::filesystem::path& path)
-{
-    const std::u8string text = path.u8string();
-    return {text.begin(), text.end()};
-}
 
 std::string readAll(const std::filesystem::path& path)
 {

@@ -1,6 +1,6 @@
 #include "cli/report/Assets.h"
 
-#include "st-core/lib/Digest.h"
+#include "st-core/lib/Hash.h"
 
 namespace HardwareInventory
 {

@@ -28,6 +28,11 @@ unsigned percentOf(std::uint64_t part, std::uint64_t whole)
     return whole == 0 ? 0 : static_cast<unsigned>(100.0 * static_cast<double>(part) / static_cast<double>(whole) + 0.5);
 }
 
+bool hasRecords(const json& value)
+{
+    return value.is_array() && std::ranges::any_of(value, &json::is_object);
+}
+
 // "2026-11-22T10:30:00Z" as "2026-11-22 10:30:00 UTC"
 std::string shownTime(std::string time)
 {
@@ -56,9 +61,9 @@ private:
     void kind(const std::string& id, const DocumentKind& kind, const Envelope& envelope);
     void failure(const Envelope::Failure& failure);
     void table(const std::string& heading, const DocumentKind& kind, std::span<const json* const> records);
-    void row(const DocumentKind& kind, const json& record, std::span<const Column> columns);
-    void cell(const DocumentKind& kind, const Column& column, const json& record);
-    void nested(const DocumentKind& kind, const Column& column, const json& records);
+    void row(const json& record, std::span<const Column> columns);
+    void cell(const Column& column, const json& record);
+    void innerRow(const DocumentKind& kind, const Column& column, const json& records, std::size_t width);
     void value(const json& value, const json& schema);
     void bar(unsigned percent);
     void diskBar(std::uint64_t used, std::uint64_t size);
@@ -321,7 +326,11 @@ void Page::failure(const Envelope::Failure& failure)
 
 void Page::table(const std::string& heading, const DocumentKind& kind, std::span<const json* const> records)
 {
-    const std::vector<Column> columns = columnsOf(kind, records, Shown::page);
+    std::vector<Column> all = columnsOf(kind, records, Shown::page);
+    const auto isPlain = [&](const Column& column)
+    { return std::ranges::none_of(records, [&](const json* record) { return hasRecords(memberOf(*record, column.key)); }); };
+    const std::span<const Column> inner(std::ranges::stable_partition(all, isPlain));
+    const std::span<const Column> columns(all.data(), all.size() - inner.size());
     const auto scroll = html_.element("div", {{"class", "wide"}});
     const auto table = html_.element("table", {{"aria-labelledby", heading}});
     {
@@ -333,10 +342,14 @@ void Page::table(const std::string& heading, const DocumentKind& kind, std::span
     }
     const auto body = html_.element("tbody");
     for (const json* record : records)
-        row(kind, *record, columns);
+    {
+        row(*record, columns);
+        for (const Column& column : inner)
+            innerRow(kind, column, memberOf(*record, column.key), columns.size());
+    }
 }
 
-void Page::row(const DocumentKind& kind, const json& record, std::span<const Column> columns)
+void Page::row(const json& record, std::span<const Column> columns)
 {
     html_.line();
     const auto row = html_.element("tr");
@@ -347,32 +360,31 @@ void Page::row(const DocumentKind& kind, const json& record, std::span<const Col
         return;
     }
     for (const Column& column : columns)
-        cell(kind, column, record);
+        cell(column, record);
 }
 
-void Page::cell(const DocumentKind& kind, const Column& column, const json& record)
+void Page::cell(const Column& column, const json& record)
 {
-    const json& member = memberOf(record, column.key);
     const auto cell = html_.element("td", {{"data-label", labelOf(*column.schema, column.key)}});
     if (!record.contains(column.key))
         return;
-    if (member.is_array() && std::ranges::any_of(member, &json::is_object))
-        nested(kind, column, member);
-    else if (column.key == "availableSpace" && sizeOf(record, "size"))
-    {
-        const std::uint64_t size = sizeOf(record, "size");
-        const unsigned used = percentOf(size - std::min(size, sizeOf(record, column.key)), size);
-        value(member, *column.schema);
-        bar(used);
-        html_.text(std::to_string(used) + " % used");
-    }
-    else
-        value(member, *column.schema);
+    value(memberOf(record, column.key), *column.schema);
+    const std::uint64_t size = sizeOf(record, "size");
+    if (column.key != "availableSpace" || size == 0)
+        return;
+    const unsigned used = percentOf(size - std::min(size, sizeOf(record, column.key)), size);
+    bar(used);
+    html_.text(std::to_string(used) + " % used");
 }
 
-// Records within a record: each is a line.
-void Page::nested(const DocumentKind& kind, const Column& column, const json& records)
+// Records within a record: a row below it, each record a line of that.
+void Page::innerRow(const DocumentKind& kind, const Column& column, const json& records, std::size_t width)
 {
+    if (!hasRecords(records))
+        return;
+    const auto row = html_.element("tr", {{"class", "inner"}});
+    const auto cell = html_.element("td", {{"colspan", std::to_string(width)}});
+    html_.leaf("span", labelOf(*column.schema, column.key), {{"class", "quiet"}});
     const auto list = html_.element("ul");
     for (const json& record : records)
     {

@@ -1,6 +1,7 @@
 #include "cli/Commands.h"
 #include "cli/ExitStatus.h"
 #include "cli/Output.h"
+#include "cli/Paths.h"
 #include "cli/report/HtmlReport.h"
 #include "cli/report/Table.h"
 #include "cli/report/Terminal.h"
@@ -13,8 +14,8 @@ namespace
 {
 struct ReportArguments
 {
-    std::vector<std::filesystem::path> files;
-    std::filesystem::path output = "-";
+    std::vector<std::string> files;
+    std::string output = "-";
     std::string format = "html";
 };
 
@@ -29,13 +30,13 @@ std::string reportOf(std::span<const Envelope> envelopes, const ReportArguments&
 int report(const ReportArguments& arguments)
 {
     std::vector<Envelope> envelopes;
-    for (const std::filesystem::path& file : arguments.files)
-        std::ranges::move(readEnvelopes(file), std::back_inserter(envelopes));
+    for (const std::string& file : arguments.files)
+        std::ranges::move(readEnvelopes(pathOf(file)), std::back_inserter(envelopes));
     const std::string text = reportOf(envelopes, arguments);
     if (arguments.output == "-")
         writeOutput(text);
     else
-        writeFile(arguments.output, text);
+        writeFile(pathOf(arguments.output), text);
     return kSuccess;
 }
 }

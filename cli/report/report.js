@@ -16,8 +16,11 @@
         const name = textOf(element.querySelector("summary"));
         const section = (part) => {
             const heading = `${name} ${textOf(part.querySelector("h3"))} `;
-            const rows = [...part.querySelectorAll("tbody tr, dl > div, p")];
-            return { element: part, rows: rows.map((row) => ({ element: row, text: heading + textOf(row) })) };
+            const rows = [...part.querySelectorAll("tbody tr:not(.inner), dl > div, p")].map((row) => {
+                const inner = row.nextElementSibling?.matches(".inner") ? row.nextElementSibling : null;
+                return { element: row, inner, text: heading + textOf(row, inner) };
+            });
+            return { element: part, rows };
         };
         const sections = [...element.querySelectorAll(".facts, section")].map(section);
         return { element, sections, overview: overview[index], open: element.open };
@@ -31,7 +34,11 @@
 
     const filter = (words) => {
         machines ??= read();
-        const matches = (row) => show(row.element, words.every((word) => row.text.includes(word)));
+        const matches = (row) => {
+            const shown = words.every((word) => row.text.includes(word));
+            show(row.inner, shown);
+            return show(row.element, shown);
+        };
         let rows = 0;
         const left = machines.filter((machine) => {
             const shown = machine.sections.filter((section) => {

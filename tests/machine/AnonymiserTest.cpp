@@ -1,4 +1,5 @@
 #include "machine/Anonymiser.h"
+#include "st-core/lib/Hash.h"
 
 #include <gtest/gtest.h>
 
@@ -87,4 +88,15 @@ TEST(AnonymiserTest, EqualStaysEqual)
 
     const Json again = {{"anonymised", true}, {"answers", answers}};
     EXPECT_EQ(Anonymiser("another key").anonymise(again), again);
+}
+
+// RFC 4231, test cases 2 and 6
+TEST(AnonymiserTest, Hashes)
+{
+    using namespace ZelStdCore;
+    EXPECT_EQ(sha256("abc").substr(0, 8), "\xba\x78\x16\xbf\x8f\x01\xcf\xea");
+    EXPECT_EQ(hmacSha256("Jefe", "what do ya want for nothing?").substr(0, 8), "\x5b\xdc\xc1\x46\xbf\x60\x75\x4e");
+    EXPECT_EQ(hmacSha256(std::string(131, '\xaa'), "Test Using Larger Than Block-Size Key - Hash Key First").substr(0, 8),
+              "\x60\xe4\x31\x59\x1e\xe0\xb6\x7f");
+    EXPECT_NE(randomKey(), randomKey());
 }

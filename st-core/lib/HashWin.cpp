@@ -1,4 +1,4 @@
-#include "st-core/lib/Digest.h"
+#include "st-core/lib/Hash.h"
 
 #include "st-core/lib/Unique.h"
 
@@ -12,8 +12,6 @@ namespace ZelStdCore
 {
 namespace
 {
-constexpr std::size_t kSize = 32;
-
 void closeProvider(BCRYPT_ALG_HANDLE provider)
 {
     BCryptCloseAlgorithmProvider(provider, 0);
@@ -33,32 +31,32 @@ void require(NTSTATUS status, const char* failure)
         throw std::runtime_error(failure);
 }
 
-std::string digest(ULONG flags, std::string_view key, std::string_view message, const char* failure)
+std::string digest(std::string_view key, std::string_view message, ULONG flags, const char* failure)
 {
     Provider provider;
     require(BCryptOpenAlgorithmProvider(provider.put(), BCRYPT_SHA256_ALGORITHM, nullptr, flags), failure);
     Hash hash;
     require(BCryptCreateHash(provider.get(), hash.put(), nullptr, 0, bytes(key), static_cast<ULONG>(key.size()), 0), failure);
     require(BCryptHashData(hash.get(), bytes(message), static_cast<ULONG>(message.size()), 0), failure);
-    std::string result(kSize, '\0');
-    require(BCryptFinishHash(hash.get(), bytes(result), static_cast<ULONG>(result.size()), 0), failure);
-    return result;
+    std::string digest(kHashSize, '\0');
+    require(BCryptFinishHash(hash.get(), bytes(digest), static_cast<ULONG>(digest.size()), 0), failure);
+    return digest;
 }
 }
 
 std::string sha256(std::string_view message)
 {
-    return digest(0, {}, message, "SHA-256 failed");
+    return digest({}, message, 0, "SHA-256 failed");
 }
 
 std::string hmacSha256(std::string_view key, std::string_view message)
 {
-    return digest(BCRYPT_ALG_HANDLE_HMAC_FLAG, key, message, "HMAC-SHA256 failed");
+    return digest(key, message, BCRYPT_ALG_HANDLE_HMAC_FLAG, "HMAC-SHA256 failed");
 }
 
 std::string randomKey()
 {
-    std::string key(kSize, '\0');
+    std::string key(kHashSize, '\0');
     require(BCryptGenRandom(nullptr, bytes(key), static_cast<ULONG>(key.size()), BCRYPT_USE_SYSTEM_PREFERRED_RNG),
             "no random numbers");
     return key;
