@@ -15,4 +15,5 @@ struct Command
 };
 
 Command addCollect(CLI::App& program);
+Command addDiff(CLI::App& program);
 }
