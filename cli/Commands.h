@@ -16,4 +16,5 @@ struct Command
 
 Command addCollect(CLI::App& program);
 Command addDiff(CLI::App& program);
+Command addRedact(CLI::App& program);
 }

@@ -2,6 +2,7 @@
 
 #include "cli/documents/Kinds.h"
 #include "cli/tools/Identity.h"
+#include "cli/tools/Text.h"
 
 #include <map>
 #include <set>

@@ -1,6 +1,7 @@
 #include "cli/tools/Identity.h"
 
 #include "cli/documents/Placeholders.h"
+#include "cli/tools/Text.h"
 
 #include <algorithm>
 #include <map>
@@ -10,14 +11,6 @@ namespace HardwareInventory
 namespace
 {
 using nlohmann::json;
-
-constexpr std::string_view kSpace = " \t\r\n\v\f";
-
-std::string_view trimmed(std::string_view text)
-{
-    const std::size_t begin = text.find_first_not_of(kSpace);
-    return begin == text.npos ? std::string_view() : text.substr(begin, text.find_last_not_of(kSpace) - begin + 1);
-}
 
 const std::string* textOf(const json& record, std::string_view key)
 {
@@ -65,11 +58,7 @@ std::string comparable(const json& record, std::string_view key)
     const std::string* const text = textOf(record, key);
     if (!text || isPlaceholder(*text))
         return {};
-    std::string result(trimmed(*text));
-    std::ranges::transform(result, result.begin(),
-                           [](char letter)
-                           { return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter; });
-    return result;
+    return inCapitals(trimmed(*text));
 }
 
 std::vector<Pair> pairs(const json& oldRecords, const json& newRecords, const RecordRules& rules)
@@ -126,19 +115,5 @@ std::string labelOf(const json& record, const RecordRules& rules, std::size_t in
     if (parts.empty())
         return "no. " + std::to_string(index + 1);
     return parts.size() == 1 ? parts.front() : parts.front() + " (" + parts.back() + ")";
-}
-
-std::string oneLine(std::string_view text)
-{
-    std::string line(trimmed(text));
-    for (std::size_t index = 0; index < line.size(); ++index)
-    {
-        const auto byte = static_cast<unsigned char>(line[index]);
-        if (byte < 0x20 || byte == 0x7F)
-            line[index] = '?';
-        else if (byte == 0xC2 && static_cast<unsigned char>(line[index + 1]) < 0xA0) // U+0080 to U+009F
-            line.replace(index, 2, "?");
-    }
-    return line;
 }
 }

@@ -51,7 +51,4 @@ std::vector<Pair> pairs(const nlohmann::json& oldRecords, const nlohmann::json& 
 
 // What people call a record: "SSD 970 EVO 500GB (DISK-1)".
 std::string labelOf(const nlohmann::json& record, const RecordRules& rules, std::size_t index);
-
-// A text as one line for a terminal: trimmed, and without control characters.
-std::string oneLine(std::string_view text);
 }
