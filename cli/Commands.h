@@ -16,5 +16,6 @@ struct Command
 
 Command addCollect(CLI::App& program);
 Command addDiff(CLI::App& program);
+Command addFingerprint(CLI::App& program);
 Command addRedact(CLI::App& program);
 }

@@ -29,7 +29,7 @@ int run(std::vector<std::string> arguments)
     CLI::App program("Prints the hardware inventory of this machine, and works on such inventories.", "hw-inventory");
     program.allow_windows_style_options(false); // a path and a JSON pointer can begin with a slash
     program.require_subcommand(1);
-    const Command commands[] = {addCollect(program), addDiff(program), addRedact(program)};
+    const Command commands[] = {addCollect(program), addDiff(program), addRedact(program), addFingerprint(program)};
 
     if (arguments.empty() || !namesCommand(commands, arguments.front()))
         arguments.insert(arguments.begin(), kDefaultCommand);
