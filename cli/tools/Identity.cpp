@@ -56,7 +56,7 @@ json rulesAsJson()
 std::string comparable(const json& record, std::string_view key)
 {
     const std::string* const text = textOf(record, key);
-    if (!text || isPlaceholder(*text))
+    if (!text || isPlaceholder(key, *text))
         return {};
     return inCapitals(trimmed(*text));
 }
@@ -109,7 +109,7 @@ std::string labelOf(const json& record, const RecordRules& rules, std::size_t in
         std::string text = value ? oneLine(*value) : "";
         if (text.empty())
             continue;
-        if (parts.empty() || (key == rules.unique && !isPlaceholder(text)))
+        if (parts.empty() || (key == rules.unique && !isPlaceholder(key, text)))
             parts.push_back(std::move(text));
     }
     if (parts.empty())

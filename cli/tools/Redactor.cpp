@@ -130,7 +130,7 @@ json Redactor::substitute(const json& value, std::string_view key, Substitutes& 
 std::string Redactor::substituteFor(const std::string& value, std::string_view key) const
 {
     constexpr std::string_view kServer = "\\\\";
-    if (isPlaceholder(value) || (key == "logonServer" && value == "-"))
+    if (isPlaceholder(key, value) || (key == "logonServer" && value == "-"))
         return value;
     if (key == "logonServer" && value.starts_with(kServer))
         return std::string(kServer) + text(std::string_view(value).substr(kServer.size()));
