@@ -1,5 +1,6 @@
 #include "cli/documents/Envelope.h"
 
+#include "cli/Paths.h"
 #include "cli/documents/Kinds.h"
 #include "st-core/lib/Utf8.h"
 
@@ -14,12 +15,6 @@ namespace
 using nlohmann::json;
 
 constexpr int kDeepest = 100; // the tools call themselves for each level
-
-std::string utf8(const std::filesystem::path& path)
-{
-    const std::u8string text = path.u8string();
-    return {text.begin(), text.end()};
-}
 
 // Windows PowerShell writes UTF-16 when it redirects a program's output into a file.
 std::string fromUtf16(std::string_view bytes)

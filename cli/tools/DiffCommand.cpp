@@ -1,6 +1,7 @@
 #include "cli/Commands.h"
 #include "cli/ExitStatus.h"
 #include "cli/Output.h"
+#include "cli/Paths.h"
 #include "cli/tools/Diff.h"
 #include "cli/tools/Identity.h"
 
@@ -13,7 +14,7 @@ namespace
 {
 struct Arguments
 {
-    std::filesystem::path oldFile, newFile;
+    std::string oldFile, newFile;
     std::string format = "text";
     bool all = false, rules = false;
 };
@@ -45,7 +46,7 @@ bool areMany(const std::vector<Envelope>& envelopes)
 
 int diff(const Arguments& arguments)
 {
-    const std::vector<Envelope> before = readEnvelopes(arguments.oldFile), after = readEnvelopes(arguments.newFile);
+    const std::vector<Envelope> before = readEnvelopes(pathOf(arguments.oldFile)), after = readEnvelopes(pathOf(arguments.newFile));
     const std::vector<Change> changes = differences(before, after, arguments.all);
     const bool isJson = arguments.format == "json", withMachine = areMany(before) || areMany(after);
     std::string output;

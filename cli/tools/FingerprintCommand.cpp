@@ -1,6 +1,7 @@
 #include "cli/Commands.h"
 #include "cli/ExitStatus.h"
 #include "cli/Output.h"
+#include "cli/Paths.h"
 #include "cli/tools/Fingerprint.h"
 
 #include <memory>
@@ -11,8 +12,8 @@ namespace
 {
 struct Arguments
 {
-    std::filesystem::path file = "-";
-    std::vector<std::filesystem::path> two;
+    std::string file = "-";
+    std::vector<std::string> two;
     std::string format = "text";
 };
 
@@ -39,19 +40,18 @@ constexpr const char* kHelp =
     "The strength in brackets is that of the evidence, by the same rule. A hash is no secret: who can guess a serial number can\n"
     "confirm it. docs/fingerprint.md has the limits.";
 
-Fingerprint fingerprintOf(const std::filesystem::path& path)
+Fingerprint fingerprintOf(const std::string& file)
 {
-    std::vector<Fingerprint> found = fingerprints(readEnvelopes(path));
+    std::vector<Fingerprint> found = fingerprints(readEnvelopes(pathOf(file)));
     if (found.size() == 1)
         return std::move(found.front());
-    const std::u8string name = path.u8string();
-    throw InputError(std::string(name.begin(), name.end()) + " has several machines");
+    throw InputError(file + " has several machines");
 }
 
-int print(const std::filesystem::path& path)
+int print(const std::string& file)
 {
     std::string lines;
-    for (const Fingerprint& fingerprint : fingerprints(readEnvelopes(path)))
+    for (const Fingerprint& fingerprint : fingerprints(readEnvelopes(pathOf(file))))
         lines += toJson(fingerprint).dump() + "\n";
     writeOutput(lines);
     return kSuccess;

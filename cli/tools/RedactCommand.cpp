@@ -1,6 +1,7 @@
 #include "cli/Commands.h"
 #include "cli/ExitStatus.h"
 #include "cli/Output.h"
+#include "cli/Paths.h"
 #include "cli/tools/Redactor.h"
 #include "st-core/lib/Hash.h"
 
@@ -14,8 +15,8 @@ namespace
 {
 struct Arguments
 {
-    std::vector<std::filesystem::path> files;
-    std::filesystem::path keyFile, output;
+    std::vector<std::string> files;
+    std::string keyFile, output;
 };
 
 constexpr const char* kHelp =
@@ -33,17 +34,14 @@ constexpr const char* kHelp =
     "\"Default string\" stay. The text of a failure is replaced as a whole. Models, sizes, dates and hotfixes stay; together they may\n"
     "still be known to who knows the machine (docs/privacy.md).";
 
-std::string keyOf(const std::filesystem::path& path)
+std::string keyOf(const std::string& name)
 {
-    if (path.empty())
+    if (name.empty())
         return ZelStdCore::randomKey();
-    std::ifstream file(path, std::ios::binary);
+    std::ifstream file(pathOf(name), std::ios::binary);
     std::string key(std::istreambuf_iterator<char>(file), {});
     if (key.empty())
-    {
-        const std::u8string name = path.u8string();
-        throw InputError("no key in " + std::string(name.begin(), name.end()));
-    }
+        throw InputError("no key in " + name);
     return key;
 }
 
@@ -59,15 +57,15 @@ int redact(Arguments arguments)
     if (arguments.files.empty())
         arguments.files.emplace_back("-");
     std::vector<Envelope> envelopes;
-    for (const std::filesystem::path& file : arguments.files)
-        for (Envelope& envelope : readEnvelopes(file))
+    for (const std::string& file : arguments.files)
+        for (Envelope& envelope : readEnvelopes(pathOf(file)))
             envelopes.push_back(std::move(envelope));
     if (const std::size_t gone = Redactor(keyOf(arguments.keyFile)).redact(envelopes))
         std::fprintf(stderr, "hw-inventory: left out what the schemas do not describe: %zu values\n", gone);
     std::string lines;
     for (const Envelope& envelope : envelopes)
         lines += lineOf(envelope);
-    arguments.output.empty() ? writeOutput(lines) : writeFile(arguments.output, lines);
+    arguments.output.empty() ? writeOutput(lines) : writeFile(pathOf(arguments.output), lines);
     return kSuccess;
 }
 }

@@ -2,11 +2,13 @@
     run.py CASES.json PROGRAM STANDIN [EMULATOR...]      the stand-in for the library; what runs a Windows program
 
 A case is played in an empty folder of its own:
-    name, arguments         "library" in angle brackets among the arguments is the stand-in's file
+    name, arguments         <library> is the stand-in's file
+    each                    instead of arguments: a list of them, each played as a case
     files                   what lies in the folder; text, or JSON
     standin                 the stand-in's files beside the schemas' examples; null takes one away
     environment, input      variables; what is on standard input
     output                  "closed" or a file instead of a pipe; "terminal": standard error is one
+    room                    bytes that a file may have
     kill                    seconds after which the program is killed
     on                      "linux" or "windows", where the case is for one alone
     status                  0 if not given
@@ -22,6 +24,7 @@ import os
 import pathlib
 import pty
 import re
+import resource
 import subprocess
 import sys
 import tempfile
@@ -103,17 +106,17 @@ def run(case, folder, command, environment):
     elif case.get("output") == "terminal":
         terminal, errors = pty.openpty()
     elif "output" in case:
-        output = os.open(case["output"], os.O_WRONLY)
-    with subprocess.Popen(
-        command, cwd=folder, env=environment, stdin=subprocess.PIPE, stdout=output, stderr=errors
-    ) as process:
+        output = os.open(folder / case["output"], os.O_WRONLY | os.O_CREAT | os.O_APPEND)
+    room = (lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (case["room"],) * 2)) if "room" in case else None
+    pipes = {"stdin": subprocess.PIPE, "stdout": output, "stderr": errors}
+    with subprocess.Popen(command, cwd=folder, env=environment, preexec_fn=room, **pipes) as process:
         try:
             printed, _ = process.communicate(case.get("input", "").encode(), case.get("kill", SECONDS))
         except subprocess.TimeoutExpired:
             process.kill()
             printed, _ = process.communicate()
             if "kill" not in case:
-                return "does not end", printed, b""
+                return "does not end", printed or b"", b""
     if terminal:
         os.close(errors)
         return process.returncode, printed, drain(terminal)
@@ -161,7 +164,10 @@ def play(case):
 
 
 if __name__ == "__main__":
-    cases = json.loads(pathlib.Path(sys.argv[1]).read_text("utf-8"))
+    cases = []
+    for case in json.loads(pathlib.Path(sys.argv[1]).read_text("utf-8")):
+        for arguments in case.pop("each", [case.get("arguments", [])]):
+            cases.append(case | {"arguments": arguments, "name": f"{case['name']}: {' '.join(arguments)}"})
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         failures = [line for lines in pool.map(play, cases) for line in lines]
     sys.exit("\n".join(failures) or 0)
