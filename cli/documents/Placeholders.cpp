@@ -55,14 +55,15 @@ bool isFiller(std::string_view value)
 }
 }
 
-bool isPlaceholder(std::string_view value)
+bool isPlaceholder(std::string_view key, std::string_view value)
 {
     constexpr std::string_view kSpace = " \t\r\n\v\f";
     const std::size_t begin = value.find_first_not_of(kSpace);
     if (begin == std::string_view::npos)
         return true;
     value = value.substr(begin, value.find_last_not_of(kSpace) - begin + 1);
-    return isFiller(value) ||
+    const bool isNumber = std::ranges::find(kNumberKeys, key) != kNumberKeys.end();
+    return (isNumber && isFiller(value)) ||
            std::ranges::any_of(kPlaceholders, [&](const Placeholder& each) { return matches(value, each.text); });
 }
 }

@@ -35,11 +35,14 @@ inline constexpr auto kPlaceholders = std::to_array<Placeholder>({
     {"Dimm#_AssetTag", "server firmware, memory"},
     {"Type2 - Board Serial Number", "Insyde's firmware template"},
     {"Type2 - Board Asset Tag", "Insyde's firmware template"},
+    {"Type2 - Board Vendor Name1", "Insyde's firmware template"},
+    {"Type2 - Board Product Name1", "Insyde's firmware template"},
     // Manufacturers of boards
     {"System Serial Number", "boards of ASUS and others"},
     {"System Product Name", "boards of ASUS and others"},
     {"System manufacturer", "boards of ASUS and others"},
     {"System Version", "boards of ASUS and others"},
+    {"System Name", "older boards of ASUS"},
     {"MB-1234567890", "boards of ASUS"},
     {"Asset-1234567890", "boards of ASUS"},
     {"Chassis Serial Number", "boards of ASUS and others"},
@@ -79,11 +82,16 @@ inline constexpr auto kPlaceholders = std::to_array<Placeholder>({
     {"Empty", "firmware, memory"},
     {"[Empty]", "firmware, memory"},
     {"NO DIMM", "firmware, memory"},
+    {"SerialNumber", "firmware, memory: the name of the field"},
     {"O.E.M.", "firmware"},
     {"OEM", "firmware"},
 });
 
-// Whether a whole value stands for nothing: white space alone, a text of the table in upper or lower case with white space around
-// it, zeros alone, or at least four times 'F', 'X' or a sign alone. Colons, dashes, dots, spaces, and a leading "0x" do not count.
-bool isPlaceholder(std::string_view value);
+// Keys of numbers. Elsewhere zeros are a value: a slot, a PCI address.
+inline constexpr auto kNumberKeys = std::to_array<std::string_view>({"macAddress", "processorID", "productID", "serialNumber"});
+
+// Whether the whole value of a key stands for nothing: white space alone, or a text of the table in upper or lower case with white
+// space around it. Of a key of numbers also zeros alone, or at least four times 'F', 'X' or a sign alone; colons, dashes, dots,
+// spaces, and a leading "0x" do not count.
+bool isPlaceholder(std::string_view key, std::string_view value);
 }

@@ -17,4 +17,8 @@ const nlohmann::json& schemaOf(const DocumentKind& kind);
 // Members that the schema has not are left out. A value may be changed.
 using Visit = std::function<void(nlohmann::json& value, const nlohmann::json& schema, const std::string& key)>;
 void visitMembers(nlohmann::json& document, const DocumentKind& kind, const Visit& visit);
+
+// Takes away what the schema has no place for: members that it lacks, and lists, objects and values in place of one another.
+// Returns how many there were.
+std::size_t prune(nlohmann::json& document, const DocumentKind& kind);
 }
