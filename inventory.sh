@@ -6,5 +6,5 @@ set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
 ensure_packages "${build_packages[@]}" "${windows_packages[@]}"
-build mingw --target hw-inventory hw_inventory_interface vm_detect
+build mingw --target hw-inventory
 exec "$root/toolchain/wine.sh" "$root/build/mingw/wine" "$root/build/mingw/bin/hw-inventory.exe" "$@"

@@ -1,5 +1,5 @@
 """What holds of the tools on the documents of every machine of tests/machines.
-    properties.py PROGRAM REPLAYED      the program hw-inventory; the one that prints the documents of the machine in CASE"""
+    properties.py PROGRAM LIBRARY      the program hw-inventory; the library over the machine that the variable CASE names"""
 
 import copy
 import json
@@ -13,7 +13,7 @@ import tempfile
 sys.path.append(str(pathlib.Path(__file__).resolve().parents[1] / "schemas"))
 from documents import IDENTIFYING, VALIDATORS, errors, machine_cases
 
-PROGRAM, REPLAYED = map(os.path.abspath, sys.argv[1:3])
+PROGRAM, LIBRARY = map(os.path.abspath, sys.argv[1:3])
 KINDS = ["cpus", "gpus", "ram", "disks", "network-adapters", "base-boards", "system", "hotfixes"]
 KEYS = dict(zip(["cpus", "gpus", "rams", "disks", "networkAdapters", "motherBoards", "system", "hotfixes"], KINDS))
 IGNORED = re.compile(r"temperature|availableSpace|bootTime|ipAddresses|rams/\d+/name")
@@ -79,8 +79,9 @@ os.chdir(tempfile.mkdtemp())
 pathlib.Path("key").write_text("a key", "utf-8")
 texts = set()
 for case in machine_cases():
-    done = subprocess.run([REPLAYED], capture_output=True, env=os.environ | {"CASE": case, "TZ": "UTC"})
-    texts.add(done.stdout.decode())
+    command = [PROGRAM, "--library", LIBRARY, "--timeout", "0"]
+    done = subprocess.run(command, capture_output=True, encoding="utf-8", env=os.environ | {"CASE": case, "TZ": "UTC"})
+    texts.add(done.stdout)
 every = [json.loads(line) for text in sorted(texts) for line in text.splitlines()]
 for text in filter(None, texts):
     pathlib.Path("file").write_text(text, "utf-8")
@@ -96,7 +97,7 @@ for before, after in zip(every, map(json.loads, redacted.splitlines()), strict=T
         identifies = bool(IDENTIFYING & set(at.split("/"))) and old not in NOTHING
         expect(f"{at}: {old!r} became {new!r}", at == there and identifies == (old != new))
 
-examples = [validator.schema["examples"][0] for validator in VALIDATORS.values()]
+examples = [VALIDATORS[key].schema["examples"][0] for key in KEYS]
 for at, found in changes(examples, "--all"):
     at = re.sub(r"(ipAddresses)/.*", r"\1", at)
     record = at.rpartition("/")[0]
