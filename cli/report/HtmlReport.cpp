@@ -191,7 +191,7 @@ void Page::machine(std::size_t number)
     {
         const auto summary = html_.element("summary");
         html_.leaf("h2", machine.name);
-        if (machine.id != machine.name)
+        if (!machine.id.empty() && machine.id != machine.name)
             html_.leaf("span", machine.id, {{"class", "quiet"}});
         if (!facts.collected.empty())
         {
