@@ -191,4 +191,16 @@ std::vector<Line> linesOf(const DocumentKind& kind, const json& record, Shown le
     }
     return lines;
 }
+
+std::vector<Line> besideRecords(const json& document, const DocumentKind& kind)
+{
+    std::vector<Line> lines;
+    for (const auto& [key, value] : document.items())
+    {
+        const json& schema = memberOf(schemaOf(kind).at("properties"), key);
+        if (key != kind.key)
+            lines.push_back({labelOf(schema, key), shownValue(value, schema)});
+    }
+    return lines;
+}
 }

@@ -62,4 +62,7 @@ struct Line
     std::string value;
 };
 std::vector<Line> linesOf(const DocumentKind& kind, const nlohmann::json& record, Shown least);
+
+// What a document has beside its records.
+std::vector<Line> besideRecords(const nlohmann::json& document, const DocumentKind& kind);
 }

@@ -59,6 +59,7 @@ private:
     void machine(std::size_t number);
     void factCards(const MachineFacts& facts);
     void kind(const std::string& id, const DocumentKind& kind, const Envelope& envelope);
+    void pairs(std::span<const Line> lines);
     void failure(const Envelope::Failure& failure);
     void table(const std::string& heading, const DocumentKind& kind, std::span<const json* const> records);
     void row(const json& record, std::span<const Column> columns);
@@ -190,7 +191,7 @@ void Page::machine(std::size_t number)
     {
         const auto summary = html_.element("summary");
         html_.leaf("h2", machine.name);
-        if (machine.id != machine.name)
+        if (!machine.id.empty() && machine.id != machine.name)
             html_.leaf("span", machine.id, {{"class", "quiet"}});
         if (!facts.collected.empty())
         {
@@ -310,11 +311,17 @@ void Page::kind(const std::string& id, const DocumentKind& kind, const Envelope&
     else if (memberOf(envelope.document, kind.key).is_array())
         table(id, kind, records);
     else
-    {
-        const auto list = html_.element("dl", {{"class", "pairs"}});
-        for (const Line& line : linesOf(kind, *records.front(), Shown::page))
-            fact(line.label, line.value);
-    }
+        pairs(linesOf(kind, *records.front(), Shown::page));
+    pairs(besideRecords(envelope.document, kind));
+}
+
+void Page::pairs(std::span<const Line> lines)
+{
+    if (lines.empty())
+        return;
+    const auto list = html_.element("dl", {{"class", "pairs"}});
+    for (const Line& line : lines)
+        fact(line.label, line.value);
 }
 
 void Page::failure(const Envelope::Failure& failure)

@@ -47,7 +47,8 @@ public:
 
 private:
     void kind(const DocumentKind& kind, const Envelope& envelope);
-    void records(const DocumentKind& kind, const json& document);
+    void document(const DocumentKind& kind, const json& document);
+    void table(const DocumentKind& kind, std::span<const json* const> records);
     void lines(const std::vector<Line>& lines);
     void rows(const Row& head, const std::vector<Row>& rows);
     void row(const Row& row, std::span<const std::size_t> widths, const char* colour);
@@ -68,7 +69,7 @@ void Printer::machine(const InventoriedMachine& machine, bool named)
 {
     if (named)
     {
-        const std::string id = machine.id == machine.name ? "" : "  " + machine.id;
+        const std::string id = machine.id.empty() || machine.id == machine.name ? "" : "  " + machine.id;
         line((text_.empty() ? "" : "\n") + coloured("== " + machine.name + id, kBold));
     }
     for (const auto each : kShownOrder)
@@ -85,14 +86,23 @@ void Printer::kind(const DocumentKind& kind, const Envelope& envelope)
     if (envelope.error)
         line(coloured(printable(envelope.error->name), kRed) + ": " + printable(envelope.error->text));
     if (!envelope.document.is_null())
-        records(kind, envelope.document);
+        document(kind, envelope.document);
 }
 
-void Printer::records(const DocumentKind& kind, const json& document)
+void Printer::document(const DocumentKind& kind, const json& document)
 {
     if (memberOf(document, kind.key).is_object())
-        return lines(linesOf(kind, memberOf(document, kind.key), Shown::everywhere));
-    const auto records = recordsOf(document, kind);
+        lines(linesOf(kind, memberOf(document, kind.key), Shown::everywhere));
+    else if (const auto records = recordsOf(document, kind); records.empty())
+        line("none");
+    else
+        table(kind, records);
+    for (const auto& [label, value] : besideRecords(document, kind))
+        line(label + ": " + value);
+}
+
+void Printer::table(const DocumentKind& kind, std::span<const json* const> records)
+{
     const std::vector<Column> columns = columnsOf(kind, records, Shown::everywhere);
     Row head;
     for (const Column& column : columns)
@@ -112,14 +122,6 @@ void Printer::records(const DocumentKind& kind, const json& document)
                                head[row.size()].number});
     }
     rows(head, table);
-    if (records.empty())
-        line("none");
-    for (const auto& [key, value] : document.items())
-        if (key != kind.key)
-        {
-            const json& schema = memberOf(schemaOf(kind).at("properties"), key);
-            line(labelOf(schema, key) + ": " + shownValue(value, schema));
-        }
 }
 
 void Printer::lines(const std::vector<Line>& lines)
