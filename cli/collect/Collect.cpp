@@ -9,6 +9,7 @@
 #include "cli/collect/Placeholders.h"
 #include "cli/collect/Progress.h"
 #include "cli/documents/Envelope.h"
+#include "cli/report/Rendering.h"
 
 #include <algorithm>
 #include <cmath>
@@ -67,7 +68,8 @@ std::string asNdjson(const Record& record)
     return toJson(record.envelope).dump() + '\n';
 }
 
-constexpr auto kFormats = std::to_array<Format>({{"json", asJson}, {"pretty", asPretty}, {"ndjson", asNdjson}});
+constexpr auto kFormats =
+    std::to_array<Format>({{"json", asJson}, {"pretty", asPretty}, {"ndjson", asNdjson}, {"table", nullptr}, {"html", nullptr}});
 
 std::string timestamp(std::chrono::system_clock::time_point time)
 {
@@ -233,6 +235,7 @@ int Collection::run()
 
     std::size_t failed = 0;
     bool absent = false;
+    std::vector<Envelope> envelopes; // for a format of all records
     for (const DocumentKind* const kind : wanted)
     {
         const std::string name(kind->name);
@@ -245,7 +248,9 @@ int Collection::run()
             ++failed;
             complain(name + ": " + made.envelope.error->text);
         }
-        if (options_.pointer.empty())
+        if (!format_.line)
+            envelopes.push_back(made.envelope);
+        else if (options_.pointer.empty())
             write(format_.line(made));
         else if (!made.envelope.error && !writeValue(made))
         {
@@ -254,6 +259,8 @@ int Collection::run()
         }
     }
     progress_.clear();
+    if (failed < envelopes.size())
+        write(rendered(envelopes, options_.format, options_.output.empty()));
     // Where nothing was collected, what an earlier run left in the file stays.
     if (!file_.empty())
         writeFile(pathOf(options_.output), file_);
@@ -317,7 +324,9 @@ Command addCollect(CLI::App& program)
     CLI::Option* const format = command->add_option("--format", options->format,
                                                     "json      the documents, one a line, as the library has them (the default)\n"
                                                     "pretty    the documents, indented\n"
-                                                    "ndjson    one a line, failures too, with machine, time and version");
+                                                    "ndjson    one a line, failures too, with machine, time and version\n"
+                                                    "table     for people, on a terminal\n"
+                                                    "html      a page of one file, as the command report makes it");
     format->check(CLI::IsMember(formats))->option_text("FORMAT");
     command
         ->add_flag_callback(
