@@ -2,7 +2,9 @@
 #include "cli/ExitStatus.h"
 #include "cli/Output.h"
 #include "cli/Paths.h"
-#include "cli/report/Rendering.h"
+#include "cli/report/HtmlReport.h"
+#include "cli/report/Table.h"
+#include "cli/report/Terminal.h"
 
 #include <algorithm>
 #include <memory>
@@ -36,13 +38,21 @@ std::vector<std::filesystem::path> filesOf(const std::filesystem::path& path)
     return files;
 }
 
+std::string reportOf(std::span<const Envelope> envelopes, const ReportArguments& arguments)
+{
+    if (arguments.format == "html")
+        return htmlReport(envelopes);
+    const bool onTerminal = arguments.output == kStandard;
+    return table(envelopes, {.colours = onTerminal && coloursWanted(), .width = onTerminal ? terminalWidth() : 0});
+}
+
 int report(const ReportArguments& arguments)
 {
     std::vector<Envelope> envelopes;
     for (const std::string& file : arguments.files)
         for (const std::filesystem::path& path : filesOf(pathOf(file)))
             std::ranges::move(readEnvelopes(path), std::back_inserter(envelopes));
-    const std::string text = rendered(envelopes, arguments.format, arguments.output == kStandard);
+    const std::string text = reportOf(envelopes, arguments);
     if (arguments.output == kStandard)
         writeOutput(text);
     else
