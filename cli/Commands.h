@@ -18,5 +18,6 @@ Command addCollect(CLI::App& program);
 Command addDiff(CLI::App& program);
 Command addFingerprint(CLI::App& program);
 Command addRedact(CLI::App& program);
+Command addReport(CLI::App& program);
 Command addWorker(CLI::App& program);
 }

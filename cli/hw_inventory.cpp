@@ -32,7 +32,7 @@ bool namesCommand(std::span<const Command> commands, const std::string& argument
 
 std::string versions()
 {
-    std::string text = "hw-inventory " HW_INVENTORY_VERSION_STRING;
+    const std::string text = "hw-inventory " HW_INVENTORY_VERSION_STRING;
     const std::filesystem::path library = libraryBesideProgram();
     const auto [version, pciIdList] = versionsOf(library);
     if (library.empty())
@@ -48,8 +48,8 @@ int run(std::vector<std::string> arguments)
     program.allow_windows_style_options(false); // a path and a JSON pointer can begin with a slash
     program.require_subcommand(1);
     program.set_version_flag("-V,--version", versions, "Print the versions of program, library and PCI ID list, and exit");
-    const Command commands[] = {addCollect(program), addDiff(program), addFingerprint(program), addRedact(program),
-                                addWorker(program)};
+    const Command commands[] = {addCollect(program),     addReport(program), addDiff(program),
+                                addFingerprint(program), addRedact(program), addWorker(program)};
 
     if (arguments.empty() || !namesCommand(commands, arguments.front()))
         arguments.insert(arguments.begin(), kDefaultCommand);

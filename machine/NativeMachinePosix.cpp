@@ -1,13 +1,12 @@
 #include "machine/NativeMachine.h"
 
+#include "machine/LinuxSmbios.h"
 #include "machine/Questions.h"
-#include "st-core/lib/SmbiosStructure.h"
 
 #include <dlfcn.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <fstream>
 #include <iterator>
 
@@ -25,21 +24,9 @@ Bytes bytesOf(const char* path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// The kernel's copy of the structures, behind the header that Windows puts before them.
 Bytes smbiosTable()
 {
-    const Bytes structures = bytesOf("/sys/firmware/dmi/tables/DMI");
-    const Bytes entryPoint = bytesOf("/sys/firmware/dmi/tables/smbios_entry_point");
-    if (structures.empty() || entryPoint.size() < 9)
-        return {};
-    const std::size_t version = entryPoint[3] == '3' ? 7 : 6; // behind "_SM3_" or "_SM_"
-    Bytes table(ZelStdCore::kRawSmbiosHeaderSize);
-    table[1] = entryPoint[version];
-    table[2] = entryPoint[version + 1];
-    const auto size = static_cast<std::uint32_t>(structures.size());
-    std::memcpy(&table[4], &size, sizeof size);
-    table.insert(table.end(), structures.begin(), structures.end());
-    return table;
+    return rawSmbiosTable(bytesOf("/sys/firmware/dmi/tables/smbios_entry_point"), bytesOf("/sys/firmware/dmi/tables/DMI"));
 }
 
 // Without WMI no class has an object.

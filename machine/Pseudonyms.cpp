@@ -1,6 +1,7 @@
 #include "machine/Pseudonyms.h"
 
 #include "machine/IpAddress.h"
+#include "machine/TextForms.h"
 #include "st-core/lib/Hash.h"
 #include "st-core/lib/Text.h"
 #include "st-core/lib/Utf8.h"
@@ -15,7 +16,6 @@ namespace HardwareInventory
 {
 namespace
 {
-constexpr std::size_t kFewestLetters = 4;
 constexpr std::size_t kFewestOfSerial = 6; // shorter ones occur in other texts by chance
 constexpr std::size_t kFewestOfWord = 10;
 constexpr int kMostAttempts = 10'000;
@@ -34,121 +34,6 @@ constexpr auto kGuidLayouts = std::to_array<std::wstring_view>({kGuidLayout, L"#
 // Serial numbers by their form: '#' a hexadecimal digit, '9' a digit, '*' a digit or a letter.
 constexpr auto kProductForms =
     std::to_array<std::wstring_view>({L"*****-*****-*****-*****-*****", L"99999-99999-99999-*****", L"99999-999-9999999-99999"});
-
-// What manufacturers write for a serial number or an asset tag that they do not give, and what names no person and no network;
-// letters and digits alone.
-constexpr std::wstring_view kNoneTexts =
-    L" none null unknown empty default defaultstring notavailable notapplicable notspecified notprovided unspecified undefined invalid"
-    L" reserved nodimm oemdefine3 oemdefine4 9876543210 87654321 0123456789abcdef 123456789abcdef 03000200040005000006000700080009"
-    L" workgroup mshome localhost user windowsuser owner admin administrator guest public defaultuser allusers microsoft windows ";
-constexpr auto kNonePhrases = std::to_array<std::wstring_view>({L"serialnumber", L"assettag", L"assetnum", L"assetinformation",
-                                                                L"byoem", L"notsupported", L"contenttbd"});
-
-// Of the scripts in which Windows' names have two cases, whatever the locale of the process is.
-wchar_t lower(wchar_t letter)
-{
-    const auto in = [letter](wchar_t first, wchar_t last) { return letter >= first && letter <= last; };
-    if (in(L'A', L'Z') || (in(0xC0, 0xDE) && letter != 0xD7) || in(0x391, 0x3A9) || in(0x410, 0x42F))
-        return static_cast<wchar_t>(letter + 0x20);
-    if (in(0x400, 0x40F))
-        return static_cast<wchar_t>(letter + 0x50);
-    if (in(0x100, 0x137) || in(0x14A, 0x177))
-        return static_cast<wchar_t>(letter | 1);
-    if (in(0x139, 0x148) || in(0x179, 0x17E))
-        return static_cast<wchar_t>(letter + (letter & 1));
-    return letter;
-}
-
-std::wstring folded(std::wstring_view text)
-{
-    std::wstring result(text);
-    std::ranges::transform(result, result.begin(), lower);
-    return result;
-}
-
-bool isDigit(wchar_t character)
-{
-    return character >= L'0' && character <= L'9';
-}
-
-// Of a folded text. Beyond ASCII all but signs and punctuation.
-bool isLetter(wchar_t character)
-{
-    return (character >= L'a' && character <= L'z') ||
-           (character >= 0xC0 && character != 0xD7 && character != 0xF7 && (character < 0x2000 || character >= 0x2C00));
-}
-
-bool isLetterOrDigit(wchar_t character)
-{
-    return isLetter(character) || isDigit(character);
-}
-
-bool isHexadecimal(wchar_t character)
-{
-    return isDigit(character) || (character >= L'a' && character <= L'f');
-}
-
-std::wstring lettersOf(std::wstring_view text)
-{
-    std::wstring letters = folded(text);
-    std::erase_if(letters, std::not_fn(isLetterOrDigit));
-    return letters;
-}
-
-bool meansNone(std::wstring_view value)
-{
-    const std::wstring letters = lettersOf(value);
-    const auto contains = [&](std::wstring_view phrase) { return letters.find(phrase) != std::wstring::npos; };
-    return letters.size() < kFewestLetters || letters.find_first_not_of(letters.front()) == std::wstring::npos ||
-           kNoneTexts.find(L" " + letters + L" ") != std::wstring::npos || std::ranges::any_of(kNonePhrases, contains) ||
-           std::wstring_view(L"012345678901234567890").find(letters) < 2;
-}
-
-std::wstring laidOut(std::wstring_view layout, std::wstring_view digits)
-{
-    std::wstring text(layout);
-    for (std::size_t next = 0; wchar_t & character : text)
-        if (character == L'#')
-            character = digits[next++];
-    return text;
-}
-
-// The first three groups of a GUID in the other byte order, in which firmware has them.
-std::wstring inOtherOrder(std::wstring digits)
-{
-    for (const std::size_t byte : {0, 1, 4, 6})
-    {
-        const std::size_t other = byte < 2 ? 3 - byte : byte + 1;
-        auto* const pair = digits.data() + 2 * byte;
-        std::swap_ranges(pair, pair + 2, digits.data() + 2 * other);
-    }
-    return digits;
-}
-
-// Whether the text continues with the form at the position, and what precedes and follows is no letter or digit.
-bool hasForm(std::wstring_view folded, std::size_t at, std::wstring_view form)
-{
-    const auto fits = [](wchar_t character, wchar_t expected)
-    {
-        return expected == L'#'   ? isHexadecimal(character)
-               : expected == L'9' ? isDigit(character)
-               : expected == L'*' ? isLetterOrDigit(character)
-                                  : character == expected;
-    };
-    const auto isApart = [&](wchar_t character) { return !isLetterOrDigit(character) && character != form[form.size() / 2]; };
-    const std::size_t end = at + form.size();
-    return end <= folded.size() && std::ranges::equal(folded.substr(at, form.size()), form, fits) &&
-           (at == 0 || isApart(folded[at - 1])) && (end == folded.size() || isApart(folded[end]));
-}
-
-// The folded text with capitals where the other text, of the same length, has them.
-std::wstring capitalised(std::wstring text, std::wstring_view like)
-{
-    for (std::size_t index = 0; text.size() == like.size() && index < text.size(); ++index)
-        if (lower(like[index]) != like[index] && isLetter(text[index]))
-            text[index] = static_cast<wchar_t>(text[index] - 0x20);
-    return text;
-}
 
 std::wstring trimmed(std::wstring_view value)
 {

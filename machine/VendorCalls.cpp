@@ -18,7 +18,9 @@ namespace
 // What a library reports for a call that was not recorded: unknown error.
 constexpr int kNotRecorded = 999;
 
-Recording* current = nullptr;
+// A process can do both: it records what it replays.
+Recording* recordedInto = nullptr;
+Recording* replayedFrom = nullptr;
 
 // Handles are written as numbers, in the order in which the library gave them. 0 is null.
 std::vector<const void*> handles;
@@ -259,14 +261,14 @@ struct Call<name, Returned (*)(Arguments...)>
         else
             answer.push_back(returned);
         appendOutputs(answer, arguments...);
-        current->add(asked, std::move(answer));
+        recordedInto->add(asked, std::move(answer));
         return returned;
     }
 
     // A call that was not recorded, or not with these outputs, fails as the library does.
     static Returned replay(Arguments... arguments)
     {
-        const Json* const answer = current->next(question(arguments...));
+        const Json* const answer = replayedFrom->next(question(arguments...));
         if constexpr (std::is_pointer_v<Returned>)
             return answer && answer->at(0).is_string() ? answer->at(0).get_ref<const std::string&>().c_str() : nullptr;
         else
@@ -338,14 +340,14 @@ const VendorFunction* find(std::string_view name)
 
 void* VendorCalls::replay(Recording& recording, std::string_view name)
 {
-    current = &recording;
+    replayedFrom = &recording;
     const VendorFunction* const function = find(name);
     return function ? function->replay : nullptr;
 }
 
 void* VendorCalls::record(Recording& recording, std::string_view name, void* real)
 {
-    current = &recording;
+    recordedInto = &recording;
     const VendorFunction* const function = find(name);
     if (!function)
         return real;

@@ -9,6 +9,11 @@ unset DISPLAY
 shift
 wine=/usr/lib/wine/wine64
 
+# One server from the first program on, which stays for ten minutes after the last one: programs that came while a server was just
+# ending have failed, some without a word.
+mkdir -p "$WINEPREFIX"
+"${wine%/*}/wineserver64" -p600 > /dev/null 2>&1 < /dev/null || true # it is running already
+
 create() {
     "$wine" wineboot --init || return
     "$wine" reg add 'HKCU\Software\Wine' /v Version /d win10 /f || return
@@ -17,7 +22,6 @@ create() {
     ln -sfn /dev/null "$WINEPREFIX/dosdevices/z::"
 }
 if [[ ! -f $WINEPREFIX/.windows10 ]]; then
-    mkdir -p "$WINEPREFIX"
     (
         flock 9
         if [[ ! -f $WINEPREFIX/.windows10 ]]; then
@@ -26,6 +30,4 @@ if [[ ! -f $WINEPREFIX/.windows10 ]]; then
         fi
     ) 9> "$WINEPREFIX/.lock"
 fi
-# Wine's server stays for half a minute after the last program: one that is just ending can refuse the next program.
-"${wine%/*}/wineserver64" -p30 > /dev/null 2>&1 < /dev/null || true # it is running already
 exec "$wine" "$@"

@@ -18,23 +18,22 @@ namespace HardwareInventory
 {
 namespace
 {
-using hw_inventory::Level, hw_inventory::Status;
+using hw_inventory::Level;
 using nlohmann::json;
 
 struct Options
 {
     std::vector<std::string> kinds;
-    bool list = false;
     std::string format = "json";
-    bool pretty = false;
     std::string output;
     std::string pointer;
-    bool dropPlaceholders = false;
     std::string machine;
-    double timeout = 60;
     std::string library;
-    bool time = false;
     std::string log;
+    double timeout = 60;
+    bool list = false;
+    bool dropPlaceholders = false;
+    bool time = false;
     bool progress = false;
 };
 
@@ -311,9 +310,8 @@ Command addCollect(CLI::App& program)
         ->check(checkKind);
     command->add_flag("--list", options->list, "Print the names of the kinds, and collect nothing");
 
-    std::vector<std::string> formats;
-    for (const Format& format : kFormats)
-        formats.emplace_back(format.name);
+    std::vector<std::string> formats(kFormats.size());
+    std::ranges::transform(kFormats, formats.begin(), &Format::name);
     CLI::Option* const format = command->add_option("--format", options->format,
                                                     "json      the documents, one a line, as the library has them (the default)\n"
                                                     "pretty    the documents, indented\n"

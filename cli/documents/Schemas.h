@@ -1,19 +1,14 @@
 #pragma once
 
+#include "cli/EmbeddedFile.h"
 #include "cli/documents/Kinds.h"
 
-#include <cstddef>
 #include <functional>
 
 namespace HardwareInventory
 {
-// The JSON Schemas of the documents, as the folder schemas has them, in the order of kDocumentKinds. A generated source has them.
-struct EmbeddedSchema
-{
-    const unsigned char* bytes;
-    std::size_t size;
-};
-extern const EmbeddedSchema kEmbeddedSchemas[kDocumentKinds.size()];
+// The JSON Schemas of the documents, as the folder schemas has them, in the order of kDocumentKinds.
+extern const EmbeddedFile kEmbeddedSchemas[kDocumentKinds.size()];
 
 // Parsed once.
 const nlohmann::json& schemaOf(const DocumentKind& kind);

@@ -6,8 +6,9 @@ A case is played in an empty folder of its own:
     each                    instead of arguments: a list of them, each played as a case
     files                   what lies in the folder; text, or JSON
     standin                 the stand-in's files beside the schemas' examples; null takes one away
-    environment, input      variables; what is on standard input
-    output                  "closed" or a file instead of a pipe; "terminal": standard error is one
+    environment, input      variables; what is on standard input, as in files
+    output                  "closed" or a file instead of a pipe; "terminal": standard error is one;
+                            {"columns": width}: standard output is one
     room                    bytes that a file may have
     kill                    seconds after which the program is killed
     on                      "linux" or "windows", where the case is for one alone
@@ -28,6 +29,7 @@ import resource
 import subprocess
 import sys
 import tempfile
+import termios
 import time
 import uuid
 
@@ -99,24 +101,30 @@ def drain(descriptor):
 def run(case, folder, command, environment):
     """Exit status, standard output and standard error of a case's program."""
     errors = tempfile.TemporaryFile()
-    output, terminal = subprocess.PIPE, None
+    output, terminal, screen = subprocess.PIPE, None, None
     if case.get("output") == "closed":
         reading, output = os.pipe()
         os.close(reading)
     elif case.get("output") == "terminal":
         terminal, errors = pty.openpty()
+    elif isinstance(case.get("output"), dict):
+        screen, output = pty.openpty()
+        termios.tcsetwinsize(output, (24, case["output"]["columns"]))
     elif "output" in case:
         output = os.open(folder / case["output"], os.O_WRONLY | os.O_CREAT | os.O_APPEND)
     room = (lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (case["room"],) * 2)) if "room" in case else None
     pipes = {"stdin": subprocess.PIPE, "stdout": output, "stderr": errors}
     with subprocess.Popen(command, cwd=folder, env=environment, preexec_fn=room, **pipes) as process:
         try:
-            printed, _ = process.communicate(case.get("input", "").encode(), case.get("kill", SECONDS))
+            printed, _ = process.communicate(compact(case.get("input", "")).encode(), case.get("kill", SECONDS))
         except subprocess.TimeoutExpired:
             process.kill()
             printed, _ = process.communicate()
             if "kill" not in case:
                 return "does not end", printed or b"", b""
+    if screen:
+        os.close(output)
+        printed = drain(screen).replace(b"\r\n", b"\n")
     if terminal:
         os.close(errors)
         return process.returncode, printed, drain(terminal)

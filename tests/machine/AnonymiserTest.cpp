@@ -45,6 +45,13 @@ TEST(AnonymiserTest, Values)
     EXPECT_NE(anonymised({{kQuestion, objects}}, "another key"), answers);
     for (const Json& text : kData["refused"]) // a serial in hexadecimal
         EXPECT_THROW(anonymised({{kQuestion, {{{"SerialNumber", "PF0ABC12"}, {"Caption", text}}}}}), std::runtime_error);
+    for (const auto& [answers, patterns] :
+         kData["recordings"].get<std::vector<std::pair<Json, std::map<std::string, std::string>>>>())
+        for (const auto& [place, pattern] : patterns)
+        {
+            const std::string text = anonymised(answers).at(Json::json_pointer(place));
+            EXPECT_TRUE(std::regex_match(text, std::regex(pattern))) << place << ": " << text;
+        }
     EXPECT_THROW(anonymised({{"firmware table RSMB 0", "00 02 07 00 00 00 00 00 01"}}), std::runtime_error);
 }
 
