@@ -61,8 +61,9 @@ bool comesBefore(std::string_view left, std::string_view right)
     while (number > 0 && isDigit(left[number - 1]))
         --number;
     const std::string_view leftNumber = leadingNumber(left.substr(number)), rightNumber = leadingNumber(right.substr(number));
-    const bool numbers = !leftNumber.empty() && !rightNumber.empty() && leftNumber.size() != rightNumber.size();
-    return numbers ? leftNumber.size() < rightNumber.size() : left.substr(same) < right.substr(same);
+    if (!leftNumber.empty() && !rightNumber.empty() && leftNumber != rightNumber)
+        return std::pair(leftNumber.size(), leftNumber) < std::pair(rightNumber.size(), rightNumber);
+    return left.substr(same) < right.substr(same);
 }
 
 std::string processorsOf(const InventoriedMachine& machine)
