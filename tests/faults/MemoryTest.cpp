@@ -1,5 +1,5 @@
-#include "machine/Kinds.h"
 #include "hw-inventory-impl/lib/Platform/Platform.h"
+#include "machine/Kinds.h"
 #include "tests/runner/Cases.h"
 #include "tests/runner/Replay.h"
 
