@@ -85,8 +85,8 @@ private:
         for (const auto& [oldIndex, newIndex] : pairs(*before.value, *after.value, rules))
         {
             const Side left = before.item(oldIndex), right = after.item(newIndex);
-            const std::string own = labelOf(left.value ? *left.value : *right.value, rules, oldIndex ? *oldIndex : *newIndex);
-            const std::string label = record.empty() ? own : record + ", " + own;
+            std::string label = record.empty() ? "" : record + ", ";
+            label += labelOf(left.value ? *left.value : *right.value, rules, oldIndex ? *oldIndex : *newIndex);
             if (!left.value || !right.value)
                 report(left.value ? Change::What::removed : Change::What::added, left, right, label, {});
             else if (left.value->is_object() && right.value->is_object())

@@ -4,6 +4,7 @@
 #include "cli/tools/Text.h"
 
 #include <algorithm>
+#include <functional>
 #include <map>
 
 namespace HardwareInventory
@@ -61,43 +62,72 @@ std::string comparable(const json& record, std::string_view key)
     return inCapitals(trimmed(*text));
 }
 
-std::vector<Pair> pairs(const json& oldRecords, const json& newRecords, const RecordRules& rules)
+namespace
 {
-    std::vector<Pair> found;
-    for (std::size_t index = 0; index < oldRecords.size(); ++index)
-        found.emplace_back(index, std::nullopt);
-    std::vector<bool> taken(newRecords.size());
+// Pairs the records of two lists, by one text after the other.
+class Pairing
+{
+public:
+    Pairing(const json& oldRecords, const json& newRecords, const RecordRules& rules)
+        : old_(oldRecords), new_(newRecords), rules_(rules), taken_(newRecords.size())
+    {
+        for (std::size_t index = 0; index < old_.size(); ++index)
+            found_.emplace_back(index, std::nullopt);
+    }
 
-    // By the text that a function gives for a record, if it gives one.
-    const auto pairBy = [&](const auto& textOf)
+    // Those that are left and have the same text, if they have one.
+    void by(const std::function<std::string(const json&)>& textOf)
     {
         std::map<std::string, std::vector<std::size_t>> candidates;
-        for (std::size_t index = 0; index < newRecords.size(); ++index)
-            if (std::string text = taken[index] ? std::string() : textOf(newRecords[index]); !text.empty())
+        for (std::size_t index = 0; index < new_.size(); ++index)
+            if (std::string text = taken_[index] ? std::string() : textOf(new_[index]); !text.empty())
                 candidates[std::move(text)].push_back(index);
-        for (Pair& pair : found)
+        for (auto& [oldIndex, newIndex] : found_)
         {
-            const json& record = oldRecords[*pair.first];
-            const auto same = pair.second ? candidates.end() : candidates.find(textOf(record));
-            if (same == candidates.end())
-                continue;
-            const auto first = std::ranges::find_if(same->second, [&](std::size_t index)
-                                                    { return !contradict(record, newRecords[index], rules); });
-            if (first == same->second.end())
-                continue;
-            pair.second = *first;
-            taken[*first] = true;
-            same->second.erase(first);
+            const auto same = newIndex ? candidates.end() : candidates.find(textOf(old_[*oldIndex]));
+            if (same != candidates.end())
+                newIndex = take(old_[*oldIndex], same->second);
         }
-    };
-    for (const std::string_view key : {rules.unique, rules.places[0], rules.places[1]})
-        pairBy([key](const json& record) { return comparable(record, key); });
-    pairBy([&](const json& record) { return std::string(hasIdentity(record, rules) ? "" : "none"); });
+    }
 
-    for (std::size_t index = 0; index < newRecords.size(); ++index)
-        if (!taken[index])
-            found.emplace_back(std::nullopt, index);
-    return found;
+    // The pairs, then the new records that have no other.
+    std::vector<Pair> withTheRest()
+    {
+        for (std::size_t index = 0; index < new_.size(); ++index)
+            if (!taken_[index])
+                found_.emplace_back(std::nullopt, index);
+        return found_;
+    }
+
+private:
+    // The first candidate that does not contradict the record.
+    std::optional<std::size_t> take(const json& record, std::vector<std::size_t>& candidates)
+    {
+        const auto first =
+            std::ranges::find_if(candidates, [&](std::size_t index) { return !contradict(record, new_[index], rules_); });
+        if (first == candidates.end())
+            return std::nullopt;
+        const std::size_t index = *first;
+        candidates.erase(first);
+        taken_[index] = true;
+        return index;
+    }
+
+    const json& old_;
+    const json& new_;
+    const RecordRules& rules_;
+    std::vector<Pair> found_;
+    std::vector<bool> taken_;
+};
+}
+
+std::vector<Pair> pairs(const json& oldRecords, const json& newRecords, const RecordRules& rules)
+{
+    Pairing pairing(oldRecords, newRecords, rules);
+    for (const std::string_view key : {rules.unique, rules.places[0], rules.places[1]})
+        pairing.by([key](const json& record) { return comparable(record, key); });
+    pairing.by([&](const json& record) { return std::string(hasIdentity(record, rules) ? "" : "none"); });
+    return pairing.withTheRest();
 }
 
 std::string labelOf(const json& record, const RecordRules& rules, std::size_t index)
