@@ -253,14 +253,17 @@ BEGIN
     END LOOP;
 END $$;
 
--- A line as JSON, and when it was collected; else what is wrong with it.
-CREATE OR REPLACE FUNCTION read_line(line text, OUT envelope jsonb, OUT collected timestamptz, OUT fault text)
-LANGUAGE plpgsql STABLE AS $$
+-- A time as envelopes have it; null if it is none.
+CREATE OR REPLACE FUNCTION time_of(envelope jsonb) RETURNS timestamptz LANGUAGE sql STABLE AS $$
+    SELECT CASE WHEN envelope ->> 'collected' ~ '^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d([.]\d{1,6})?Z$'
+        THEN (envelope ->> 'collected')::timestamptz END
+$$;
+
+-- A line as JSON, else what is wrong with it.
+CREATE OR REPLACE FUNCTION read_line(line text, OUT envelope jsonb, OUT collected timestamptz, OUT fault text) LANGUAGE plpgsql STABLE AS $$
 BEGIN
     envelope := line;
-    IF envelope ->> 'collected' ~ '^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d([.]\d{1,6})?Z$' THEN
-        collected := envelope ->> 'collected';
-    END IF;
+    collected := fleet_store.time_of(envelope);
 EXCEPTION WHEN OTHERS THEN
     fault := SQLERRM;
 END $$;
@@ -274,10 +277,10 @@ $$;
 -- changes: rows of the history.
 CREATE OR REPLACE FUNCTION fleet.load(OUT lines bigint, OUT bad bigint, OUT documents bigint, OUT failures bigint, OUT changes bigint)
 LANGUAGE plpgsql SECURITY DEFINER SET search_path = fleet_store, pg_temp SET work_mem = '64MB'
-SET enable_hashjoin = off SET enable_mergejoin = off -- so that each document costs the same, however many there are
 SET jit = off AS $$
 DECLARE
-    chunk CONSTANT integer := 20000;
+    chunk CONSTANT integer := 10000;
+    careful boolean;
     low bigint;
     high bigint;
     counts record;
@@ -293,104 +296,122 @@ BEGIN
     LOOP
         SELECT max(c.id) INTO high FROM (SELECT a.id FROM fleet.arrivals a WHERE a.id > low ORDER BY a.id LIMIT chunk) c;
         EXIT WHEN high IS NULL;
-        WITH taken AS (
-            DELETE FROM fleet.arrivals a WHERE a.id > low AND a.id <= high RETURNING *
-        ), read AS MATERIALIZED (
-            SELECT t.id, t.file, t.number, t.line, r.collected, r.envelope ->> 'machine' AS machine, r.envelope ->> 'kind' AS kind,
-                r.envelope -> 'document' AS document, r.envelope -> 'error' AS error,
-                number_of(r.envelope -> 'durationMs') AS duration_ms, r.envelope ->> 'version' AS version,
-                rules.list, rules.ignored, rules.looked_up,
-                coalesce(t.fault, r.fault, CASE
-                    WHEN rules.list IS NULL THEN 'no kind of document'
-                    WHEN r.collected IS NULL THEN 'no time of collection'
-                    WHEN r.collected > now() + interval '1 day' THEN 'collected in the future'
-                    WHEN jsonb_typeof(r.envelope -> 'machine') IS DISTINCT FROM 'string' THEN 'no machine'
-                    WHEN length(r.envelope ->> 'machine') NOT BETWEEN 1 AND 255 THEN 'the name of the machine is empty or too long'
-                    WHEN jsonb_typeof(r.envelope -> 'document') = 'null' THEN
-                        CASE WHEN number_of(r.envelope -> 'error' -> 'status') IS NULL THEN 'neither a document nor an error' END
-                    WHEN jsonb_typeof(r.envelope -> 'document' -> rules.list) IS DISTINCT FROM
-                        CASE rules.list WHEN 'system' THEN 'object' ELSE 'array' END THEN 'no document of its kind'
-                    END) AS fault
-            FROM taken t CROSS JOIN LATERAL read_line(t.line) r
-            LEFT JOIN record_rules rules ON rules.kind = r.envelope ->> 'kind'
-        ), aside AS (
-            INSERT INTO bad_lines (file, number, digest, reason, line)
-            SELECT r.file, r.number, md5(r.line), r.fault, r.line FROM read r WHERE r.fault IS NOT NULL
-            ON CONFLICT DO NOTHING
-        ), news AS MATERIALIZED (
-            SELECT r.*, jsonb_typeof(r.document) = 'object' AS succeeded, a.attempted AS known_attempt, a.collected AS known_collected
-            FROM read r LEFT JOIN attempts a ON a.machine = r.machine AND a.kind = r.kind
-            WHERE r.fault IS NULL
-        ), newest_attempt AS (
-            SELECT DISTINCT ON (n.machine, n.kind) n.*,
-                min(n.collected) OVER one AS earliest, max(n.collected) FILTER (WHERE n.succeeded) OVER one AS newest_document
-            FROM news n
-            WINDOW one AS (PARTITION BY n.machine, n.kind)
-            ORDER BY n.machine, n.kind, n.collected DESC, n.id
-        ), attempted AS (
-            INSERT INTO attempts AS a (machine, kind, first_seen, attempted, collected, status, error_name, error_text, duration_ms, version)
-            SELECT n.machine, n.kind, n.earliest, n.collected, n.newest_document,
-                CASE WHEN n.succeeded THEN 0 ELSE number_of(n.error -> 'status') END,
-                CASE WHEN NOT n.succeeded THEN n.error ->> 'name' END, CASE WHEN NOT n.succeeded THEN n.error ->> 'text' END,
-                n.duration_ms, n.version
-            FROM newest_attempt n
-            ON CONFLICT (machine, kind) DO UPDATE SET
-                first_seen = least(a.first_seen, excluded.first_seen),
-                attempted = greatest(a.attempted, excluded.attempted),
-                collected = greatest(a.collected, excluded.collected),
-                status = CASE WHEN excluded.attempted > a.attempted THEN excluded.status ELSE a.status END,
-                error_name = CASE WHEN excluded.attempted > a.attempted THEN excluded.error_name ELSE a.error_name END,
-                error_text = CASE WHEN excluded.attempted > a.attempted THEN excluded.error_text ELSE a.error_text END,
-                duration_ms = CASE WHEN excluded.attempted > a.attempted THEN excluded.duration_ms ELSE a.duration_ms END,
-                version = CASE WHEN excluded.attempted > a.attempted THEN excluded.version ELSE a.version END
-            WHERE excluded.attempted > a.attempted OR excluded.first_seen < a.first_seen
-                OR excluded.collected > coalesce(a.collected, '-infinity')
-        ), steps AS MATERIALIZED (
-            -- The documents that are newer than the stored one, each with the one before it.
-            SELECT n.*, coalesce(lag(n.document) OVER byTime, d.document) AS previous, lead(n.id) OVER byTime IS NULL AS is_last
-            FROM (SELECT DISTINCT ON (f.machine, f.kind, f.collected) f.* FROM news f
-                WHERE f.succeeded AND f.collected > coalesce(f.known_collected, '-infinity')
-                ORDER BY f.machine, f.kind, f.collected, f.id) n
-            LEFT JOIN documents d ON d.machine = n.machine AND d.kind = n.kind
-            WINDOW byTime AS (PARTITION BY n.machine, n.kind ORDER BY n.collected)
-        ), moved AS MATERIALIZED (
-            SELECT s.machine, s.kind, s.collected, s.previous, s.document, s.is_last,
-                s.previous IS NOT NULL AND without_ignored(s.previous, s.list, s.ignored, parts_ignored)
-                    <> without_ignored(s.document, s.list, s.ignored, parts_ignored) AS has_changes
-            FROM steps s WHERE s.previous IS DISTINCT FROM s.document
-        ), stored AS (
-            INSERT INTO documents AS d (machine, kind, document)
-            SELECT m.machine, m.kind, m.document FROM steps m WHERE m.is_last
-            ON CONFLICT (machine, kind) DO UPDATE SET document = excluded.document WHERE d.document <> excluded.document
-            RETURNING 1
-        ), recorded AS (
-            INSERT INTO changes
-            SELECT m.machine, m.kind, m.collected, c.ordinality, c.change, c.record, c.key, c.before, c.after
-            FROM moved m CROSS JOIN LATERAL compare(m.previous, m.document, '', '', NULL) WITH ORDINALITY AS c
-            WHERE m.has_changes
-            RETURNING 1
-        ), reidentified AS (
-            SELECT s.machine, s.kind, s.list, s.looked_up, s.document FROM steps s
-            WHERE s.is_last AND s.looked_up IS NOT NULL
-                AND (s.previous IS NULL OR EXISTS (SELECT FROM moved m WHERE m.machine = s.machine AND m.kind = s.kind AND m.has_changes))
-        ), found AS MATERIALIZED (
-            SELECT DISTINCT r.machine, r.kind, i.value, r.looked_up AS key
-            FROM reidentified r
-            CROSS JOIN LATERAL jsonb_array_elements(CASE jsonb_typeof(r.document -> r.list)
-                WHEN 'array' THEN r.document -> r.list ELSE jsonb_build_array(r.document -> r.list) END) AS record
-            CROSS JOIN LATERAL comparable(record, r.looked_up) AS i(value)
-            WHERE length(i.value) <= 200
-        ), forgotten AS (
-            DELETE FROM identifiers i USING reidentified r
-            WHERE i.machine = r.machine AND i.kind = r.kind
-                AND NOT EXISTS (SELECT FROM found f WHERE f.machine = i.machine AND f.kind = i.kind AND f.value = i.value)
-        ), identified AS (
-            INSERT INTO identifiers (machine, kind, value, key) SELECT f.machine, f.kind, f.value, f.key FROM found f ON CONFLICT DO NOTHING
-        )
-        SELECT (SELECT count(*) FROM read) AS lines, (SELECT count(*) FROM read r WHERE r.fault IS NOT NULL) AS bad,
-            (SELECT count(*) FROM stored) AS documents, (SELECT count(*) FROM news n WHERE NOT n.succeeded) AS failures,
-            (SELECT count(*) FROM recorded) AS changes
-        INTO counts;
+        -- Reading each line with an exception handler of its own costs twice as much: that waits until a chunk has a line that needs it.
+        FOR round IN 1 .. 2 LOOP
+            careful := round = 2;
+            BEGIN
+                WITH taken AS (
+                    DELETE FROM fleet.arrivals a WHERE a.id > low AND a.id <= high RETURNING *
+                ), read AS MATERIALIZED (
+                    SELECT t.id, t.file, t.number, t.line, r.collected, r.envelope ->> 'machine' AS machine, r.envelope ->> 'kind' AS kind,
+                        r.envelope -> 'document' AS document, r.envelope -> 'error' AS error,
+                        number_of(r.envelope -> 'durationMs') AS duration_ms, r.envelope ->> 'version' AS version,
+                        rules.list, rules.ignored, rules.looked_up,
+                        coalesce(t.fault, r.fault, CASE
+                            WHEN rules.list IS NULL THEN 'no kind of document'
+                            WHEN r.collected IS NULL THEN 'no time of collection'
+                            WHEN r.collected > now() + interval '1 day' THEN 'collected in the future'
+                            WHEN jsonb_typeof(r.envelope -> 'machine') IS DISTINCT FROM 'string' THEN 'no machine'
+                            WHEN length(r.envelope ->> 'machine') NOT BETWEEN 1 AND 255 THEN 'the name of the machine is empty or too long'
+                            WHEN jsonb_typeof(r.envelope -> 'document') = 'null' THEN
+                                CASE WHEN number_of(r.envelope -> 'error' -> 'status') IS NULL THEN 'neither a document nor an error' END
+                            WHEN jsonb_typeof(r.envelope -> 'document' -> rules.list) IS DISTINCT FROM
+                                CASE rules.list WHEN 'system' THEN 'object' ELSE 'array' END THEN 'no document of its kind'
+                            END) AS fault
+                    FROM taken t CROSS JOIN LATERAL (
+                        SELECT l.envelope, l.collected, l.fault FROM read_line(t.line) l WHERE careful
+                        UNION ALL
+                        SELECT e, time_of(e), NULL FROM (SELECT t.line::jsonb AS e OFFSET 0) plain WHERE NOT careful
+                    ) r
+                    LEFT JOIN record_rules rules ON rules.kind = r.envelope ->> 'kind'
+                ), aside AS (
+                    INSERT INTO bad_lines (file, number, digest, reason, line)
+                    SELECT r.file, r.number, md5(r.line), r.fault, r.line FROM read r WHERE r.fault IS NOT NULL
+                    ON CONFLICT DO NOTHING
+                ), news AS MATERIALIZED (
+                    SELECT r.*, jsonb_typeof(r.document) = 'object' AS succeeded, a.attempted AS known_attempt, a.collected AS known_collected
+                    FROM read r
+                    -- LIMIT has each row looked up by the key, whatever the planner takes the size of the tables for.
+                    LEFT JOIN LATERAL (SELECT * FROM attempts a WHERE a.machine = r.machine AND a.kind = r.kind LIMIT 1) a ON true
+                    WHERE r.fault IS NULL
+                ), newest_attempt AS (
+                    SELECT DISTINCT ON (n.machine, n.kind) n.*,
+                        min(n.collected) OVER one AS earliest, max(n.collected) FILTER (WHERE n.succeeded) OVER one AS newest_document
+                    FROM news n
+                    WINDOW one AS (PARTITION BY n.machine, n.kind)
+                    ORDER BY n.machine, n.kind, n.collected DESC, n.id
+                ), attempted AS (
+                    INSERT INTO attempts AS a (machine, kind, first_seen, attempted, collected, status, error_name, error_text, duration_ms, version)
+                    SELECT n.machine, n.kind, n.earliest, n.collected, n.newest_document,
+                        CASE WHEN n.succeeded THEN 0 ELSE number_of(n.error -> 'status') END,
+                        CASE WHEN NOT n.succeeded THEN n.error ->> 'name' END, CASE WHEN NOT n.succeeded THEN n.error ->> 'text' END,
+                        n.duration_ms, n.version
+                    FROM newest_attempt n
+                    ON CONFLICT (machine, kind) DO UPDATE SET
+                        first_seen = least(a.first_seen, excluded.first_seen),
+                        attempted = greatest(a.attempted, excluded.attempted),
+                        collected = greatest(a.collected, excluded.collected),
+                        status = CASE WHEN excluded.attempted > a.attempted THEN excluded.status ELSE a.status END,
+                        error_name = CASE WHEN excluded.attempted > a.attempted THEN excluded.error_name ELSE a.error_name END,
+                        error_text = CASE WHEN excluded.attempted > a.attempted THEN excluded.error_text ELSE a.error_text END,
+                        duration_ms = CASE WHEN excluded.attempted > a.attempted THEN excluded.duration_ms ELSE a.duration_ms END,
+                        version = CASE WHEN excluded.attempted > a.attempted THEN excluded.version ELSE a.version END
+                    WHERE excluded.attempted > a.attempted OR excluded.first_seen < a.first_seen
+                        OR excluded.collected > coalesce(a.collected, '-infinity')
+                ), steps AS MATERIALIZED (
+                    -- The documents that are newer than all that came before them, each with the one before it.
+                    SELECT n.*, coalesce(lag(n.document) OVER arrival, d.document) AS previous, lead(n.id) OVER arrival IS NULL AS is_last
+                    FROM (SELECT f.*, max(f.collected) OVER (PARTITION BY f.machine, f.kind ORDER BY f.id
+                            ROWS BETWEEN UNBOUNDED PRECEDING AND 1 PRECEDING) AS newest_before
+                        FROM news f WHERE f.succeeded) n
+                    LEFT JOIN LATERAL (SELECT * FROM documents d WHERE d.machine = n.machine AND d.kind = n.kind LIMIT 1) d ON true
+                    WHERE n.collected > greatest(n.newest_before, n.known_collected, '-infinity')
+                    WINDOW arrival AS (PARTITION BY n.machine, n.kind ORDER BY n.id)
+                ), moved AS MATERIALIZED (
+                    SELECT s.machine, s.kind, s.collected, s.previous, s.document, s.is_last,
+                        s.previous IS NOT NULL AND without_ignored(s.previous, s.list, s.ignored, parts_ignored)
+                            <> without_ignored(s.document, s.list, s.ignored, parts_ignored) AS has_changes
+                    FROM steps s WHERE s.previous IS DISTINCT FROM s.document
+                ), stored AS (
+                    INSERT INTO documents AS d (machine, kind, document)
+                    SELECT m.machine, m.kind, m.document FROM steps m WHERE m.is_last
+                    ON CONFLICT (machine, kind) DO UPDATE SET document = excluded.document WHERE d.document <> excluded.document
+                    RETURNING 1
+                ), recorded AS (
+                    INSERT INTO changes
+                    SELECT m.machine, m.kind, m.collected, c.ordinality, c.change, c.record, c.key, c.before, c.after
+                    FROM moved m CROSS JOIN LATERAL compare(m.previous, m.document, '', '', NULL) WITH ORDINALITY AS c
+                    WHERE m.has_changes
+                    RETURNING 1
+                ), reidentified AS (
+                    SELECT s.machine, s.kind, s.list, s.looked_up, s.document FROM steps s
+                    WHERE s.is_last AND s.looked_up IS NOT NULL
+                        AND (s.previous IS NULL OR EXISTS (SELECT FROM moved m WHERE m.machine = s.machine AND m.kind = s.kind AND m.has_changes))
+                ), found AS MATERIALIZED (
+                    SELECT DISTINCT r.machine, r.kind, i.value, r.looked_up AS key
+                    FROM reidentified r
+                    CROSS JOIN LATERAL jsonb_array_elements(CASE jsonb_typeof(r.document -> r.list)
+                        WHEN 'array' THEN r.document -> r.list ELSE jsonb_build_array(r.document -> r.list) END) AS record
+                    CROSS JOIN LATERAL comparable(record, r.looked_up) AS i(value)
+                    WHERE length(i.value) <= 200
+                ), forgotten AS (
+                    DELETE FROM identifiers i USING reidentified r
+                    WHERE i.machine = r.machine AND i.kind = r.kind
+                        AND (i.machine, i.kind, i.value) NOT IN (SELECT f.machine, f.kind, f.value FROM found f)
+                ), identified AS (
+                    INSERT INTO identifiers (machine, kind, value, key) SELECT f.machine, f.kind, f.value, f.key FROM found f ON CONFLICT DO NOTHING
+                )
+                SELECT (SELECT count(*) FROM read) AS lines, (SELECT count(*) FROM read r WHERE r.fault IS NOT NULL) AS bad,
+                    (SELECT count(*) FROM stored) AS documents, (SELECT count(*) FROM news n WHERE NOT n.succeeded) AS failures,
+                    (SELECT count(*) FROM recorded) AS changes
+                INTO counts;
+                EXIT;
+            EXCEPTION WHEN data_exception OR program_limit_exceeded THEN
+                IF careful THEN
+                    RAISE;
+                END IF;
+            END;
+        END LOOP;
         lines := lines + counts.lines;
         bad := bad + counts.bad;
         documents := documents + counts.documents;
