@@ -273,7 +273,7 @@ CREATE OR REPLACE FUNCTION number_of(value jsonb) RETURNS numeric LANGUAGE sql I
 $$;
 
 -- Takes the arrivals that are there. One such call runs at a time, in the order of their start; lines may arrive meanwhile.
--- lines: that were read; bad: of these, kept in bad_lines; documents: stored because they are new or differ; failures: of collections;
+-- lines: that were read; bad: of these, kept in bad_lines; documents: new, or different from the one before; failures: of collections;
 -- changes: rows of the history.
 CREATE OR REPLACE FUNCTION fleet.load(OUT lines bigint, OUT bad bigint, OUT documents bigint, OUT failures bigint, OUT changes bigint)
 LANGUAGE plpgsql SECURITY DEFINER SET search_path = fleet_store, pg_temp SET work_mem = '64MB'
@@ -376,7 +376,6 @@ BEGIN
                     INSERT INTO documents AS d (machine, kind, document)
                     SELECT m.machine, m.kind, m.document FROM steps m WHERE m.is_last
                     ON CONFLICT (machine, kind) DO UPDATE SET document = excluded.document WHERE d.document <> excluded.document
-                    RETURNING 1
                 ), recorded AS (
                     INSERT INTO changes
                     SELECT m.machine, m.kind, m.collected, c.ordinality, c.change, c.record, c.key, c.before, c.after
@@ -402,7 +401,7 @@ BEGIN
                     INSERT INTO identifiers (machine, kind, value, key) SELECT f.machine, f.kind, f.value, f.key FROM found f ON CONFLICT DO NOTHING
                 )
                 SELECT (SELECT count(*) FROM read) AS lines, (SELECT count(*) FROM read r WHERE r.fault IS NOT NULL) AS bad,
-                    (SELECT count(*) FROM stored) AS documents, (SELECT count(*) FROM news n WHERE NOT n.succeeded) AS failures,
+                    (SELECT count(*) FROM moved) AS documents, (SELECT count(*) FROM news n WHERE NOT n.succeeded) AS failures,
                     (SELECT count(*) FROM recorded) AS changes
                 INTO counts;
                 EXIT;
