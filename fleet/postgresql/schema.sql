@@ -28,7 +28,8 @@ CREATE UNLOGGED TABLE IF NOT EXISTS fleet.arrivals (
     file text NOT NULL DEFAULT '',
     number bigint NOT NULL DEFAULT 0,
     line text NOT NULL,
-    fault text -- what the sender has seen wrong with it
+    fault text, -- what the sender has seen wrong with it
+    arrived timestamptz NOT NULL DEFAULT now()
 );
 
 -- What no envelope could be read from.
@@ -36,7 +37,7 @@ CREATE TABLE IF NOT EXISTS bad_lines (
     file text NOT NULL,
     number bigint NOT NULL,
     digest text NOT NULL, -- of the line
-    arrived timestamptz NOT NULL DEFAULT now(),
+    arrived timestamptz NOT NULL,
     reason text NOT NULL,
     line text NOT NULL,
     PRIMARY KEY (file, number, digest)
@@ -272,7 +273,8 @@ CREATE OR REPLACE FUNCTION number_of(value jsonb) RETURNS numeric LANGUAGE sql I
     SELECT CASE WHEN jsonb_typeof(value) = 'number' THEN value::numeric END
 $$;
 
--- Takes the arrivals that are there. One such call runs at a time, in the order of their start; lines may arrive meanwhile.
+-- Takes the arrivals that are there. One such call runs at a time; lines may arrive meanwhile. At an isolation level above read
+-- committed a call that had to wait for another fails to serialise, and is to be repeated.
 -- lines: that were read; bad: of these, kept in bad_lines; documents: new, or different from the one before; failures: of collections;
 -- changes: rows of the history.
 CREATE OR REPLACE FUNCTION fleet.load(OUT lines bigint, OUT bad bigint, OUT documents bigint, OUT failures bigint, OUT changes bigint)
@@ -286,9 +288,6 @@ DECLARE
     counts record;
     parts_ignored text;
 BEGIN
-    IF current_setting('transaction_isolation') <> 'read committed' THEN
-        RAISE EXCEPTION 'fleet.load needs the isolation level read committed'; -- else it would not see what the one before it has stored
-    END IF;
     PERFORM pg_advisory_xact_lock(hashtext('fleet.load'));
     SELECT r.ignored INTO parts_ignored FROM record_rules r WHERE r.list = 'partitions';
     lines := 0; bad := 0; documents := 0; failures := 0; changes := 0;
@@ -303,7 +302,7 @@ BEGIN
                 WITH taken AS (
                     DELETE FROM fleet.arrivals a WHERE a.id > low AND a.id <= high RETURNING *
                 ), read AS MATERIALIZED (
-                    SELECT t.id, t.file, t.number, t.line, r.collected, r.envelope ->> 'machine' AS machine, r.envelope ->> 'kind' AS kind,
+                    SELECT t.id, t.file, t.number, t.arrived, t.line, r.collected, r.envelope ->> 'machine' AS machine, r.envelope ->> 'kind' AS kind,
                         r.envelope -> 'document' AS document, r.envelope -> 'error' AS error,
                         number_of(r.envelope -> 'durationMs') AS duration_ms, r.envelope ->> 'version' AS version,
                         rules.list, rules.ignored, rules.looked_up,
@@ -325,8 +324,8 @@ BEGIN
                     ) r
                     LEFT JOIN record_rules rules ON rules.kind = r.envelope ->> 'kind'
                 ), aside AS (
-                    INSERT INTO bad_lines (file, number, digest, reason, line)
-                    SELECT r.file, r.number, md5(r.line), r.fault, r.line FROM read r WHERE r.fault IS NOT NULL
+                    INSERT INTO bad_lines (file, number, digest, arrived, reason, line)
+                    SELECT r.file, r.number, md5(r.line), r.arrived, r.fault, r.line FROM read r WHERE r.fault IS NOT NULL
                     ON CONFLICT DO NOTHING
                 ), news AS MATERIALIZED (
                     SELECT r.*, jsonb_typeof(r.document) = 'object' AS succeeded, a.attempted AS known_attempt, a.collected AS known_collected
@@ -453,7 +452,7 @@ BEGIN
 END $$;
 REVOKE EXECUTE ON ALL FUNCTIONS IN SCHEMA fleet, fleet_store FROM PUBLIC;
 GRANT USAGE ON SCHEMA fleet TO fleet_loader, fleet_reader;
-GRANT INSERT (file, number, line, fault) ON fleet.arrivals TO fleet_loader;
+GRANT INSERT (file, number, line, fault, arrived) ON fleet.arrivals TO fleet_loader;
 GRANT EXECUTE ON FUNCTION fleet.load() TO fleet_loader;
 GRANT EXECUTE ON FUNCTION fleet_store.number_of(jsonb) TO fleet_reader; -- the views call it
 \ir grants.sql

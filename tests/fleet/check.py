@@ -28,7 +28,7 @@ def rows(engine, statement):
 
 
 def same(what, expected, got):
-    assert expected == got, f"{what}\nexpected {expected}\ngot      {got}"
+    assert expected == got, f"{what}\nexpected {str(expected)[:2000]}\ngot      {str(got)[:2000]}"
 
 
 def line(**members):

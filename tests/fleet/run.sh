@@ -14,15 +14,13 @@ finish() {
 }
 trap finish EXIT
 chmod 755 "$work" && cd "$work" || exit 1
-# start NAME [ARGUMENT OF postgres...]
-start() {
-    "$fleet/postgresql/cluster.sh" start "$work/$1" -c fsync=off "${@:2}" || exit 1
-    servers+=("$work/$1")
-}
-start server
+for server in server one two three; do
+    servers+=("$work/$server")
+    "$fleet/postgresql/cluster.sh" start "$work/$server" -c fsync=off -c shared_buffers=64MB || exit 1
+done
 export PGHOST=$work/server PGUSER=postgres PGDATABASE=fleet
 # fresh DATABASE: makes it the one that is used
-fresh() { export PGDATABASE=$1; dropdb --if-exists "$1" 2> /dev/null; createdb "$1" && psql -X -q -f "$fleet/postgresql/schema.sql"; }
+fresh() { export PGDATABASE=$1; createdb "$1" && psql -X -q -f "$fleet/postgresql/schema.sql"; }
 load() { "$fleet/postgresql/load.sh" "$@"; }
 load_sqlite() { python3 "$fleet/sqlite/load.py" "$@"; }
 # All that a database holds, times of its own apart.
@@ -45,7 +43,6 @@ fleet_of_2000() {
     "$fleet/simulate.sh" 50 2 -o days/again
     cmp <(head -c 9000 days/again/day-2.ndjson) <(head -c 9000 days/day-2.ndjson)
     ! cmp -s <("$fleet/simulate.sh" 5 --seed 2) <("$fleet/simulate.sh" 5)
-    psql -X -q -d postgres -c 'CREATE DATABASE fleet'
     fresh fleet
     load "${days[@]}"
     load_sqlite desk.db "${days[@]}"
@@ -169,6 +166,45 @@ retention() {
     same "forgotten: changes=$((all - newer))" "$(load_sqlite retention.db --forget-before 2026-11-03)"
 }
 
+# The fleet on three servers: the same load, the same answers. Their machines are shared out, and a bad line is on one of them.
+three_servers() {
+    local shards=() shard machines
+    for shard in one two three; do
+        PGHOST=$work/$shard fresh fleet
+        PGHOST=$work/$shard psql -X -q -f "$fleet/distributed/shard.sql" -c "ALTER ROLE fleet_reader LOGIN"
+        shards+=("host=$work/$shard dbname=fleet")
+    done
+    export PGDATABASE=asked
+    createdb asked
+    psql -X -q -v shards="$(IFS=';' && echo "${shards[*]}")" -f "$fleet/distributed/coordinator.sql"
+    load "${days[@]}"
+    check answers - "${days[@]}"
+    load "${days[@]}" | grep -c ' documents=0 .* changes=0$' | grep -x 3
+    for shard in one two three; do
+        machines=$(PGHOST=$work/$shard psql -X -q -A -t -d fleet -c 'SELECT count(*) FROM fleet.machines')
+        [[ $machines -gt 500 ]]
+    done
+    echo '{"machine": "x"}' > bad.ndjson
+    load bad.ndjson | grep -F 'lines=1 bad=1'
+    same 1 "$(psql -X -q -A -t -c 'SET ROLE fleet_reader' -c "SELECT number FROM fleet.bad_lines WHERE reason = 'no kind of document'")"
+}
+
+shippers() {
+    local spool=$work/spool file
+    xmllint --noout "$fleet/shippers/task.xml"
+    for file in "$fleet"/shippers/*.yaml; do /usr/bin/python3 -c 'import sys, yaml; yaml.safe_load(open(sys.argv[1]))' "$file"; done
+    python3 -c 'import sys, tomllib; tomllib.load(open(sys.argv[1], "rb"))' "$fleet/shippers/telegraf.conf"
+    fresh shipped
+    mkdir "$spool"
+    head -4 "${days[0]}" > "$spool/old name.ndjson"
+    head -2 "${days[1]}" > "$spool/growing.ndjson"
+    touch -d '5 minutes ago' "$spool/old name.ndjson"
+    ! PGDATABASE=nowhere "$fleet/shippers/take.sh" "$spool"
+    "$fleet/shippers/take.sh" "$spool"
+    same 4 "$(psql -X -q -A -t -c 'SELECT count(*) FROM fleet.collections')"
+    same "growing.ndjson loaded" "$(ls "$spool" | xargs)"
+}
+
 rules() { check rules "$root/build/native/bin/hw-inventory"; }
 
 # The program's own output: that of this machine under Wine, or what HW_INVENTORY_NDJSON names.
@@ -184,7 +220,7 @@ program() {
 
 # A case fails with the first command that fails, and is skipped with 77.
 declare -A outcome=([0]=ok [77]=skipped)
-for case in fleet_of_2000 answers twice newest_first killed two_at_once history lines roles retention rules program; do
+for case in fleet_of_2000 answers twice newest_first killed two_at_once history lines roles retention three_servers shippers rules program; do
     (set -e; "$case") > log 2>&1
     result=${outcome[$?]:-FAILED}
     [[ $result != FAILED ]] || cat log >&2
