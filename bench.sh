@@ -37,18 +37,17 @@ on_wine=(taskset -c "$core" "$root/toolchain/wine.sh" "$wine_folder/wine")
 quietly "${on_wine[@]}" cmd /c exit
 for program in collections traced-failure; do
     say "running $program under Wine"
-    # Without the standard error, where Wine complains of its drives at every query of the disks.
-    "${on_wine[@]}" "$wine_folder/bin/$program.exe" 2> /dev/null |
+    "${on_wine[@]}" "$wine_folder/bin/$program.exe" |
         tr -d '\r' | tee -a "$report" | { grep -v '^figure ' >&2 || true; } || short=1
 done
 
-# The command-line host against a bare client's process, from the start of Wine's loader to the end. Both run in turn.
+# The program against a bare client's process, from the start of Wine's loader to the end. All run in turn.
 rounds=21
-# sample PROGRAM: adds the wall time in microseconds and the peak memory in KiB to the program's samples
+# sample NAME PROGRAM [ARGUMENT...]: adds the wall time in microseconds and the peak memory in KiB to the samples of that name
 sample() {
     local start=${EPOCHREALTIME/[.,]/}
-    /usr/bin/time -o "$samples/peak" -f %M "${on_wine[@]}" "$wine_folder/bin/$1.exe" > /dev/null 2>&1 ||
-        { say "$1 fails"; exit 1; }
+    /usr/bin/time -o "$samples/peak" -f %M "${on_wine[@]}" "$wine_folder/bin/$2.exe" "${@:3}" > /dev/null 2>&1 ||
+        { say "$2 fails"; exit 1; }
     echo $((${EPOCHREALTIME/[.,]/} - start)) >> "$samples/$1.time"
     cat "$samples/peak" >> "$samples/$1.memory"
 }
@@ -62,15 +61,18 @@ figure() {
 }
 say "running hw-inventory and a bare client under Wine"
 for ((round = 0; round < rounds; ++round)); do
-    sample hw-inventory
-    sample bare-client
+    sample bare bare-client
+    sample here hw-inventory --timeout 0
+    sample worker hw-inventory
+    sample start hw-inventory --list
 done
-for program in hw-inventory bare-client; do
-    say "$program: $(($(median "$program.time") / 1000)) ms, $(($(median "$program.memory") / 1024)) MiB at the peak"
+for name in bare here worker start; do
+    say "$name: $(($(median "$name.time") / 1000)) ms, $(($(median "$name.memory") / 1024)) MiB at the peak"
 done
-figure "the whole program's wall time against a bare client process" 1.3 "$(median hw-inventory.time) / $(median bare-client.time)"
-figure "the whole program's peak memory beyond a bare client process, MiB" 16 \
-    "($(median hw-inventory.memory) - $(median bare-client.memory)) / 1024"
+figure "hw-inventory --timeout 0 against a bare client process, wall time" 1.2 "$(median here.time) / $(median bare.time)"
+figure "hw-inventory with its worker process against a bare client process, wall time" 2 "$(median worker.time) / $(median bare.time)"
+figure "hw-inventory --timeout 0 beyond a bare client process at the peak of its memory, MiB" 16 \
+    "($(median here.memory) - $(median bare.memory)) / 1024"
 
 sed -n 's/^figure //p' "$report"
 exit $short

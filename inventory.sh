@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Prints this machine's inventory through the library under Wine: installs what is missing, builds what changed.
-#   ./inventory.sh [--pretty] [--log] [KIND...]
-# Documents on standard output, progress on standard error. Debian 12, as root or with sudo.
+#   ./inventory.sh [ARGUMENT OF hw-inventory...]      as docs/cli.md has them; ./inventory.sh --help prints them
+# Debian 12, as root or with sudo.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 

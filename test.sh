@@ -21,6 +21,7 @@ declare -a summary
 run_preset() {
     local preset=$1 packages=("${build_packages[@]}" "${test_packages[@]}")
     local report="$root/build/$preset/tests.xml"
+    [[ $preset != native ]] || packages+=("${browser_packages[@]}")
     [[ $preset != mingw ]] || packages+=("${windows_packages[@]}")
     ensure_packages "${packages[@]}" || exit 1
     build "$preset" || { summary+=("$preset: does not build"); failed=$((failed + 1)); return; }

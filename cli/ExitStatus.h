@@ -1,7 +1,15 @@
 #pragma once
 
+#include <stdexcept>
+
 namespace HardwareInventory
 {
+// This system or machine cannot do it: no library, no process. The text says why, and names the file if it is about one.
+struct UnavailableError : std::runtime_error
+{
+    using std::runtime_error::runtime_error;
+};
+
 // The exit statuses of the program. Those from 64 on are what sysexits.h has for the same cases.
 enum ExitStatus
 {

@@ -1,6 +1,9 @@
 #include "cli/Output.h"
 
+#include "cli/Paths.h"
+
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -8,10 +11,44 @@
 #ifdef _WIN32
 #include <fcntl.h>
 #include <io.h>
+#else
+#include <unistd.h>
 #endif
 
 namespace HardwareInventory
 {
+namespace
+{
+constexpr int kStandardOutput = 1;
+
+#ifdef _WIN32
+std::int64_t writeSome(std::string_view bytes)
+{
+    constexpr std::size_t kMost = 1U << 30U; // that the function takes
+    return _write(kStandardOutput, bytes.data(), static_cast<unsigned>(std::min(bytes.size(), kMost)));
+}
+
+void takeBack(std::int64_t written)
+{
+    const std::int64_t end = _telli64(kStandardOutput);
+    if (end >= written && _chsize_s(kStandardOutput, end - written) == 0)
+        _lseeki64(kStandardOutput, 0, SEEK_END);
+}
+#else
+std::int64_t writeSome(std::string_view bytes)
+{
+    return write(kStandardOutput, bytes.data(), bytes.size());
+}
+
+void takeBack(std::int64_t written)
+{
+    const std::int64_t end = lseek(kStandardOutput, 0, SEEK_CUR);
+    if (end >= written && ftruncate(kStandardOutput, end - written) == 0)
+        lseek(kStandardOutput, 0, SEEK_END);
+}
+#endif
+}
+
 void makeOutputBinary()
 {
 #ifdef _WIN32
@@ -22,8 +59,21 @@ void makeOutputBinary()
 
 void writeOutput(std::string_view bytes)
 {
-    if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size() || std::fflush(stdout) != 0)
-        throw OutputError(std::string("cannot write the output: ") + std::strerror(errno));
+    std::int64_t written = 0;
+    while (static_cast<std::size_t>(written) < bytes.size())
+    {
+        const std::int64_t some = writeSome(bytes.substr(static_cast<std::size_t>(written)));
+        if (some > 0)
+        {
+            written += some;
+            continue;
+        }
+        if (some < 0 && errno == EINTR)
+            continue;
+        const int error = errno;
+        takeBack(written);
+        throw OutputError(std::string("cannot write the output: ") + std::strerror(error));
+    }
 }
 
 void writeFile(const std::filesystem::path& path, std::string_view bytes)
@@ -42,7 +92,6 @@ void writeFile(const std::filesystem::path& path, std::string_view bytes)
     }
     std::error_code ignored;
     std::filesystem::remove(beside, ignored);
-    const std::u8string name = path.u8string();
-    throw OutputError("cannot write " + std::string(name.begin(), name.end()) + (error ? ": " + error.message() : ""));
+    throw OutputError("cannot write " + utf8(path) + (error ? ": " + error.message() : ""));
 }
 }

@@ -2,11 +2,17 @@
 #include "cli/Commands.h"
 #include "cli/ExitStatus.h"
 #include "cli/Output.h"
+#include "cli/Paths.h"
+#include "cli/System.h"
+#include "cli/collect/LibraryFile.h"
 #include "cli/documents/Envelope.h"
+
+#include <hw_inventory_version.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <span>
+#include <sstream>
 #include <string_view>
 #include <vector>
 
@@ -24,12 +30,26 @@ bool namesCommand(std::span<const Command> commands, const std::string& argument
     return std::ranges::find(own, argument) != std::end(own) || std::ranges::find(commands, argument, name) != commands.end();
 }
 
+std::string versions()
+{
+    std::string text = "hw-inventory " HW_INVENTORY_VERSION_STRING;
+    const std::filesystem::path library = libraryBesideProgram();
+    const auto [version, pciIdList] = versionsOf(library);
+    if (library.empty())
+        return text + "\nno library: collecting needs Windows";
+    if (version.empty())
+        return text + "\nno library at " + utf8(library);
+    return text + '\n' + utf8(library.filename()) + ' ' + version + "\nPCI ID list " + (pciIdList.empty() ? "unknown" : pciIdList);
+}
+
 int run(std::vector<std::string> arguments)
 {
     CLI::App program("Prints the hardware inventory of this machine, and works on such inventories.", "hw-inventory");
     program.allow_windows_style_options(false); // a path and a JSON pointer can begin with a slash
     program.require_subcommand(1);
-    const Command commands[] = {addCollect(program)};
+    program.set_version_flag("-V,--version", versions, "Print the versions of program, library and PCI ID list, and exit");
+    const Command commands[] = {addCollect(program),     addReport(program), addDiff(program),
+                                addFingerprint(program), addRedact(program), addWorker(program)};
 
     if (arguments.empty() || !namesCommand(commands, arguments.front()))
         arguments.insert(arguments.begin(), kDefaultCommand);
@@ -40,30 +60,51 @@ int run(std::vector<std::string> arguments)
     }
     catch (const CLI::ParseError& error)
     {
-        return program.exit(error) == 0 ? kSuccess : kUsage;
+        std::ostringstream output;
+        std::ostringstream errors;
+        const int status = program.exit(error, output, errors);
+        writeOutput(output.str());
+        std::fputs(errors.str().c_str(), stderr);
+        return status == 0 ? kSuccess : kUsage;
     }
     return std::ranges::find_if(commands, [](const Command& command) { return command.arguments->parsed(); })->run();
 }
+
+int complain(const std::exception& error, int status)
+{
+    std::fprintf(stderr, "hw-inventory: %s\n", error.what());
+    return status;
+}
 }
 
+// The arguments as the system has them: UTF-16 on Windows.
+#ifdef _WIN32
+extern "C" int wmain(int argc, wchar_t** argv)
+#else
 int main(int argc, char** argv)
+#endif
 try
 {
+    const HardwareInventory::Console console;
     makeOutputBinary();
-    return run({argv + std::min(argc, 1), argv + argc});
+    std::vector<std::string> arguments;
+    for (int index = 1; index < argc; ++index)
+        arguments.push_back(utf8(argv[index]));
+    return run(std::move(arguments));
 }
 catch (const OutputError& error)
 {
-    std::fprintf(stderr, "hw-inventory: %s\n", error.what());
-    return kOutput;
+    return complain(error, kOutput);
 }
 catch (const InputError& error)
 {
-    std::fprintf(stderr, "hw-inventory: %s\n", error.what());
-    return kInput;
+    return complain(error, kInput);
+}
+catch (const UnavailableError& error)
+{
+    return complain(error, kUnavailable);
 }
 catch (const std::exception& error)
 {
-    std::fprintf(stderr, "hw-inventory: %s\n", error.what());
-    return kSoftware;
+    return complain(error, kSoftware);
 }

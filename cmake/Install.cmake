@@ -46,7 +46,7 @@ configure_file(cmake/hw_inventory.pc.in "${package}/hw_inventory.pc" @ONLY)
 install(FILES "${package}/hw_inventory.pc" DESTINATION lib/pkgconfig COMPONENT development)
 
 install(FILES README.md CHANGELOG.md SECURITY.md DESTINATION . COMPONENT docs)
-install(DIRECTORY docs/ DESTINATION docs COMPONENT docs FILES_MATCHING PATTERN "*.md")
+install(DIRECTORY docs/ DESTINATION docs COMPONENT docs FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
 install(DIRECTORY schemas/ DESTINATION schemas COMPONENT docs FILES_MATCHING PATTERN "*.json")
 
 # CMake installs nothing for a component that does not exist, and succeeds. A parent project has components of its own.

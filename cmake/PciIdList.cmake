@@ -4,6 +4,11 @@ if(NOT EXISTS "${HW_INVENTORY_PCI_IDS}")
     message(FATAL_ERROR "No PCI ID list at ${HW_INVENTORY_PCI_IDS}: name one with -DHW_INVENTORY_PCI_IDS=FILE")
 endif()
 
+# Its version, empty if it names none.
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${HW_INVENTORY_PCI_IDS}")
+file(STRINGS "${HW_INVENTORY_PCI_IDS}" pci_ids_version REGEX "^#[ \t]*Version: *[0-9.]+" LIMIT_COUNT 1)
+string(REGEX REPLACE ".*: *([0-9.]+).*" "\\1" pci_ids_version "${pci_ids_version}")
+
 set(pci_ids_text "${PROJECT_BINARY_DIR}/pci.ids.crlf")
 set(pci_ids_assembly "${PROJECT_SOURCE_DIR}/hw-inventory-impl/lib/PCI/BuiltInList.S")
 add_custom_command(OUTPUT "${pci_ids_text}"

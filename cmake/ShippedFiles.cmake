@@ -3,6 +3,7 @@ file(STRINGS "${PROJECT_SOURCE_DIR}/LICENSE" HW_INVENTORY_COPYRIGHT REGEX "^Copy
 string(REGEX REPLACE "^Copyright \\(c\\) [0-9-]+ " "" HW_INVENTORY_HOLDER "${HW_INVENTORY_COPYRIGHT}")
 
 #   shipped_file(TARGET DESCRIPTION FILE_NAME FILETYPE)      FILETYPE as in VERSIONINFO: 1 a program, 2 a library
+# The variable version_strings may hold further statements for the strings of the resource.
 function(shipped_file target description file_name file_type)
     set(resource "${CMAKE_CURRENT_BINARY_DIR}/${target}.rc")
     configure_file("${PROJECT_SOURCE_DIR}/cmake/version.rc.in" "${resource}" @ONLY)

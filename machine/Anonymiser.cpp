@@ -120,12 +120,12 @@ bool isBytes(const std::string& text)
 
 bool isTextOfUnits(const Json& node)
 {
-    return node.is_object() && node.size() == 1 && node.contains("utf16");
+    return node.contains("utf16");
 }
 
 bool isTextOfBytes(const Json& node)
 {
-    return node.is_object() && node.size() == 1 && node.contains("hex");
+    return node.contains("hex");
 }
 
 bool isText(const Json& node)
@@ -261,13 +261,13 @@ Json Anonymiser::withoutFreeText(const Json& node) const
     if (node.is_string() && decoded(node.get<std::string>()).size() > ZelStdCore::kRawSmbiosHeaderSize)
         throw std::runtime_error("a firmware table without structures cannot be anonymised");
     Json copy = node;
-    if (node.is_object() && node.contains("structures"))
+    if (node.contains("structures"))
     {
         for (Json& structure : copy["structures"])
             structure = structureWithoutFreeText(structure);
         copy["rest"] = bytesWithoutText(node["rest"]);
     }
-    else if (node.is_object() && node.contains("inTurn"))
+    else if (node.contains("inTurn"))
         for (Json& answer : copy["inTurn"])
             answer = withoutFreeText(answer);
     return copy;

@@ -13,8 +13,6 @@ using ZelStdCore::HostLogger;
 
 constexpr std::uint32_t kLastLevel = 3;
 
-HostLogger::Callback host = nullptr;
-
 Json& lines()
 {
     static Json kept = Json::array();
@@ -24,18 +22,12 @@ Json& lines()
 void keep(std::uint32_t level, const char* line)
 {
     lines().push_back({level, line});
-    if (host)
-        host(level, line);
 }
 }
 
 void LogLines::listen()
 {
-    HostLogger& logger = HostLogger::instance();
-    if (logger.callback() == keep)
-        return;
-    host = logger.callback();
-    logger.set(keep);
+    HostLogger::instance().set(keep);
 }
 
 Json LogLines::take()

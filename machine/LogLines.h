@@ -8,7 +8,7 @@ namespace HardwareInventory
 class LogLines
 {
 public:
-    // From now on the host's callback is called through a function that also keeps the lines.
+    // From now on the lines are kept, in the place of a host's callback.
     static void listen();
 
     // The lines since the last call.

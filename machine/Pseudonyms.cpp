@@ -1,8 +1,8 @@
 #include "machine/Pseudonyms.h"
 
-#include "machine/Hmac.h"
 #include "machine/IpAddress.h"
 #include "machine/TextForms.h"
+#include "st-core/lib/Hash.h"
 #include "st-core/lib/Text.h"
 #include "st-core/lib/Utf8.h"
 
@@ -18,7 +18,6 @@ namespace
 {
 constexpr std::size_t kFewestOfSerial = 6; // shorter ones occur in other texts by chance
 constexpr std::size_t kFewestOfWord = 10;
-constexpr std::size_t kHmacSize = 32;
 constexpr int kMostAttempts = 10'000;
 
 constexpr std::size_t kMacDigits = 12;
@@ -154,16 +153,17 @@ std::wstring Pseudonyms::drawn(Kind kind, const std::wstring& value, std::size_t
                                                     : "text ";
     const std::string seed = label + std::to_string(attempt) + " ";
     if (kind == Kind::address)
-        return documentationAddress(canonicalAddress(value), hmacSha256(key_, seed + ZelStdCore::toUtf8(canonicalAddress(value))));
+        return documentationAddress(canonicalAddress(value),
+                                    ZelStdCore::hmacSha256(key_, seed + ZelStdCore::toUtf8(canonicalAddress(value))));
 
     const bool hexadecimal = std::ranges::all_of(lettersOf(value.substr(kept)), isHexadecimal);
     std::wstring substitute = value;
     std::string random;
     for (std::size_t index = kept; index < value.size(); ++index)
     {
-        const std::size_t place = (index - kept) % kHmacSize;
+        const std::size_t place = (index - kept) % ZelStdCore::kHashSize;
         if (place == 0)
-            random = hmacSha256(key_, seed + std::to_string(index) + " " + ZelStdCore::toUtf8(value));
+            random = ZelStdCore::hmacSha256(key_, seed + std::to_string(index) + " " + ZelStdCore::toUtf8(value));
         const auto number = static_cast<std::uint8_t>(random[place]);
         if (isDigit(value[index]))
             substitute[index] = static_cast<wchar_t>(L'0' + number % 10);

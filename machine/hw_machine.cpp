@@ -1,13 +1,13 @@
 // Captures what the inventory asks of this machine, and replays it on another one.
 #include "cli/Output.h"
 #include "machine/Anonymiser.h"
-#include "machine/Hmac.h"
 #include "machine/Kinds.h"
 #include "machine/MachineInUse.h"
 #include "machine/NativeMachine.h"
 #include "machine/RecordedMachine.h"
 #include "machine/RecordingMachine.h"
 #include "machine/VmFacts.h"
+#include "st-core/lib/Hash.h"
 
 #include <CLI/CLI.hpp>
 
@@ -40,7 +40,7 @@ Recording& keep(Recording recording)
 std::string keyOf(const std::string& keyFile)
 {
     if (keyFile.empty())
-        return HardwareInventory::randomKey();
+        return ZelStdCore::randomKey();
     std::string key = readFile(keyFile);
     if (key.empty())
         throw std::runtime_error("the key file is empty");

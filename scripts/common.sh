@@ -36,6 +36,7 @@ ensure_packages() {
 
 build_packages=(clang-16 lld-16 llvm-16 cmake ninja-build git ca-certificates dpkg-dev nlohmann-json3-dev libcli11-dev libssl-dev pci.ids)
 test_packages=(g++-12 googletest libclang-rt-16-dev python3 python3-jsonschema)
+browser_packages=(chromium)
 windows_packages=(g++-mingw-w64-x86-64-posix wine64)
 
 # Configures a preset into a folder and reports which PCI ID list its build embeds.

@@ -122,10 +122,11 @@ def third_party(root, build, listed):
 def bill_of_materials(root, build, binaries, version, timestamp, listed):
     """CycloneDX 1.5: the shipped files, what is in each, and which of the others each loads."""
     own = sorted(binaries.iterdir())
-    parts = list(third_party(root, build, listed))
+    parts = list(third_party(root, build, listed["third party"]))
     components, dependencies = [], {PRODUCT: [path.name for path in own]}
     for path in own:
         loaded = re.findall(r"Name: (\S+\.dll)", output("llvm-readobj-16", "--coff-imports", path))
+        loaded += listed["loaded by name"].get(path.name, [])
         dependencies[path.name] = [other.name for other in own if other.name in loaded]
         dependencies[path.name] += [component["bom-ref"] for component, files in parts if path.name in files]
         components.append(
@@ -167,7 +168,7 @@ def main():
     for archive in "win64", "symbols":
         check_tree(root, stage / archive, listed[archive])
     add_symbol_server(binaries, stage / "symbols")
-    bill = bill_of_materials(root, build, binaries, version, timestamp, listed["third party"])
+    bill = bill_of_materials(root, build, binaries, version, timestamp, listed)
     # One folder for both: unpacked side by side, the PDBs lie beside their files.
     write_zip(dist / f"{name}-win64.zip", stage / "win64", f"{name}-win64", timestamp)
     write_zip(dist / f"{name}-symbols.zip", stage / "symbols", f"{name}-win64", timestamp)

@@ -22,7 +22,7 @@ build() {
 machine() {
     local programs=$1 folder=$2
     mkdir -p "$folder"
-    run "$programs/hw-inventory.exe" --log > "$folder/documents.json" 2> "$folder/log.txt"
+    run "$programs/hw-inventory.exe" --log=trace > "$folder/documents.json" 2> "$folder/log.txt"
     run "$programs/hw-machine.exe" capture "$folder/machine.json"
     run "$programs/hw-machine.exe" replay "$folder/machine.json" > "$folder/replayed.json"
     [[ $(wc -l < "$folder/documents.json") -eq 8 && $(wc -l < "$folder/replayed.json") -eq 8 ]] ||

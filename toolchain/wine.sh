@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs a Windows program under Wine, without a display and in a prefix of its own:
 #   wine.sh PREFIX PROGRAM [ARGUMENT...]
-# The prefix is created once; whoever comes meanwhile waits for it.
+# The prefix is created once, as a Windows 10; whoever comes meanwhile waits for it.
 set -euo pipefail
 WINEPREFIX=$(realpath -m "$1")
 export WINEPREFIX WINEARCH=win64 WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES="mscoree=d;mshtml=d;winemenubuilder.exe=d"
@@ -9,16 +9,25 @@ unset DISPLAY
 shift
 wine=/usr/lib/wine/wine64
 
-if [[ ! -f $WINEPREFIX/.complete ]]; then
-    mkdir -p "$WINEPREFIX"
+# One server from the first program on, which stays for ten minutes after the last one: programs that came while a server was just
+# ending have failed, some without a word.
+mkdir -p "$WINEPREFIX"
+"${wine%/*}/wineserver64" -p600 > /dev/null 2>&1 < /dev/null || true # it is running already
+
+create() {
+    "$wine" wineboot --init || return
+    "$wine" reg add 'HKCU\Software\Wine' /v Version /d win10 /f || return
+    # The device of drive Z: is that of /, which must not be read; a query for the drive's label tries, and Wine complains. In one
+    # without contents Wine finds no file system, and no label either.
+    ln -sfn /dev/null "$WINEPREFIX/dosdevices/z::"
+}
+if [[ ! -f $WINEPREFIX/.windows10 ]]; then
     (
         flock 9
-        if [[ ! -f $WINEPREFIX/.complete ]]; then
-            "$wine" wineboot --init > "$WINEPREFIX/wineboot.log" 2>&1 < /dev/null || { cat "$WINEPREFIX/wineboot.log" >&2; exit 1; }
-            touch "$WINEPREFIX/.complete"
+        if [[ ! -f $WINEPREFIX/.windows10 ]]; then
+            create > "$WINEPREFIX/create.log" 2>&1 < /dev/null || { cat "$WINEPREFIX/create.log" >&2; exit 1; }
+            touch "$WINEPREFIX/.windows10"
         fi
     ) 9> "$WINEPREFIX/.lock"
 fi
-# Wine's server stays for half a minute after the last program: one that is just ending can refuse the next program.
-"${wine%/*}/wineserver64" -p30 > /dev/null 2>&1 < /dev/null || true # it is running already
 exec "$wine" "$@"

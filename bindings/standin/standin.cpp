@@ -2,6 +2,7 @@
 #include <hw_inventory_interface.h>
 
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -53,7 +54,7 @@ const char* errorText(ExportStatus status)
         std::this_thread::sleep_for(std::chrono::hours(1));
 }
 
-// Follows the script of a kind, if it has one: LOG, WAIT, HANG, CRASH, FAIL in any order, a step a line.
+// Follows the script of a kind, if it has one: LOG, PRINT, WAIT, HANG, CRASH, FAIL in any order, a step a line.
 std::optional<Failure> follow(const std::filesystem::path& script)
 {
     std::ifstream file(script);
@@ -69,6 +70,13 @@ std::optional<Failure> follow(const std::filesystem::path& script)
             hang();
         if (step == "crash")
             std::abort();
+        if (step == "print")
+        {
+            std::getline(words >> std::ws, rest);
+            std::puts(rest.c_str());
+            std::fflush(stdout);
+            continue;
+        }
         words >> number;
         std::getline(words >> std::ws, rest);
         if (step == "log")

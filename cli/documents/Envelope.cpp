@@ -1,6 +1,8 @@
 #include "cli/documents/Envelope.h"
 
+#include "cli/Paths.h"
 #include "cli/documents/Kinds.h"
+#include "st-core/lib/Utf8.h"
 
 #include <fstream>
 #include <iostream>
@@ -12,21 +14,44 @@ namespace
 {
 using nlohmann::json;
 
-std::string utf8(const std::filesystem::path& path)
+constexpr int kDeepest = 100; // the tools call themselves for each level
+
+// Windows PowerShell writes UTF-16 when it redirects a program's output into a file.
+std::string fromUtf16(std::string_view bytes)
 {
-    const std::u8string text = path.u8string();
-    return {text.begin(), text.end()};
+    std::wstring text;
+    for (std::size_t index = 0; index + 1 < bytes.size(); index += 2)
+        text += static_cast<wchar_t>(static_cast<unsigned char>(bytes[index]) | static_cast<unsigned char>(bytes[index + 1]) << 8);
+    return ZelStdCore::toUtf8(text);
 }
 
 std::string readAll(const std::filesystem::path& path)
 {
+    constexpr std::string_view kUtf16Mark = "\xFF\xFE";
+    std::string text;
     if (path == "-")
-        return {std::istreambuf_iterator<char>(std::cin), {}};
-    std::ifstream file(path, std::ios::binary);
-    std::string text(std::istreambuf_iterator<char>(file), {});
-    if (!file.is_open() || file.bad() || is_directory(path))
-        throw InputError("cannot read " + utf8(path));
-    return text;
+        text.assign(std::istreambuf_iterator<char>(std::cin), {});
+    else
+    {
+        std::error_code ignored;
+        std::ifstream file(path, std::ios::binary);
+        if (!file.is_open() || is_directory(path, ignored)) // which opens, and throws when it is read
+            throw InputError("cannot read " + utf8(path));
+        text.assign(std::istreambuf_iterator<char>(file), {});
+    }
+    return text.starts_with(kUtf16Mark) ? fromUtf16(std::string_view(text).substr(kUtf16Mark.size())) : text;
+}
+
+// Discarded if it is no JSON and a failure is not asked for. Throws InputError, json::exception.
+json parse(std::string_view text, bool throws)
+{
+    const auto isShallow = [](int depth, json::parse_event_t, const json&)
+    {
+        if (depth > kDeepest)
+            throw InputError("nested too deeply");
+        return true;
+    };
+    return json::parse(text, isShallow, throws);
 }
 
 Envelope failureOrDocument(const json& object)
@@ -81,17 +106,17 @@ std::vector<Envelope> readEnvelopes(const std::filesystem::path& path)
 {
     const std::string text = readAll(path);
     std::vector<Envelope> envelopes;
-    if (json whole = json::parse(text, nullptr, false); !whole.is_discarded())
+    try
     {
-        try
+        if (json whole = parse(text, false); !whole.is_discarded())
         {
             envelopes.push_back(fromJson(std::move(whole)));
             return envelopes;
         }
-        catch (const std::exception& error)
-        {
-            throw InputError(utf8(path) + ": " + error.what());
-        }
+    }
+    catch (const std::exception& error)
+    {
+        throw InputError(utf8(path) + ": " + error.what());
     }
     std::size_t number = 0;
     for (std::size_t begin = 0, end = 0; begin < text.size(); begin = end + 1)
@@ -103,7 +128,7 @@ std::vector<Envelope> readEnvelopes(const std::filesystem::path& path)
             continue;
         try
         {
-            envelopes.push_back(fromJson(json::parse(line)));
+            envelopes.push_back(fromJson(parse(line, true)));
         }
         catch (const std::exception& error)
         {

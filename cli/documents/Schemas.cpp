@@ -1,5 +1,7 @@
 #include "cli/documents/Schemas.h"
 
+#include <algorithm>
+
 namespace HardwareInventory
 {
 namespace
@@ -34,6 +36,41 @@ void walk(json& value, const json& schema, const json& root, const Visit& visit)
         walk(member, *property, root, visit);
     }
 }
+
+bool hasShape(const json& value, const json& rules)
+{
+    return rules.contains("items")        ? value.is_array()
+           : rules.contains("properties") ? value.is_object() || value.is_null()
+                                          : value.is_primitive();
+}
+
+std::size_t prune(json& value, const json& schema, const json& root)
+{
+    std::size_t gone = 0;
+    const json& rules = resolved(schema, root);
+    if (value.is_array())
+    {
+        const auto kept = std::ranges::remove_if(value.get_ref<json::array_t&>(),
+                                                 [&](const json& item) { return !hasShape(item, resolved(rules["items"], root)); });
+        gone += kept.size();
+        value.erase(value.end() - static_cast<std::ptrdiff_t>(kept.size()), value.end());
+        for (json& item : value)
+            gone += prune(item, rules["items"], root);
+    }
+    else if (value.is_object())
+    {
+        gone +=
+            std::erase_if(value.get_ref<json::object_t&>(),
+                          [&](const auto& member)
+                          {
+                              const auto property = rules["properties"].find(member.first);
+                              return property == rules["properties"].end() || !hasShape(member.second, resolved(*property, root));
+                          });
+        for (auto& [key, member] : value.items())
+            gone += prune(member, rules["properties"][key], root);
+    }
+    return gone;
+}
 }
 
 const json& schemaOf(const DocumentKind& kind)
@@ -53,5 +90,11 @@ void visitMembers(json& document, const DocumentKind& kind, const Visit& visit)
 {
     const json& root = schemaOf(kind);
     walk(document, root, root, visit);
+}
+
+std::size_t prune(json& document, const DocumentKind& kind)
+{
+    const json& root = schemaOf(kind);
+    return prune(document, root, root);
 }
 }

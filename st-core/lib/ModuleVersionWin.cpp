@@ -2,6 +2,7 @@
 
 #include "st-core/lib/SystemLibraryWin.h"
 
+#include <algorithm>
 #include <optional>
 #include <vector>
 
@@ -28,22 +29,48 @@ std::optional<VersionLibrary> load()
                           findFunction(library, "VerQueryValueW", functions.queryValue);
     return complete ? std::optional(functions) : std::nullopt;
 }
-}
 
-std::uint64_t moduleVersion(const wchar_t* path)
+// Calls use(value, size) with a value of a file's version resource, if it has that.
+void queryResource(const wchar_t* path, const wchar_t* name, const auto& use)
 {
     static const std::optional<VersionLibrary> library = load();
     if (!library)
-        return 0;
+        return;
 
     DWORD ignored = 0;
     std::vector<char> information(library->informationSize(path, &ignored));
     void* value = nullptr;
     UINT size = 0;
-    if (information.empty() || !library->information(path, 0, static_cast<DWORD>(information.size()), information.data()) ||
-        !library->queryValue(information.data(), L"\\", &value, &size) || size < sizeof(VS_FIXEDFILEINFO))
-        return 0;
-    const auto& fixed = *static_cast<const VS_FIXEDFILEINFO*>(value);
-    return static_cast<std::uint64_t>(fixed.dwFileVersionMS) << 32 | fixed.dwFileVersionLS;
+    if (!information.empty() && library->information(path, 0, static_cast<DWORD>(information.size()), information.data()) &&
+        library->queryValue(information.data(), name, &value, &size))
+        use(value, size);
+}
+}
+
+std::uint64_t moduleVersion(const wchar_t* path)
+{
+    std::uint64_t version = 0;
+    queryResource(path, L"\\",
+                  [&](const void* value, UINT size)
+                  {
+                      if (size < sizeof(VS_FIXEDFILEINFO))
+                          return;
+                      const auto& fixed = *static_cast<const VS_FIXEDFILEINFO*>(value);
+                      version = static_cast<std::uint64_t>(fixed.dwFileVersionMS) << 32 | fixed.dwFileVersionLS;
+                  });
+    return version;
+}
+
+std::wstring moduleText(const wchar_t* path, const wchar_t* name)
+{
+    std::wstring text;
+    queryResource(path, (std::wstring(L"\\StringFileInfo\\040904b0\\") + name).c_str(),
+                  [&](const void* value, UINT size)
+                  {
+                      // Its length is counted with the NUL at its end.
+                      text.assign(static_cast<const wchar_t*>(value), size);
+                      text.resize(std::min(text.find(L'\0'), text.size()));
+                  });
+    return text;
 }
 }

@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-// The program's machine: a case of tests/machines, by the variable CASE: "FILE/NAME".
+// The library's machine: a case of tests/machines, by the variable CASE: "FILE/NAME".
 namespace
 {
 const std::string place = std::getenv("CASE");

@@ -3,7 +3,7 @@
 set -uo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/common.sh"
 bindings="$root/bindings" work="$root/build/bindings" native="$root/build/native/bin/standin" product="$root/build/mingw"
-wine=("$root/toolchain/wine.sh" "$work/wine10")
+wine=("$root/toolchain/wine.sh" "$work/wine")
 export GOOS=windows CGO_ENABLED=0 GOPROXY=off GOCACHE="$cache/go"
 rm -rf "$work" && mkdir -p "$work/alone" && cd "$work" || exit 1
 
@@ -58,7 +58,6 @@ for case in types go_style {go,csharp,cpp,rust}_builds node_installs node_types;
     [[ $result != FAILED ]] || cat log >&2
     echo "bindings: ${case/_/ }: $result"
 done
-"${wine[@]}" reg add 'HKCU\Software\Wine' /v Version /d win10 /f > /dev/null 2>&1 # which node needs
 # Wine refuses WMI to a program of this name.
 "${wine[@]}" reg add 'HKCU\Software\Wine\AppDefaults\without-wmi.exe\DllOverrides' /v wbemprox /d '' /f > /dev/null 2>&1
 cp "$product/bin/hw_inventory_interface.dll" alone

@@ -1,5 +1,5 @@
 #include "machine/Anonymiser.h"
-#include "machine/Hmac.h"
+#include "st-core/lib/Hash.h"
 
 #include <gtest/gtest.h>
 
@@ -45,6 +45,13 @@ TEST(AnonymiserTest, Values)
     EXPECT_NE(anonymised({{kQuestion, objects}}, "another key"), answers);
     for (const Json& text : kData["refused"]) // a serial in hexadecimal
         EXPECT_THROW(anonymised({{kQuestion, {{{"SerialNumber", "PF0ABC12"}, {"Caption", text}}}}}), std::runtime_error);
+    for (const auto& [answers, patterns] :
+         kData["recordings"].get<std::vector<std::pair<Json, std::map<std::string, std::string>>>>())
+        for (const auto& [place, pattern] : patterns)
+        {
+            const std::string text = anonymised(answers).at(Json::json_pointer(place));
+            EXPECT_TRUE(std::regex_match(text, std::regex(pattern))) << place << ": " << text;
+        }
     EXPECT_THROW(anonymised({{"firmware table RSMB 0", "00 02 07 00 00 00 00 00 01"}}), std::runtime_error);
 }
 
@@ -91,8 +98,10 @@ TEST(AnonymiserTest, EqualStaysEqual)
 }
 
 // RFC 4231, test cases 2 and 6
-TEST(AnonymiserTest, Hmac)
+TEST(AnonymiserTest, Hashes)
 {
+    using namespace ZelStdCore;
+    EXPECT_EQ(sha256("abc").substr(0, 8), "\xba\x78\x16\xbf\x8f\x01\xcf\xea");
     EXPECT_EQ(hmacSha256("Jefe", "what do ya want for nothing?").substr(0, 8), "\x5b\xdc\xc1\x46\xbf\x60\x75\x4e");
     EXPECT_EQ(hmacSha256(std::string(131, '\xaa'), "Test Using Larger Than Block-Size Key - Hash Key First").substr(0, 8),
               "\x60\xe4\x31\x59\x1e\xe0\xb6\x7f");

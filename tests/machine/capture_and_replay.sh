@@ -3,15 +3,15 @@
 #   capture_and_replay.sh NATIVE_HW_MACHINE HW_MACHINE HW_INVENTORY [EMULATOR...]
 # Skipped (77) where there is no native build.
 set -euo pipefail
-native=$1 machine=("${@:4}" "$2") inventory=("${@:4}" "$3" --log)
+native=$1 machine=("${@:4}" "$2") inventory=("${@:4}" "$3" --log=trace)
 [[ -x $native ]] || { echo "no native hw-machine: build the preset native"; exit 77; }
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 cd "$folder"
 export TZ=UTC WINEDEBUG=-all
 
-# Addresses of objects differ, and Wine itself reports on its drives.
-masked() { tr -d '\r' < "$1" | sed -E 's/0x[0-9a-f]{6,}|\b[0-9A-F]{16}\b/@/g; /^wine: /d'; }
+# Addresses of objects differ.
+masked() { tr -d '\r' < "$1" | sed -E 's/0x[0-9a-f]{6,}|\b[0-9A-F]{16}\b/@/g'; }
 # run NAME COMMAND...: its documents and its log
 run() { "${@:2}" > "$1.documents" 2> "$1.log"; }
 

@@ -15,7 +15,9 @@ run() {
 }
 run 0 '' capture raw.json --raw
 run 0 "\"usableMemory\":$(($(sed -n 's/MemTotal: *\([0-9]*\).*/\1/p' /proc/meminfo) * 1024))}" replay raw.json ram
-run 0 '{"system":' replay raw.json
+[[ $("$program" replay raw.json ram | wc -l) -eq 1 && $("$program" replay raw.json | wc -l) -eq 8 ]] || { echo "not the kinds asked for"; failed=1; }
+echo '{"format": "hw-machine recording", "version": 1, "answers": {}}' > nothing.json
+run 1 'the connection was not recorded' replay nothing.json cpus
 run 0 'ADL Library not found!' replay raw.json gpus --log
 run 0 '' anonymise raw.json -o other.json --key "$program"
 run 0 '' anonymise raw.json --key "$program"

@@ -46,10 +46,9 @@ void setMachine(const Json& json)
     Platform::useMachine(machines.emplace_back(*recording));
 }
 
-Replayed collect(std::string_view only, const std::vector<std::string>& keys)
+// Without a callback of ours: a recording has its own.
+static Replayed collectUnlogged(std::string_view only, const std::vector<std::string>& keys)
 {
-    lines.clear();
-    hardware_inventory_set_logger(keepLine);
     Replayed replayed{Json::object(), Json::object(), {}};
     for (const Kind& kind : kKinds)
     {
@@ -71,6 +70,14 @@ Replayed collect(std::string_view only, const std::vector<std::string>& keys)
     }
     for (const std::string& key : keys)
         replayed.documents[key] = described(key);
+    return replayed;
+}
+
+Replayed collect(std::string_view only, const std::vector<std::string>& keys)
+{
+    lines.clear();
+    hardware_inventory_set_logger(keepLine);
+    Replayed replayed = collectUnlogged(only, keys);
     hardware_inventory_set_logger(nullptr);
     replayed.log = lines;
     return replayed;
@@ -89,7 +96,7 @@ Json recordedAgain([[maybe_unused]] const Json& json, [[maybe_unused]] std::stri
         static Recording again;
         static Platform::RecordingMachine recording(Platform::machine(), again);
         Platform::useMachine(recording);
-        collect(kind, keys);
+        collectUnlogged(kind, keys);
         std::fputs(again.text().c_str(), file);
         std::fflush(file);
         _exit(0);

@@ -1,0 +1,25 @@
+#include "cli/report/Terminal.h"
+
+#include <windows.h>
+
+#include <cstdlib>
+
+namespace HardwareInventory
+{
+bool coloursWanted()
+{
+    const char* const none = std::getenv("NO_COLOR");
+    const HANDLE console = GetStdHandle(STD_OUTPUT_HANDLE);
+    DWORD mode = 0;
+    return !(none && *none) && GetConsoleMode(console, &mode) &&
+           SetConsoleMode(console, mode | ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+}
+
+unsigned terminalWidth()
+{
+    CONSOLE_SCREEN_BUFFER_INFO console = {};
+    return GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &console)
+               ? static_cast<unsigned>(console.srWindow.Right - console.srWindow.Left + 1)
+               : 0;
+}
+}
