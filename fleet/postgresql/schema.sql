@@ -20,6 +20,7 @@ CREATE TABLE IF NOT EXISTS record_rules (
     looked_up text
 );
 CREATE TABLE IF NOT EXISTS placeholders (text text PRIMARY KEY);
+CREATE TABLE IF NOT EXISTS number_keys (key text PRIMARY KEY);
 \ir ../rules.sql
 
 -- Unlogged: whoever inserts here still has the file. After a crash of the server it is empty, and the file is loaded again.
@@ -90,11 +91,12 @@ CREATE TABLE IF NOT EXISTS identifiers (
 );
 CREATE INDEX IF NOT EXISTS identifiers_value ON identifiers (value);
 
--- Whether a text, trimmed and in capitals, stands for no value.
-CREATE OR REPLACE FUNCTION is_placeholder(value text) RETURNS boolean LANGUAGE sql STABLE AS $$
-    SELECT value ~ '^(0X)?(|[:. -]{4,}|[:. -]*0[0:. -]*)$'
-        OR value ~ '^(0X)?(([:. -]*F){4,}|([:. -]*X){4,}|([:. -]*[*]){4,}|([:. -]*_){4,}|([:. -]*[?]){4,}|([:. -]*#){4,})[:. -]*$'
-        OR EXISTS (SELECT FROM fleet_store.placeholders p WHERE p.text IN (value, regexp_replace(value, '[0-9]+', '#', 'g')))
+-- Whether a text, trimmed and in capitals, stands for no value of a key.
+CREATE OR REPLACE FUNCTION is_placeholder(key text, value text) RETURNS boolean LANGUAGE sql STABLE AS $$
+    SELECT EXISTS (SELECT FROM fleet_store.placeholders p WHERE p.text IN (value, regexp_replace(value, '[0-9]+', '#', 'g')))
+        OR (value ~ '^(0X)?([:. -]{4,}|[:. -]*0[0:. -]*)$'
+            OR value ~ '^(0X)?(([:. -]*F){4,}|([:. -]*X){4,}|([:. -]*[*]){4,}|([:. -]*_){4,}|([:. -]*[?]){4,}|([:. -]*#){4,})[:. -]*$')
+            AND EXISTS (SELECT FROM fleet_store.number_keys n WHERE n.key = is_placeholder.key)
 $$;
 
 -- The form in which two texts of a record are compared; null if there is none.
@@ -104,7 +106,7 @@ DECLARE
 BEGIN
     IF jsonb_typeof(record -> key) = 'string' THEN
         value := upper(btrim(record ->> key, E' \t\r\n\v\f') COLLATE "C");
-        IF value <> '' AND NOT fleet_store.is_placeholder(value) THEN
+        IF value <> '' AND NOT fleet_store.is_placeholder(key, value) THEN
             RETURN value;
         END IF;
     END IF;
@@ -149,7 +151,7 @@ BEGIN
             CONTINUE;
         ELSIF name IS NULL THEN
             name := value;
-        ELSIF i = 4 AND NOT fleet_store.is_placeholder(upper(value COLLATE "C")) THEN
+        ELSIF i = 4 AND NOT fleet_store.is_placeholder(keys[i], upper(value COLLATE "C")) THEN
             RETURN name || ' (' || value || ')';
         END IF;
     END LOOP;

@@ -45,15 +45,18 @@ class Rules:
         self.lists = {row[0]: dict(zip(names, row)) for row in rows}
         self.kinds = {rules["kind"]: rules for rules in self.lists.values() if rules["kind"]}
         self.placeholders = {text for (text,) in database.execute("SELECT text FROM placeholders")}
+        self.number_keys = {key for (key,) in database.execute("SELECT key FROM number_keys")}
 
-    def is_placeholder(self, value):
-        collapsed = re.sub("[0-9]+", "#", value)
-        return value in self.placeholders or collapsed in self.placeholders or FILLER.fullmatch(value) is not None
+    def is_placeholder(self, key, value):
+        """Whether a text, trimmed and in capitals, stands for no value of a key."""
+        if value in self.placeholders or re.sub("[0-9]+", "#", value) in self.placeholders:
+            return True
+        return key in self.number_keys and FILLER.fullmatch(value) is not None
 
     def comparable(self, record, key):
         value = record.get(key) if isinstance(record, dict) else None
         value = value.strip(SPACE).translate(CAPITALS) if isinstance(value, str) else ""
-        return None if not value or self.is_placeholder(value) else value
+        return None if not value or self.is_placeholder(key, value) else value
 
     def label(self, record, rules, number):
         texts = [record.get(rules[key]) if isinstance(record, dict) else None for key in ("shown", "place", "other", "unique")]
@@ -61,7 +64,7 @@ class Rules:
         name = next((at for at, text in enumerate(texts) if text), None)
         if name is None:
             return f"no. {number}"
-        if name < 3 and texts[3] and not self.is_placeholder(texts[3].translate(CAPITALS)):
+        if name < 3 and texts[3] and not self.is_placeholder(rules["unique"], texts[3].translate(CAPITALS)):
             return f"{texts[name]} ({texts[3]})"
         return texts[name]
 

@@ -4,6 +4,7 @@
 CREATE TABLE IF NOT EXISTS record_rules (
     list TEXT PRIMARY KEY, kind TEXT, unique_key TEXT, place TEXT, other_place TEXT, shown TEXT, ignored TEXT, looked_up TEXT);
 CREATE TABLE IF NOT EXISTS placeholders (text TEXT PRIMARY KEY);
+CREATE TABLE IF NOT EXISTS number_keys (key TEXT PRIMARY KEY);
 CREATE TABLE IF NOT EXISTS bad_lines (
     file TEXT, number INTEGER, digest TEXT, arrived TEXT, reason TEXT, line TEXT, PRIMARY KEY (file, number, digest));
 CREATE TABLE IF NOT EXISTS attempts (

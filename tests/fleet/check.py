@@ -200,21 +200,27 @@ def counts(engine, *paths):
 
 
 def rules(program):
-    """rules.sql against the tables of the program, where it has them."""
-    header = ROOT / "cli/documents/Placeholders.h"
-    if not (pathlib.Path(program).exists() and header.exists()):
-        sys.exit(77)
-    result = subprocess.run([program, "diff", "--rules"], capture_output=True)
-    if result.returncode == 64: # a program from before there was a diff
-        sys.exit(77)
+    """rules.sql, and the history it gives, against the program's own rules and `hw-inventory diff`."""
+    header = (ROOT / "cli/documents/Placeholders.h").read_text("utf-8")
     database = sqlite3.connect(":memory:")
-    tables = "CREATE TABLE record_rules (list, kind, unique_key, place, other_place, shown, ignored, looked_up); CREATE TABLE placeholders (text);"
-    database.executescript(tables + (ROOT / "fleet/rules.sql").read_text("utf-8"))
+    tables = re.findall(r"CREATE TABLE IF NOT EXISTS (?:record_rules|placeholders|number_keys) .*?;", (ROOT / "fleet/sqlite/schema.sql").read_text(), re.S)
+    database.executescript("".join(tables) + (ROOT / "fleet/rules.sql").read_text("utf-8"))
+    column = lambda statement: {text for (text,) in database.execute(statement)}
+    same("placeholders", {text.upper() for text in re.findall(r'^    \{"([^"]+)", "', header, re.M)}, column("SELECT text FROM placeholders"))
+    same("keys of numbers", set(re.findall(r'"(\w+)"', re.search("kNumberKeys = .*", header)[0])), column("SELECT key FROM number_keys"))
+    if not pathlib.Path(program).exists():
+        sys.exit(77)
     ours = {list_: {"unique": unique, "places": [each for each in places if each], "ignored": [ignored] if ignored else []}
             for list_, unique, *places, ignored in database.execute("SELECT list, unique_key, place, other_place, ignored FROM record_rules")}  # fmt: skip
-    same("rules of records", json.loads(result.stdout), ours)
-    texts = {text.upper() for text in re.findall(r'^    \{"([^"]+)", "', header.read_text("utf-8"), re.M)}
-    same("placeholders", texts, {text for (text,) in database.execute("SELECT text FROM placeholders")})
+    same("rules of records", json.loads(subprocess.run([program, "diff", "--rules"], capture_output=True).stdout), ours)
+    for case in data("history.json"):
+        got = []
+        for old, new in zip(case["days"], case["days"][1:]):
+            for name, document in (("old.json", old), ("new.json", new)):
+                pathlib.Path(name).write_text(json.dumps(document))
+            found = json.loads(subprocess.run([program, "diff", "--format", "json", "old.json", "new.json"], capture_output=True).stdout)
+            got += [[each["change"], each["record"] or "", each["key"] or "", each["old"], each["new"]] for each in found]
+        same(f"hw-inventory diff, {case['name']}", case["changes"], got)
 
 
 try:
