@@ -41,11 +41,14 @@ def value_of(text):
     return re.sub(r"^(\d{4}-\d\d-\d\d)T([\d:.]+)Z$", r"\1 \2+00", text)
 
 
-def ask_postgresql(sql, values):
-    # psql replaces :name by the text, so that the text brings its quotes: a number has none.
-    quoted = {name: value if re.fullmatch(r"\d{1,15}", value) else "'" + value.replace("'", "''") + "'" for name, value in values.items()}
-    variables = [argument for name, value in quoted.items() for argument in ("-v", f"{name}={value}")]
-    setting = "SET search_path = fleet; SET timezone = 'UTC'; SET jit = off;\n"
+def quoted(value):
+    """psql replaces :name by the text, so that the text brings its quotes: a number has none."""
+    return value if re.fullmatch(r"\d{1,15}", value) else "'" + value.replace("'", "''") + "'"
+
+
+def ask_postgresql(sql, values, time):
+    variables = [argument for name, value in values.items() for argument in ("-v", f"{name}={quoted(value)}")]
+    setting = "SET search_path = fleet; SET timezone = 'UTC'; SET jit = off;\n" + ("\\timing on\n" if time else "")
     command = ["psql", "-X", "-q", "-A", "-F", "\t", "-P", "footer=off", "-v", "ON_ERROR_STOP=1", *variables, "-f", "-"]
     return subprocess.run(command, input=setting + sql, text=True, encoding="utf-8").returncode
 
@@ -63,13 +66,15 @@ def ask_sqlite(path, sql, values):
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
     parser.add_argument("--sqlite", type=pathlib.Path, metavar="DATABASE")
+    parser.add_argument("--time", action="store_true", help="print how long PostgreSQL took, too")
     parser.add_argument("question", nargs="?")
     parser.add_argument("values", nargs="*", metavar="NAME=VALUE")
     arguments = parser.parse_args()
     known = questions()
     if not arguments.question:
         for question in known.values():
-            print(f"{question.name}: {question.about}", *(f"    {each} = {text}" for each, text in question.defaults.items()), sep="\n")
+            defaults = (f"    {name} = {text}" for name, text in question.defaults.items())
+            print(f"{question.name}: {question.about}", *defaults, sep="\n")
         return 0
     question = known.get(arguments.question) or parser.error(f"no question {arguments.question}")
     given = dict(each.partition("=")[::2] for each in arguments.values)
@@ -79,7 +84,7 @@ def main():
     sys.stdout.reconfigure(encoding="utf-8")
     if arguments.sqlite:
         return ask_sqlite(arguments.sqlite, question.sql, values)
-    return ask_postgresql(question.sql, values)
+    return ask_postgresql(question.sql, values, arguments.time)
 
 
 try:

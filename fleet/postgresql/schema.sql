@@ -59,12 +59,22 @@ CREATE TABLE IF NOT EXISTS attempts (
     PRIMARY KEY (machine, kind)
 ) WITH (fillfactor = 70);
 
+-- In a table for each kind, so that a question about one kind reads no other.
 CREATE TABLE IF NOT EXISTS documents (
     machine text NOT NULL,
     kind text NOT NULL,
     document jsonb NOT NULL,
     PRIMARY KEY (machine, kind)
-);
+) PARTITION BY LIST (kind);
+DO $$
+DECLARE
+    each text;
+BEGIN
+    FOR each IN SELECT r.kind FROM fleet_store.record_rules r WHERE r.kind IS NOT NULL LOOP
+        EXECUTE format('CREATE TABLE IF NOT EXISTS fleet_store.%I PARTITION OF fleet_store.documents FOR VALUES IN (%L)',
+            'documents_' || translate(each, '-', '_'), each);
+    END LOOP;
+END $$;
 
 -- What changed from a document to the next one, one row for each key or record.
 CREATE TABLE IF NOT EXISTS changes (
@@ -91,12 +101,16 @@ CREATE TABLE IF NOT EXISTS identifiers (
 );
 CREATE INDEX IF NOT EXISTS identifiers_value ON identifiers (value);
 
+-- Whether a text, trimmed and in capitals, is nothing but zeros or signs: "0X0000", "FF:FF:FF", "....".
+CREATE OR REPLACE FUNCTION is_filler(value text) RETURNS boolean LANGUAGE sql IMMUTABLE PARALLEL SAFE AS $$
+    SELECT value ~ '^[0FX:. *_?#-]+$' AND (value ~ '^(0X)?([:. -]{4,}|[:. -]*0[0:. -]*)$'
+        OR value ~ '^(0X)?(([:. -]*F){4,}|([:. -]*X){4,}|([:. -]*[*]){4,}|([:. -]*_){4,}|([:. -]*[?]){4,}|([:. -]*#){4,})[:. -]*$')
+$$;
+
 -- Whether a text, trimmed and in capitals, stands for no value of a key.
 CREATE OR REPLACE FUNCTION is_placeholder(key text, value text) RETURNS boolean LANGUAGE sql STABLE AS $$
     SELECT EXISTS (SELECT FROM fleet_store.placeholders p WHERE p.text IN (value, regexp_replace(value, '[0-9]+', '#', 'g')))
-        OR (value ~ '^(0X)?([:. -]{4,}|[:. -]*0[0:. -]*)$'
-            OR value ~ '^(0X)?(([:. -]*F){4,}|([:. -]*X){4,}|([:. -]*[*]){4,}|([:. -]*_){4,}|([:. -]*[?]){4,}|([:. -]*#){4,})[:. -]*$')
-            AND EXISTS (SELECT FROM fleet_store.number_keys n WHERE n.key = is_placeholder.key)
+        OR fleet_store.is_filler(value) AND EXISTS (SELECT FROM fleet_store.number_keys n WHERE n.key = is_placeholder.key)
 $$;
 
 -- The form in which two texts of a record are compared; null if there is none.
@@ -112,23 +126,6 @@ BEGIN
     END IF;
     RETURN NULL;
 END $$;
-
--- A document without what changes by itself. Two that are equal have no changes.
-CREATE OR REPLACE FUNCTION without_ignored(document jsonb, list text, ignored text, ignored_of_parts text)
-RETURNS jsonb LANGUAGE sql IMMUTABLE AS $$
-    SELECT CASE
-        WHEN ignored IS NULL THEN document
-        WHEN jsonb_typeof(document -> list) = 'object' THEN document #- ARRAY[list, ignored]
-        ELSE jsonb_set(document, ARRAY[list], (
-            SELECT coalesce(jsonb_agg(CASE
-                WHEN jsonb_typeof(record) <> 'object' THEN record
-                WHEN jsonb_typeof(record -> 'partitions') = 'array' THEN jsonb_set(record - ignored, '{partitions}', (
-                    SELECT coalesce(jsonb_agg(CASE WHEN jsonb_typeof(part) = 'object' THEN part - ignored_of_parts ELSE part END), '[]')
-                    FROM jsonb_array_elements(record -> 'partitions') AS part))
-                ELSE record - ignored END), '[]')
-            FROM jsonb_array_elements(document -> list) AS record))
-    END
-$$;
 
 DO $$
 BEGIN
@@ -271,7 +268,7 @@ EXCEPTION WHEN OTHERS THEN
     fault := SQLERRM;
 END $$;
 
-CREATE OR REPLACE FUNCTION number_of(value jsonb) RETURNS numeric LANGUAGE sql IMMUTABLE AS $$
+CREATE OR REPLACE FUNCTION number_of(value jsonb) RETURNS numeric LANGUAGE sql IMMUTABLE PARALLEL SAFE AS $$
     SELECT CASE WHEN jsonb_typeof(value) = 'number' THEN value::numeric END
 $$;
 
@@ -336,7 +333,7 @@ BEGIN
                     LEFT JOIN LATERAL (SELECT * FROM attempts a WHERE a.machine = r.machine AND a.kind = r.kind LIMIT 1) a ON true
                     WHERE r.fault IS NULL
                 ), newest_attempt AS (
-                    SELECT DISTINCT ON (n.machine, n.kind) n.*,
+                    SELECT DISTINCT ON (n.machine, n.kind) n.machine, n.kind, n.collected, n.succeeded, n.error, n.duration_ms, n.version,
                         min(n.collected) OVER one AS earliest, max(n.collected) FILTER (WHERE n.succeeded) OVER one AS newest_document
                     FROM news n
                     WINDOW one AS (PARTITION BY n.machine, n.kind)
@@ -369,9 +366,22 @@ BEGIN
                     WHERE n.collected > greatest(n.newest_before, n.known_collected, '-infinity')
                     WINDOW arrival AS (PARTITION BY n.machine, n.kind ORDER BY n.id)
                 ), moved AS MATERIALIZED (
-                    SELECT s.machine, s.kind, s.collected, s.previous, s.document, s.is_last,
-                        s.previous IS NOT NULL AND without_ignored(s.previous, s.list, s.ignored, parts_ignored)
-                            <> without_ignored(s.document, s.list, s.ignored, parts_ignored) AS has_changes
+                    -- What differs; has_changes: not only in what changes by itself.
+                    SELECT s.machine, s.kind, s.collected, s.previous, s.document, s.previous IS NOT NULL AND (
+                        SELECT count(DISTINCT CASE
+                            WHEN s.ignored IS NULL THEN side
+                            WHEN jsonb_typeof(side -> s.list) = 'object' THEN side #- ARRAY[s.list, s.ignored]
+                            ELSE jsonb_set(side, ARRAY[s.list], (
+                                SELECT coalesce(jsonb_agg(CASE
+                                    WHEN jsonb_typeof(r) <> 'object' THEN r
+                                    WHEN jsonb_typeof(r -> 'partitions') = 'array' THEN jsonb_set(r - s.ignored, '{partitions}', (
+                                        SELECT coalesce(jsonb_agg(
+                                            CASE jsonb_typeof(p) WHEN 'object' THEN p - parts_ignored ELSE p END), '[]')
+                                        FROM jsonb_array_elements(r -> 'partitions') AS p))
+                                    ELSE r - s.ignored END), '[]')
+                                FROM jsonb_array_elements(side -> s.list) AS r))
+                            END)
+                        FROM unnest(ARRAY[s.previous, s.document]) AS side) = 2 AS has_changes
                     FROM steps s WHERE s.previous IS DISTINCT FROM s.document
                 ), stored AS (
                     INSERT INTO documents AS d (machine, kind, document)
@@ -388,12 +398,17 @@ BEGIN
                     WHERE s.is_last AND s.looked_up IS NOT NULL
                         AND (s.previous IS NULL OR EXISTS (SELECT FROM moved m WHERE m.machine = s.machine AND m.kind = s.kind AND m.has_changes))
                 ), found AS MATERIALIZED (
-                    SELECT DISTINCT r.machine, r.kind, i.value, r.looked_up AS key
-                    FROM reidentified r
-                    CROSS JOIN LATERAL jsonb_array_elements(CASE jsonb_typeof(r.document -> r.list)
-                        WHEN 'array' THEN r.document -> r.list ELSE jsonb_build_array(r.document -> r.list) END) AS record
-                    CROSS JOIN LATERAL comparable(record, r.looked_up) AS i(value)
-                    WHERE length(i.value) <= 200
+                    -- What comparable() gives, of all at once.
+                    SELECT DISTINCT i.machine, i.kind, i.value, i.looked_up AS key
+                    FROM (SELECT r.machine, r.kind, r.looked_up, upper(btrim(record ->> r.looked_up, E' \t\r\n\v\f') COLLATE "C") AS value
+                        FROM reidentified r
+                        CROSS JOIN LATERAL jsonb_array_elements(CASE jsonb_typeof(r.document -> r.list)
+                            WHEN 'array' THEN r.document -> r.list ELSE jsonb_build_array(r.document -> r.list) END) AS record
+                        WHERE jsonb_typeof(record -> r.looked_up) = 'string' OFFSET 0) i
+                    WHERE length(i.value) BETWEEN 1 AND 200
+                        AND i.value NOT IN (SELECT p.text FROM placeholders p)
+                        AND regexp_replace(i.value, '[0-9]+', '#', 'g') NOT IN (SELECT p.text FROM placeholders p)
+                        AND NOT (is_filler(i.value) AND i.looked_up IN (SELECT n.key FROM number_keys n))
                 ), forgotten AS (
                     DELETE FROM identifiers i USING reidentified r
                     WHERE i.machine = r.machine AND i.kind = r.kind
