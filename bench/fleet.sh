@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Measures the fleet's figures against their bars, on a PostgreSQL server in a temporary folder, with its settings for durability as they
-# are delivered.
+# Measures the fleet's figures against their bars, on a PostgreSQL server in a temporary folder, with its settings for durability as
+# they are delivered.
 #   fleet.sh [MACHINES]     100,000 without; a tenth of them is loaded as well, for the cost of a document in a small fleet
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/../scripts/common.sh"
@@ -33,7 +33,8 @@ database() { export PGDATABASE=$1; createdb "$1"; psql -X -q -f "$fleet/postgres
 say "simulating $machines machines"
 start=${EPOCHREALTIME/[.,]/}
 "$fleet/simulate.sh" "$machines" 2 --changes 0 -o "$work/all"
-say "$(awk "BEGIN { print (${EPOCHREALTIME/[.,]/} - $start) / 1e6 }") s for two days of $(stat -c %s "$work/all/day-1.ndjson") bytes"
+elapsed=$(awk "BEGIN { print (${EPOCHREALTIME/[.,]/} - $start) / 1e6 }")
+say "$elapsed s for two days of $(stat -c %s "$work/all/day-1.ndjson") bytes"
 "$fleet/simulate.sh" $((machines / 10)) 1 -o "$work/tenth"
 
 database tenth
@@ -46,7 +47,7 @@ cost=$(awk "BEGIN { printf \"%.2f\", $seconds / $lines / $small }")
 load "$work/all/day-2.ndjson"
 unchanged=${counts##*changes=}
 psql -X -q -c VACUUM -c ANALYZE
-say "$(psql -X -q -A -t -c "SELECT pg_size_pretty(pg_database_size('all')), pg_size_pretty(pg_total_relation_size('fleet_store.documents'))")"
+say "$(psql -X -q -A -t -c "SELECT pg_size_pretty(pg_database_size('all'))") with two days of them"
 figure "documents loaded in a second" "$rate" 30000 "at least"
 figure "cost of a document against a fleet of a tenth" "$cost" 1.3
 figure "changes of an unchanged day" "$unchanged" 0

@@ -30,7 +30,7 @@ FROM changes WHERE collected >= :since ORDER BY collected DESC, machine, kind, o
 SELECT kind, change, key, count(*) AS changes, count(DISTINCT machine) AS machines
 FROM changes WHERE collected >= :since GROUP BY kind, change, key ORDER BY changes DESC, kind, change, key;
 
--- disks_nearly_full: Disks with less than this share of their size left, the emptiest first. Space outside volumes with a letter is free.
+-- disks_nearly_full: Disks with less than this share of their size left, the emptiest first. Volumes without a letter count as free.
 --   percent = 10
 SELECT machine, name, model, serial_number, size, available_space
 FROM disks WHERE size > 0 AND available_space * 100 < size * :percent ORDER BY available_space, machine, ordinal;

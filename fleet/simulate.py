@@ -14,7 +14,10 @@ import sys
 GB, GIB = 10**9, 2**30
 VERSION = "1.1.0"
 HOTFIXES = [f"KB50{number}" for number in range(12345, 99999, 1777)]
-FAILURES = [(2, "WMI connection", "ERROR: Failed to connect to ROOT\\CIMV2"), (1000, "timed out", "no answer within 60 s")]
+FAILURES = [
+    (2, "WMI connection", "ERROR: Failed to connect to ROOT\\CIMV2"),
+    (1000, "timed out", "no answer within 60 s"),
+]
 KINDS = ("cpus", "gpus", "ram", "disks", "network-adapters", "base-boards", "system", "hotfixes")
 encode = json.JSONEncoder(ensure_ascii=False, separators=(",", ":")).encode
 
@@ -31,10 +34,10 @@ class Machine:
         memory = self.model["memory"]
         size = self.random.choice(memory["sizes"]) * GIB
         self.memory = {slot: (size, self.serial("RAM")) for slot in memory["slots"][: memory["fitted"]]}
-        self.disks = [(*disk, self.serial("DISK")) for disk in self.model["disks"]]
+        self.drives = [(*disk, self.serial("DISK")) for disk in self.model["disks"]]
         self.adapters = [[*adapter, self.mac()] for adapter in self.model["adapters"]]
         self.board, self.bios = self.serial("BOARD"), 60
-        self.hotfixes = sorted(self.random.sample(HOTFIXES, self.random.randint(4, 24)))
+        self.fixes = sorted(self.random.sample(HOTFIXES, self.random.randint(4, 24)))
 
     def serial(self, part):
         self.serials += 1
@@ -51,8 +54,8 @@ class Machine:
         slots = self.model["memory"]["slots"]
         match self.random.randrange(7):
             case 0:
-                disk = self.random.randrange(len(self.disks))
-                self.disks[disk] = (*self.disks[disk][:4], self.serial("DISK"))
+                disk = self.random.randrange(len(self.drives))
+                self.drives[disk] = (*self.drives[disk][:4], self.serial("DISK"))
             case 1:
                 slot = self.random.choice(slots)
                 self.memory[slot] = (self.random.choice(self.model["memory"]["sizes"]) * GIB, self.serial("RAM"))
@@ -67,8 +70,8 @@ class Machine:
                 adapter = self.random.choice(self.adapters)
                 adapter[0] = f"{adapter[0].split(' #')[0]} #{self.random.randrange(9)}"
             case 6:
-                missing = sorted(set(HOTFIXES) - set(self.hotfixes))
-                self.hotfixes = sorted(self.hotfixes + self.random.sample(missing, min(3, len(missing))))
+                missing = sorted(set(HOTFIXES) - set(self.fixes))
+                self.fixes = sorted(self.fixes + self.random.sample(missing, min(3, len(missing))))
 
     def cpus(self, day):
         name, sockets = self.model["cpu"], self.model["sockets"]
@@ -88,9 +91,9 @@ class Machine:
                          for place, (slot, size, serial) in enumerate(fitted, 1)],
                 "usableMemory": sum(size for _, size, _ in fitted)}  # fmt: skip
 
-    def disks_(self, day):
+    def disks(self, day):
         disks = []
-        for number, (model, interface, media, size, serial) in enumerate(self.disks):
+        for number, (model, interface, media, size, serial) in enumerate(self.drives):
             size *= GB
             free = int(size * day.choice((0.02, 0.2, 0.3, 0.5, 0.7)) * day.random())
             disk = {"availableSpace": free, "interfaceType": interface, "mediaType": media, "model": model,
@@ -118,12 +121,12 @@ class Machine:
                            "osInfo": {"name": name, "releaseId": release, "version": version},
                            "serialNumber": f"BIOS-{self.index:07d}", "type": self.model["type"]}}  # fmt: skip
 
-    def hotfixes_(self, day):
-        return {"hotfixes": [{"installationDate": "11/5/2023", "name": name} for name in self.hotfixes]}
+    def hotfixes(self, day):
+        return {"hotfixes": [{"installationDate": "11/5/2023", "name": name} for name in self.fixes]}
 
     def documents(self, day):
-        makers = (self.cpus, self.gpus, self.ram, self.disks_, self.network_adapters, self.base_boards, self.system, self.hotfixes_)
-        return zip(KINDS, (make(day) for make in makers))
+        for kind in KINDS:
+            yield kind, getattr(self, kind.replace("-", "_"))(day)
 
     def lines(self, date, changes, failures, absent):
         """A day's envelopes; none on a day on which the machine is off."""
@@ -153,9 +156,9 @@ def main():
     parser.add_argument("-o", "--output", type=pathlib.Path, help="folder for a file a day, day-1.ndjson and so on")
     parser.add_argument("--seed", default="1", help="another seed is another fleet")
     parser.add_argument("--first", type=datetime.date.fromisoformat, default="2026-11-01", help="date of the first day")
-    parser.add_argument("--changes", type=float, default=0.02, help="share of the machines of which one thing changes in a day (0.02)")
+    parser.add_argument("--changes", type=float, default=0.02, help="share of the machines that change in a day (0.02)")
     parser.add_argument("--failures", type=float, default=0.002, help="share of the collections that fail (0.002)")
-    parser.add_argument("--absent", type=float, default=0.03, help="share of the machines that are off for a day (0.03)")
+    parser.add_argument("--absent", type=float, default=0.03, help="share of the machines that are off in a day (0.03)")
     arguments = parser.parse_args()
 
     models = json.loads((pathlib.Path(__file__).parent / "models.json").read_bytes())

@@ -1,7 +1,8 @@
 -- The inventory of a fleet on several servers. On the server that people ask, which holds no inventories itself:
 --   psql -X -d DATABASE -v shards="host=one dbname=fleet;host=two dbname=fleet;host=three dbname=fleet" -f coordinator.sql
--- Each shard has schema.sql and shard.sql. A machine's rows are on the shard that the hash of its name gives, by PostgreSQL's own hash
--- partitions. load.sh, the views and the questions are those of a single server. The number of shards is fixed by the first run.
+-- Each shard has schema.sql and shard.sql. A machine's rows are on the shard that the hash of its name gives, by PostgreSQL's own
+-- hash partitions. load.sh, the views and the questions are those of a single server. The number of shards is fixed by the first
+-- run.
 \set ON_ERROR_STOP on
 SET client_min_messages = warning;
 BEGIN;
@@ -43,7 +44,8 @@ BEGIN
         EXECUTE format('CREATE SERVER %I FOREIGN DATA WRAPPER postgres_fdw OPTIONS (%s, fetch_size ''10000'', batch_size ''1000'', '
             'async_capable ''true'')', shard, options);
         EXECUTE format('CREATE USER MAPPING FOR CURRENT_USER SERVER %I', shard);
-        EXECUTE format('CREATE USER MAPPING FOR fleet_reader SERVER %I OPTIONS (user ''fleet_reader'', password_required ''false'')', shard);
+        EXECUTE format('CREATE USER MAPPING FOR fleet_reader SERVER %I '
+            'OPTIONS (user ''fleet_reader'', password_required ''false'')', shard);
         EXECUTE format('CREATE SCHEMA %I', shard);
         EXECUTE format('IMPORT FOREIGN SCHEMA fleet FROM SERVER %I INTO %I', shard, shard);
         FOR view IN SELECT c.relname FROM pg_class c JOIN pg_attribute a ON a.attrelid = c.oid AND a.attname = 'machine'
@@ -77,8 +79,8 @@ EXCEPTION WHEN OTHERS THEN
     RETURN '';
 END $$;
 
--- Sends the arrivals to their shards and has each load its own. A transaction that ends between the commits of two shards leaves one
--- of them ahead; the same file again makes them equal.
+-- Sends the arrivals to their shards and has each load its own. A transaction that ends between the commits of two shards leaves
+-- one of them ahead; the same file again makes them equal.
 CREATE FUNCTION fleet.load(OUT lines bigint, OUT bad bigint, OUT documents bigint, OUT failures bigint, OUT changes bigint)
 LANGUAGE plpgsql SECURITY DEFINER SET search_path = fleet, pg_temp AS $$
 BEGIN

@@ -1,5 +1,5 @@
--- On each server that holds a part of the machines, after schema.sql: what the coordinator reaches through postgres_fdw. It comes as the
--- owner of the database to load, and as fleet_reader to read, who must be able to log in here.
+-- On each server that holds a part of the machines, after schema.sql: what the coordinator reaches through postgres_fdw. It comes
+-- as the owner of the database to load, and as fleet_reader to read, who must be able to log in here.
 \set ON_ERROR_STOP on
 SET client_min_messages = warning;
 -- A query is the only call that passes through postgres_fdw. Reading this view loads what has arrived.

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# A PostgreSQL server of one's own in a folder, to try things: it listens on a socket in that folder alone, and trusts whoever gets there.
+# A PostgreSQL server of one's own in a folder, to try things: it listens on a socket in that folder alone, and trusts whoever gets
+# there.
 #   cluster.sh start FOLDER [ARGUMENT OF postgres...]     cluster.sh stop FOLDER     then: export PGHOST=FOLDER PGUSER=postgres
 # Root cannot run a server: as root it is run by the user postgres of Debian's package.
 set -euo pipefail

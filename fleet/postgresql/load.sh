@@ -2,8 +2,8 @@
 # Loads files of NDJSON envelopes into a database that has schema.sql.
 #   load.sh FILE...     "-" is standard input. The database is psql's: PGHOST, PGDATABASE, PGUSER, a service or a URI in PGDATABASE.
 # Each file is one transaction: it is in as a whole or not at all, and loading it again changes nothing. Lines that are no envelopes
-# are kept in the view bad_lines with their file, number and reason. Prints the counts of each file as key=value; the exit status is 1
-# if one could not be loaded.
+# are kept in the view bad_lines with their file, number and reason. Prints the counts of each file as key=value; the exit status is
+# 1 if one could not be loaded.
 set -uo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 [[ $# -gt 0 ]] || { sed -n '2,6s/^# *//p' "${BASH_SOURCE[0]}" >&2; exit 64; }

@@ -1,7 +1,8 @@
 -- The inventory of a fleet in PostgreSQL 15 or later. As the owner of the database, to be repeated at will (it upgrades, too):
 --   psql -X -d DATABASE -f schema.sql
 -- Lines of NDJSON come into fleet.arrivals; fleet.load() takes them from there. People read the views of the schema fleet, whose
--- tables are in fleet_store. Each table of inventories has the machine first in its key, so that machines can be spread over servers.
+-- tables are in fleet_store. Each table of inventories has the machine first in its key, so that machines can be spread over
+-- servers.
 \set ON_ERROR_STOP on
 SET client_min_messages = warning;
 BEGIN;
@@ -135,7 +136,8 @@ BEGIN
 END $$;
 
 -- What people call a record: its name, then its serial number or address in brackets.
-CREATE OR REPLACE FUNCTION label_of(record jsonb, rules fleet_store.record_rules, index integer) RETURNS text LANGUAGE plpgsql STABLE AS $$
+CREATE OR REPLACE FUNCTION label_of(record jsonb, rules fleet_store.record_rules, index integer) RETURNS text
+LANGUAGE plpgsql STABLE AS $$
 DECLARE
     keys text[] := ARRAY[rules.shown, rules.place, rules.other_place, rules.unique_key];
     name text;
@@ -157,7 +159,8 @@ END $$;
 
 -- For each record of the first list, the place of the one that it is in the second; null if it is gone. A pair is of equal unique
 -- values, else of an equal place, else of two records without any of them. Of several that would do, the first is taken.
-CREATE OR REPLACE FUNCTION pairs(before jsonb, after jsonb, rules fleet_store.record_rules) RETURNS integer[] LANGUAGE plpgsql STABLE AS $$
+CREATE OR REPLACE FUNCTION pairs(before jsonb, after jsonb, rules fleet_store.record_rules) RETURNS integer[]
+LANGUAGE plpgsql STABLE AS $$
 DECLARE
     keys text[] := ARRAY[rules.unique_key, rules.place, rules.other_place];
     old_count integer := jsonb_array_length(before);
@@ -218,7 +221,9 @@ DECLARE
     found integer[];
 BEGIN
     SELECT * INTO rules FROM fleet_store.record_rules r WHERE r.list = compare.list;
-    FOR name IN SELECT k COLLATE "C" FROM (SELECT jsonb_object_keys(before) AS k UNION SELECT jsonb_object_keys(after)) keys ORDER BY 1 LOOP
+    FOR name IN
+        SELECT k COLLATE "C" FROM (SELECT jsonb_object_keys(before) AS k UNION SELECT jsonb_object_keys(after)) keys ORDER BY 1
+    LOOP
         old_value := before -> name;
         new_value := after -> name;
         CONTINUE WHEN name = rules.ignored OR old_value IS NOT DISTINCT FROM new_value;
@@ -260,7 +265,8 @@ CREATE OR REPLACE FUNCTION time_of(envelope jsonb) RETURNS timestamptz LANGUAGE 
 $$;
 
 -- A line as JSON, else what is wrong with it.
-CREATE OR REPLACE FUNCTION read_line(line text, OUT envelope jsonb, OUT collected timestamptz, OUT fault text) LANGUAGE plpgsql STABLE AS $$
+CREATE OR REPLACE FUNCTION read_line(line text, OUT envelope jsonb, OUT collected timestamptz, OUT fault text)
+LANGUAGE plpgsql STABLE AS $$
 BEGIN
     envelope := line;
     collected := fleet_store.time_of(envelope);
@@ -274,9 +280,10 @@ $$;
 
 -- Takes the arrivals that are there. One such call runs at a time; lines may arrive meanwhile. At an isolation level above read
 -- committed a call that had to wait for another fails to serialise, and is to be repeated.
--- lines: that were read; bad: of these, kept in bad_lines; documents: new, or different from the one before; failures: of collections;
--- changes: rows of the history.
-CREATE OR REPLACE FUNCTION fleet.load(OUT lines bigint, OUT bad bigint, OUT documents bigint, OUT failures bigint, OUT changes bigint)
+-- lines: that were read; bad: of these, kept in bad_lines; documents: new, or different from the one before; failures: of
+-- collections; changes: rows of the history.
+CREATE OR REPLACE FUNCTION fleet.load(
+    OUT lines bigint, OUT bad bigint, OUT documents bigint, OUT failures bigint, OUT changes bigint)
 LANGUAGE plpgsql SECURITY DEFINER SET search_path = fleet_store, pg_temp SET work_mem = '64MB'
 SET jit = off AS $$
 DECLARE
@@ -294,15 +301,16 @@ BEGIN
     LOOP
         SELECT max(c.id) INTO high FROM (SELECT a.id FROM fleet.arrivals a WHERE a.id > low ORDER BY a.id LIMIT chunk) c;
         EXIT WHEN high IS NULL;
-        -- Reading each line with an exception handler of its own costs twice as much: that waits until a chunk has a line that needs it.
+        -- Reading each line with an exception handler of its own costs twice as much: that waits until a chunk has a line that
+        -- needs it.
         FOR round IN 1 .. 2 LOOP
             careful := round = 2;
             BEGIN
                 WITH taken AS (
                     DELETE FROM fleet.arrivals a WHERE a.id > low AND a.id <= high RETURNING *
                 ), read AS MATERIALIZED (
-                    SELECT t.id, t.file, t.number, t.arrived, t.line, r.collected, r.envelope ->> 'machine' AS machine, r.envelope ->> 'kind' AS kind,
-                        r.envelope -> 'document' AS document, r.envelope -> 'error' AS error,
+                    SELECT t.id, t.file, t.number, t.arrived, t.line, r.collected, r.envelope ->> 'machine' AS machine,
+                        r.envelope ->> 'kind' AS kind, r.envelope -> 'document' AS document, r.envelope -> 'error' AS error,
                         number_of(r.envelope -> 'durationMs') AS duration_ms, r.envelope ->> 'version' AS version,
                         rules.list, rules.ignored, rules.looked_up,
                         coalesce(t.fault, r.fault, CASE
@@ -310,9 +318,10 @@ BEGIN
                             WHEN r.collected IS NULL THEN 'no time of collection'
                             WHEN r.collected > now() + interval '1 day' THEN 'collected in the future'
                             WHEN jsonb_typeof(r.envelope -> 'machine') IS DISTINCT FROM 'string' THEN 'no machine'
-                            WHEN length(r.envelope ->> 'machine') NOT BETWEEN 1 AND 255 THEN 'the name of the machine is empty or too long'
-                            WHEN jsonb_typeof(r.envelope -> 'document') = 'null' THEN
-                                CASE WHEN number_of(r.envelope -> 'error' -> 'status') IS NULL THEN 'neither a document nor an error' END
+                            WHEN length(r.envelope ->> 'machine') NOT BETWEEN 1 AND 255
+                                THEN 'the name of the machine is empty or too long'
+                            WHEN jsonb_typeof(r.envelope -> 'document') = 'null' THEN CASE
+                                WHEN number_of(r.envelope -> 'error' -> 'status') IS NULL THEN 'neither a document nor an error' END
                             WHEN jsonb_typeof(r.envelope -> 'document' -> rules.list) IS DISTINCT FROM
                                 CASE rules.list WHEN 'system' THEN 'object' ELSE 'array' END THEN 'no document of its kind'
                             END) AS fault
@@ -327,23 +336,25 @@ BEGIN
                     SELECT r.file, r.number, md5(r.line), r.arrived, r.fault, r.line FROM read r WHERE r.fault IS NOT NULL
                     ON CONFLICT DO NOTHING
                 ), news AS MATERIALIZED (
-                    SELECT r.*, jsonb_typeof(r.document) = 'object' AS succeeded, a.attempted AS known_attempt, a.collected AS known_collected
+                    SELECT r.*, jsonb_typeof(r.document) = 'object' AS succeeded, a.collected AS known_collected
                     FROM read r
                     -- LIMIT has each row looked up by the key, whatever the planner takes the size of the tables for.
                     LEFT JOIN LATERAL (SELECT * FROM attempts a WHERE a.machine = r.machine AND a.kind = r.kind LIMIT 1) a ON true
                     WHERE r.fault IS NULL
                 ), newest_attempt AS (
-                    SELECT DISTINCT ON (n.machine, n.kind) n.machine, n.kind, n.collected, n.succeeded, n.error, n.duration_ms, n.version,
-                        min(n.collected) OVER one AS earliest, max(n.collected) FILTER (WHERE n.succeeded) OVER one AS newest_document
+                    SELECT DISTINCT ON (n.machine, n.kind) n.machine, n.kind, n.collected, n.succeeded, n.error, n.duration_ms,
+                        n.version, min(n.collected) OVER one AS earliest,
+                        max(n.collected) FILTER (WHERE n.succeeded) OVER one AS newest_document
                     FROM news n
                     WINDOW one AS (PARTITION BY n.machine, n.kind)
                     ORDER BY n.machine, n.kind, n.collected DESC, n.id
                 ), attempted AS (
-                    INSERT INTO attempts AS a (machine, kind, first_seen, attempted, collected, status, error_name, error_text, duration_ms, version)
+                    INSERT INTO attempts AS a (
+                        machine, kind, first_seen, attempted, collected, status, error_name, error_text, duration_ms, version)
                     SELECT n.machine, n.kind, n.earliest, n.collected, n.newest_document,
                         CASE WHEN n.succeeded THEN 0 ELSE number_of(n.error -> 'status') END,
-                        CASE WHEN NOT n.succeeded THEN n.error ->> 'name' END, CASE WHEN NOT n.succeeded THEN n.error ->> 'text' END,
-                        n.duration_ms, n.version
+                        CASE WHEN NOT n.succeeded THEN n.error ->> 'name' END,
+                        CASE WHEN NOT n.succeeded THEN n.error ->> 'text' END, n.duration_ms, n.version
                     FROM newest_attempt n
                     ON CONFLICT (machine, kind) DO UPDATE SET
                         first_seen = least(a.first_seen, excluded.first_seen),
@@ -358,7 +369,8 @@ BEGIN
                         OR excluded.collected > coalesce(a.collected, '-infinity')
                 ), steps AS MATERIALIZED (
                     -- The documents that are newer than all that came before them, each with the one before it.
-                    SELECT n.*, coalesce(lag(n.document) OVER arrival, d.document) AS previous, lead(n.id) OVER arrival IS NULL AS is_last
+                    SELECT n.*, coalesce(lag(n.document) OVER arrival, d.document) AS previous,
+                        lead(n.id) OVER arrival IS NULL AS is_last
                     FROM (SELECT f.*, max(f.collected) OVER (PARTITION BY f.machine, f.kind ORDER BY f.id
                             ROWS BETWEEN UNBOUNDED PRECEDING AND 1 PRECEDING) AS newest_before
                         FROM news f WHERE f.succeeded) n
@@ -396,11 +408,13 @@ BEGIN
                 ), reidentified AS (
                     SELECT s.machine, s.kind, s.list, s.looked_up, s.document FROM steps s
                     WHERE s.is_last AND s.looked_up IS NOT NULL
-                        AND (s.previous IS NULL OR EXISTS (SELECT FROM moved m WHERE m.machine = s.machine AND m.kind = s.kind AND m.has_changes))
+                        AND (s.previous IS NULL
+                            OR EXISTS (SELECT FROM moved m WHERE m.machine = s.machine AND m.kind = s.kind AND m.has_changes))
                 ), found AS MATERIALIZED (
                     -- What comparable() gives, of all at once.
                     SELECT DISTINCT i.machine, i.kind, i.value, i.looked_up AS key
-                    FROM (SELECT r.machine, r.kind, r.looked_up, upper(btrim(record ->> r.looked_up, E' \t\r\n\v\f') COLLATE "C") AS value
+                    FROM (SELECT r.machine, r.kind, r.looked_up,
+                            upper(btrim(record ->> r.looked_up, E' \t\r\n\v\f') COLLATE "C") AS value
                         FROM reidentified r
                         CROSS JOIN LATERAL jsonb_array_elements(CASE jsonb_typeof(r.document -> r.list)
                             WHEN 'array' THEN r.document -> r.list ELSE jsonb_build_array(r.document -> r.list) END) AS record
@@ -414,7 +428,8 @@ BEGIN
                     WHERE i.machine = r.machine AND i.kind = r.kind
                         AND (i.machine, i.kind, i.value) NOT IN (SELECT f.machine, f.kind, f.value FROM found f)
                 ), identified AS (
-                    INSERT INTO identifiers (machine, kind, value, key) SELECT f.machine, f.kind, f.value, f.key FROM found f ON CONFLICT DO NOTHING
+                    INSERT INTO identifiers (machine, kind, value, key)
+                    SELECT f.machine, f.kind, f.value, f.key FROM found f ON CONFLICT DO NOTHING
                 )
                 SELECT (SELECT count(*) FROM read) AS lines, (SELECT count(*) FROM read r WHERE r.fault IS NOT NULL) AS bad,
                     (SELECT count(*) FROM moved) AS documents, (SELECT count(*) FROM news n WHERE NOT n.succeeded) AS failures,

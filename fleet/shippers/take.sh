@@ -8,8 +8,8 @@ here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 cd "$1" && mkdir -p loaded || exit 1
 exec 9> .taking && flock -n 9 || exit 0 # the run before is still at it
 
-# A file that was written to in the last minute may still grow. What a machine sends again meanwhile must not be put away unread: so the
-# file is moved before it is loaded.
+# A file that was written to in the last minute may still grow. What a machine sends again meanwhile must not be put away unread: so
+# the file is moved before it is loaded.
 status=0
 for file in *.ndjson; do
     [[ $(($(date +%s) - $(stat -c %Y "$file"))) -lt 60 ]] || mv -n "$file" "$file.$(date +%s%N).taken"

@@ -40,7 +40,9 @@ class Rules:
     """How two documents of a kind are compared: rules.sql, from the database."""
 
     def __init__(self, database):
-        rows = database.execute("SELECT list, kind, unique_key, place, other_place, shown, ignored, looked_up FROM record_rules")
+        rows = database.execute(
+            "SELECT list, kind, unique_key, place, other_place, shown, ignored, looked_up FROM record_rules"
+        )
         names = ("list", "kind", "unique", "place", "other", "shown", "ignored", "looked_up")
         self.lists = {row[0]: dict(zip(names, row)) for row in rows}
         self.kinds = {rules["kind"]: rules for rules in self.lists.values() if rules["kind"]}
@@ -59,8 +61,13 @@ class Rules:
         return None if not value or self.is_placeholder(key, value) else value
 
     def label(self, record, rules, number):
-        texts = [record.get(rules[key]) if isinstance(record, dict) else None for key in ("shown", "place", "other", "unique")]
-        texts = [re.sub("[\x01-\x1f\x7f-\x9f]", "?", text.strip(SPACE)) if isinstance(text, str) else "" for text in texts]
+        texts = [
+            record.get(rules[key]) if isinstance(record, dict) else None
+            for key in ("shown", "place", "other", "unique")
+        ]
+        texts = [
+            re.sub("[\x01-\x1f\x7f-\x9f]", "?", text.strip(SPACE)) if isinstance(text, str) else "" for text in texts
+        ]
         name = next((at for at, text in enumerate(texts) if text), None)
         if name is None:
             return f"no. {number}"
@@ -169,7 +176,9 @@ def envelope_of(line, rules, tomorrow):
         status = error.get("status") if isinstance(error, dict) else None
         if not isinstance(status, (int, float)) or isinstance(status, bool):
             raise BadLine("neither a document nor an error")
-    elif not isinstance(document, dict) or not isinstance(document.get(kind["list"]), dict if kind["list"] == "system" else list):
+    elif not isinstance(document, dict) or not isinstance(
+        document.get(kind["list"]), dict if kind["list"] == "system" else list
+    ):
         raise BadLine("no document of its kind")
     return envelope, collected, kind
 
@@ -192,7 +201,13 @@ class Loader:
                 envelope, collected, kind = envelope_of(line, self.rules, self.tomorrow)
             except BadLine as reason:
                 counts["bad"] += 1
-                values = (name, number, hashlib.md5(line).hexdigest(), str(reason), line.decode(errors="backslashreplace"))
+                values = (
+                    name,
+                    number,
+                    hashlib.md5(line).hexdigest(),
+                    str(reason),
+                    line.decode(errors="backslashreplace"),
+                )
                 self.run("INSERT OR IGNORE INTO bad_lines VALUES (?, ?, ?, datetime('now') || '+00', ?, ?)", values)
                 continue
             self.take(envelope, collected, kind, counts)
@@ -204,10 +219,11 @@ class Loader:
         known = self.run("SELECT collected FROM attempts WHERE machine = ? AND kind = ?", key).fetchone()
         failed = document is None
         counts["failures"] += failed
-        text = {name: value if isinstance(value := (error or {}).get(name), str) else None for name in ("name", "text")} if failed else {}
-        duration, version = envelope.get("durationMs"), envelope.get("version")
-        newest = (collected, error["status"] if failed else 0, text.get("name"), text.get("text"),
-                  duration if type(duration) in (int, float) else None, version if isinstance(version, str) else None)  # fmt: skip
+        status, name, text = (error.get(each) for each in ("status", "name", "text")) if failed else (0, None, None)
+        texts = [value if isinstance(value, str) else None for value in (name, text, envelope.get("version"))]
+        duration = envelope.get("durationMs")
+        duration = duration if type(duration) in (int, float) else None
+        newest = (collected, status, *texts[:2], duration, texts[2])
         self.run(
             """INSERT INTO attempts VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?) ON CONFLICT DO UPDATE SET
                 first_seen = min(first_seen, excluded.first_seen),
@@ -232,7 +248,9 @@ class Loader:
                 return
             changes = list(self.rules.compare(before, document))
         counts["documents"] += 1
-        self.run("INSERT INTO documents VALUES (?, ?, ?) ON CONFLICT DO UPDATE SET document = excluded.document", (*key, new))
+        self.run(
+            "INSERT INTO documents VALUES (?, ?, ?) ON CONFLICT DO UPDATE SET document = excluded.document", (*key, new)
+        )
         for ordinal, (change, record, name, old, value) in enumerate(changes, 1):
             values = (*key, collected, ordinal, change, record, name, text_of(old), text_of(value))
             self.run("INSERT INTO changes VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)", values)

@@ -1,6 +1,6 @@
--- The inventory of a fleet in SQLite 3.38 or later, for a desk or a test: the views of the server's database, and the tables behind them.
--- load.py applies it. Times are texts in UTC, as PostgreSQL prints them: 2026-11-22 10:30:00+00. Whole numbers above 2^63 - 1, which
--- SQLite has not got, are texts of their digits.
+-- The inventory of a fleet in SQLite 3.38 or later, for a desk or a test: the views of the server's database, and the tables behind
+-- them. load.py applies it. Times are texts in UTC, as PostgreSQL prints them: 2026-11-22 10:30:00+00. Whole numbers above 2^63 -
+-- 1, which SQLite has not got, are texts of their digits.
 CREATE TABLE IF NOT EXISTS record_rules (
     list TEXT PRIMARY KEY, kind TEXT, unique_key TEXT, place TEXT, other_place TEXT, shown TEXT, ignored TEXT, looked_up TEXT);
 CREATE TABLE IF NOT EXISTS placeholders (text TEXT PRIMARY KEY);
@@ -23,7 +23,8 @@ DROP VIEW IF EXISTS cpus;
 CREATE VIEW cpus AS
 SELECT d.machine, r.key + 1 AS ordinal, r.value ->> '$.name' AS name, r.value ->> '$.manufacturer' AS manufacturer,
     r.value ->> '$.model' AS model, r.value ->> '$.status' AS status, r.value ->> '$.maxClockSpeed' AS max_clock_speed,
-    r.value ->> '$.cores' AS cores, r.value ->> '$.socketDesignation' AS socket_designation, r.value ->> '$.processorID' AS processor_id
+    r.value ->> '$.cores' AS cores, r.value ->> '$.socketDesignation' AS socket_designation,
+    r.value ->> '$.processorID' AS processor_id
 FROM documents d, json_each(d.document, '$.cpus') r
 WHERE d.kind = 'cpus' AND r.type = 'object';
 
@@ -31,7 +32,8 @@ DROP VIEW IF EXISTS gpus;
 CREATE VIEW gpus AS
 SELECT d.machine, r.key + 1 AS ordinal, r.value ->> '$.name' AS name, r.value ->> '$.manufacturer' AS manufacturer,
     r.value ->> '$.model' AS model, r.value ->> '$.status' AS status, r.value ->> '$.deviceID' AS device_id,
-    r.value ->> '$.pciAddress' AS pci_address, r.value ->> '$.serialNumber' AS serial_number, r.value ->> '$.temperature' AS temperature
+    r.value ->> '$.pciAddress' AS pci_address, r.value ->> '$.serialNumber' AS serial_number,
+    r.value ->> '$.temperature' AS temperature
 FROM documents d, json_each(d.document, '$.gpus') r
 WHERE d.kind = 'gpus' AND r.type = 'object';
 
@@ -73,7 +75,8 @@ WHERE d.kind = 'disks' AND p.type = 'object';
 DROP VIEW IF EXISTS network_adapters;
 CREATE VIEW network_adapters AS
 SELECT d.machine, r.key + 1 AS ordinal, r.value ->> '$.name' AS name, r.value ->> '$.manufacturer' AS manufacturer,
-    r.value ->> '$.model' AS model, r.value ->> '$.status' AS status, r.value ->> '$.deviceID' AS device_id, r.value ->> '$.type' AS type,
+    r.value ->> '$.model' AS model, r.value ->> '$.status' AS status, r.value ->> '$.deviceID' AS device_id,
+    r.value ->> '$.type' AS type,
     r.value ->> '$.macAddress' AS mac_address, r.value -> '$.ipAddresses' AS ip_addresses
 FROM documents d, json_each(d.document, '$.networkAdapters') r
 WHERE d.kind = 'network-adapters' AND r.type = 'object';

@@ -15,8 +15,13 @@ data = lambda name: json.loads((HERE / name).read_bytes())
 
 
 def psql(*statements):
-    commands = [argument for each in ("SET search_path = fleet; SET timezone = 'UTC'", *statements) for argument in ("-c", each)]
-    return subprocess.run(["psql", "-X", "-q", "-A", "-t", "-v", "ON_ERROR_STOP=1", "-F", "\x1f", "-R", "\x1e", *commands], capture_output=True)
+    commands = [
+        argument for each in ("SET search_path = fleet; SET timezone = 'UTC'", *statements) for argument in ("-c", each)
+    ]
+    return subprocess.run(
+        ["psql", "-X", "-q", "-A", "-t", "-v", "ON_ERROR_STOP=1", "-F", "\x1f", "-R", "\x1e", *commands],
+        capture_output=True,
+    )
 
 
 def rows(engine, statement):
@@ -49,13 +54,21 @@ def history(*engines):
         for case in data("history.json"):
             got = rows(engine, "SELECT change, record, key, before, after FROM changes WHERE machine = "
                        f"'{case['name']}' ORDER BY collected, ordinal")  # fmt: skip
-            same(f"{engine}, {case['name']}", case["changes"], [[*row[:3], *(json.loads(cell or "null") for cell in row[3:])] for row in got])
+            same(
+                f"{engine}, {case['name']}",
+                case["changes"],
+                [[*row[:3], *(json.loads(cell or "null") for cell in row[3:])] for row in got],
+            )
 
 
 def write_lines(path):
     lines = data("lines.json")
-    texts = [each if isinstance(each, str) else line(**each) for each, _ in lines["bad"]] + [line(**each) for each in lines["good"]]
-    pathlib.Path(path).write_bytes("\n".join(text.replace("LONG", "x" * 5000) for text in texts).encode(errors="surrogateescape"))
+    texts = [each if isinstance(each, str) else line(**each) for each, _ in lines["bad"]] + [
+        line(**each) for each in lines["good"]
+    ]
+    pathlib.Path(path).write_bytes(
+        "\n".join(text.replace("LONG", "x" * 5000) for text in texts).encode(errors="surrogateescape")
+    )
 
 
 def lines(*engines):
@@ -66,7 +79,10 @@ def lines(*engines):
         for number, (text, reason) in enumerate(expected["bad"], 1):
             assert re.search(reason, got[number]) and got[number], f"{engine}, {text}: {got[number]}"
         table = "fleet_store.documents" if engine == "postgresql" else "documents"
-        kept = {machine: json.loads(document) for machine, document in rows(engine, f"SELECT machine, document FROM {table}")}
+        kept = {
+            machine: json.loads(document)
+            for machine, document in rows(engine, f"SELECT machine, document FROM {table}")
+        }
         good = {each["machine"]: each["document"] for each in expected["good"] if each["document"]}
         same(engine, json.loads(json.dumps(good).replace("LONG", "x" * 5000)), kept)
         for statement, answer in expected["shows"]:
@@ -81,9 +97,15 @@ def roles():
 
 
 # The recount: what the questions ask, from the files alone.
-KEYS = {"cpus": ("", "socketDesignation", "name"), "gpus": ("serialNumber", "pciAddress", "name"), "rams": ("serialNumber", "deviceLocator", "deviceLocator"),
-        "disks": ("serialNumber", "name", "model"), "networkAdapters": ("macAddress", "name", "name"), "motherBoards": ("serialNumber", "model", "model"),
-        "hotfixes": ("", "name", "name")}  # fmt: skip
+KEYS = {
+    "cpus": ("", "socketDesignation", "name"),
+    "gpus": ("serialNumber", "pciAddress", "name"),
+    "rams": ("serialNumber", "deviceLocator", "deviceLocator"),
+    "disks": ("serialNumber", "name", "model"),
+    "networkAdapters": ("macAddress", "name", "name"),
+    "motherBoards": ("serialNumber", "model", "model"),
+    "hotfixes": ("", "name", "name"),
+}
 IGNORED = {"availableSpace", "partitions", "temperature", "ipAddresses", "bootTime"}
 EMPTY = ("Default string", "00000000", None)
 
@@ -102,7 +124,11 @@ def differences(old, new):
     for key in sorted(new):
         if not isinstance(new[key], list):
             before, after = (dict(flat(each[key] if key == "system" else {key: each[key]})) for each in (old, new))
-            found += [("changed", "", name, before[name], after[name]) for name in sorted(after) if before[name] != after[name]]
+            found += [
+                ("changed", "", name, before[name], after[name])
+                for name in sorted(after)
+                if before[name] != after[name]
+            ]
             continue
         unique, place, shown = KEYS[key]
         named = lambda record: record.get(unique) if record.get(unique) not in EMPTY else None
@@ -116,7 +142,9 @@ def differences(old, new):
             other = dict(flat(other))
             found += [("changed", label(record), name, value, other[name]) for name, value in flat(record)
                       if value != other[name] and not (key == "rams" and name == "name")]  # fmt: skip
-        found += [("added", label(record), "", None, record) for identity, record in after.items() if identity not in before]
+        found += [
+            ("added", label(record), "", None, record) for identity, record in after.items() if identity not in before
+        ]
     return found
 
 
@@ -129,10 +157,15 @@ def recount(paths):
         seen[at[0]].append(time)
         if envelope["error"] is None:
             if at in newest:
-                changes += [(time, *at, number, *each) for number, each in enumerate(differences(newest[at][1], envelope["document"]), 1)]
+                changes += [
+                    (time, *at, number, *each)
+                    for number, each in enumerate(differences(newest[at][1], envelope["document"]), 1)
+                ]
             newest[at] = time, envelope["document"]
 
-    records = lambda key: [(machine, each) for (machine, _), (_, document) in newest.items() for each in document.get(key, [])]
+    records = lambda key: [
+        (machine, each) for (machine, _), (_, document) in newest.items() for each in document.get(key, [])
+    ]
     systems = {machine: document["system"] for (machine, kind), (_, document) in newest.items() if kind == "system"}
     text = lambda machine, *path: (lambda value: value if isinstance(value, str) else "")(
         functools.reduce(lambda value, key: value.get(key) or {}, path, systems.get(machine, {})))  # fmt: skip
@@ -142,7 +175,11 @@ def recount(paths):
             if record.get(unique) not in EMPTY:
                 identifiers[record[unique]].append((machine, key, unique))
     count = lambda values: collections.Counter(values).items()
-    failed = [(kind, error["status"], error["name"], (machine, kind) in newest) for (machine, kind), (_, error) in attempts.items() if error]
+    failed = [
+        (kind, error["status"], error["name"], (machine, kind) in newest)
+        for (machine, kind), (_, error) in attempts.items()
+        if error
+    ]
     fitted = collections.defaultdict(list)
     for machine, module in records("rams"):
         fitted[machine].append(module["capacity"])
@@ -150,7 +187,7 @@ def recount(paths):
     answers = {
         "who_has": [(machine, "disks", unique, "DISK-0000001-1") for machine, _, unique in identifiers["DISK-0000001-1"]],
         "shared_identifiers": [(value, each[0][2], len(each)) for value, each in identifiers.items() if len(each) > 1],
-        "lacks_hotfix": [(machine, text(machine, "machineName"), text(machine, "osInfo", "name"), text(machine, "osInfo", "releaseId"), time)
+        "lacks_hotfix": [(machine, *(text(machine, *path) for path in (["machineName"], ["osInfo", "name"], ["osInfo", "releaseId"])), time)
                          for (machine, kind), (time, _) in newest.items() if kind == "hotfixes" and machine not in with_hotfix],
         "hotfix_spread": count(each["name"] for _, each in records("hotfixes")),
         "changes_since": [(time, machine, kind, *each) for time, machine, kind, _, *each in changes if time >= "2026-11-03"],
@@ -162,14 +199,26 @@ def recount(paths):
                                 for machine, each in records("disks") if each["status"] != "ok"],
         "memory_below": [(machine, text(machine, "manufacturer"), text(machine, "model"), len(sizes), sum(sizes))
                          for machine, sizes in fitted.items() if sum(sizes) < 16 * 2**30],
-        "not_seen_since": [(machine, text(machine, "machineName"), min(times), max(times)) for machine, times in seen.items() if max(times) < "2026-11-03"],
-        "models": [(*model, number) for model, number in count((each["manufacturer"], each["model"], each["type"]) for each in systems.values())],
-        "failures_by_status": [(*sort, number, sum(each[3] for each in failed if each[:3] == sort)) for sort, number in count(each[:3] for each in failed)],
+        "not_seen_since": [(machine, text(machine, "machineName"), min(times), max(times))
+                           for machine, times in seen.items() if max(times) < "2026-11-03"],
+        "models": [(*model, number) for model, number in
+                   count((each["manufacturer"], each["model"], each["type"]) for each in systems.values())],
+        "failures_by_status": [(*sort, number, sum(each[3] for each in failed if each[:3] == sort))
+                               for sort, number in count(each[:3] for each in failed)],
     }  # fmt: skip
-    return answers, {"documents": len(newest), "machines": len(seen), "changes": len(changes), "attempts": len(attempts)}
+    return answers, {
+        "documents": len(newest),
+        "machines": len(seen),
+        "changes": len(changes),
+        "attempts": len(attempts),
+    }
 
 
-PARAMETERS = {"changes_since": "since=2026-11-03", "changes_by_sort": "since=2026-11-01", "not_seen_since": "since=2026-11-03T00:00:00Z"}
+PARAMETERS = {
+    "changes_since": "since=2026-11-03",
+    "changes_by_sort": "since=2026-11-01",
+    "not_seen_since": "since=2026-11-03T00:00:00Z",
+}
 
 
 def answers(sqlite, *paths):
@@ -184,7 +233,9 @@ def answers(sqlite, *paths):
         # The last two columns of the history are JSON.
         plain = 6 if question == "changes_since" else 99
         cell = lambda at, text: json.dumps(json.loads(text), sort_keys=True) if at >= plain and text else text
-        form = lambda at, value: "" if value is None else str(value) if at < plain else json.dumps(value, sort_keys=True)
+        form = (
+            lambda at, value: "" if value is None else str(value) if at < plain else json.dumps(value, sort_keys=True)
+        )
         got = sorted([cell(*each) for each in enumerate(row.split("\t"))] for row in result.split("\n")[1:-1])
         wanted = sorted([form(*each) for each in enumerate(row)] for row in rows_of)
         assert question in ("who_has", "shared_identifiers") or len(wanted) > 3, f"{question}: {len(wanted)} rows"
@@ -195,7 +246,10 @@ def answers(sqlite, *paths):
 def counts(engine, *paths):
     prefix = "fleet_store." if engine == "postgresql" else ""
     _, expected = recount(paths)
-    got = {table: int(rows(engine, f"SELECT count(*) FROM {'' if table == 'machines' else prefix}{table}")[0][0]) for table in expected}
+    got = {
+        table: int(rows(engine, f"SELECT count(*) FROM {'' if table == 'machines' else prefix}{table}")[0][0])
+        for table in expected
+    }
     same(engine, expected, got)
 
 
@@ -203,23 +257,42 @@ def rules(program):
     """rules.sql, and the history it gives, against the program's own rules and `hw-inventory diff`."""
     header = (ROOT / "cli/documents/Placeholders.h").read_text("utf-8")
     database = sqlite3.connect(":memory:")
-    tables = re.findall(r"CREATE TABLE IF NOT EXISTS (?:record_rules|placeholders|number_keys) .*?;", (ROOT / "fleet/sqlite/schema.sql").read_text(), re.S)
+    tables = re.findall(
+        r"CREATE TABLE IF NOT EXISTS (?:record_rules|placeholders|number_keys) .*?;",
+        (ROOT / "fleet/sqlite/schema.sql").read_text(),
+        re.S,
+    )
     database.executescript("".join(tables) + (ROOT / "fleet/rules.sql").read_text("utf-8"))
     column = lambda statement: {text for (text,) in database.execute(statement)}
-    same("placeholders", {text.upper() for text in re.findall(r'^    \{"([^"]+)", "', header, re.M)}, column("SELECT text FROM placeholders"))
-    same("keys of numbers", set(re.findall(r'"(\w+)"', re.search("kNumberKeys = .*", header)[0])), column("SELECT key FROM number_keys"))
+    same(
+        "placeholders",
+        {text.upper() for text in re.findall(r'^    \{"([^"]+)", "', header, re.M)},
+        column("SELECT text FROM placeholders"),
+    )
+    same(
+        "keys of numbers",
+        set(re.findall(r'"(\w+)"', re.search("kNumberKeys = .*", header)[0])),
+        column("SELECT key FROM number_keys"),
+    )
     if not pathlib.Path(program).exists():
         sys.exit(77)
     ours = {list_: {"unique": unique, "places": [each for each in places if each], "ignored": [ignored] if ignored else []}
-            for list_, unique, *places, ignored in database.execute("SELECT list, unique_key, place, other_place, ignored FROM record_rules")}  # fmt: skip
+            for list_, unique, *places, ignored in
+            database.execute("SELECT list, unique_key, place, other_place, ignored FROM record_rules")}  # fmt: skip
     same("rules of records", json.loads(subprocess.run([program, "diff", "--rules"], capture_output=True).stdout), ours)
     for case in data("history.json"):
         got = []
         for old, new in zip(case["days"], case["days"][1:]):
             for name, document in (("old.json", old), ("new.json", new)):
                 pathlib.Path(name).write_text(json.dumps(document))
-            found = json.loads(subprocess.run([program, "diff", "--format", "json", "old.json", "new.json"], capture_output=True).stdout)
-            got += [[each["change"], each["record"] or "", each["key"] or "", each["old"], each["new"]] for each in found]
+            found = json.loads(
+                subprocess.run(
+                    [program, "diff", "--format", "json", "old.json", "new.json"], capture_output=True
+                ).stdout
+            )
+            got += [
+                [each["change"], each["record"] or "", each["key"] or "", each["old"], each["new"]] for each in found
+            ]
         same(f"hw-inventory diff, {case['name']}", case["changes"], got)
 
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Loads fleets into PostgreSQL, in a folder of its own, and SQLite. Each line of the output is a case and ends in ok, FAILED or skipped.
+# Loads fleets into PostgreSQL, in a folder of its own, and SQLite. Each line of the output is a case: ok, FAILED or skipped.
 set -uo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/../../scripts/common.sh"
 here="$root/tests/fleet" fleet="$root/fleet"
@@ -21,6 +21,7 @@ done
 export PGHOST=$work/server PGUSER=postgres PGDATABASE=fleet
 # fresh DATABASE: makes it the one that is used
 fresh() { export PGDATABASE=$1; createdb "$1" && psql -X -q -f "$fleet/postgresql/schema.sql"; }
+ask() { psql -X -q -A -t -c "$@"; }
 load() { "$fleet/postgresql/load.sh" "$@"; }
 load_sqlite() { python3 "$fleet/sqlite/load.py" "$@"; }
 # All that a database holds, times of its own apart.
@@ -36,13 +37,14 @@ state() {
     done
 }
 same() { diff <(echo "$1") <(echo "$2"); }
+fails() { if "$@"; then return 1; fi; } # unlike "!", it ends a case
 days=("$work"/days/day-{1,2,3}.ndjson)
 
 fleet_of_2000() {
     "$fleet/simulate.sh" 2000 3 -o days
     "$fleet/simulate.sh" 50 2 -o days/again
     cmp <(head -c 9000 days/again/day-2.ndjson) <(head -c 9000 days/day-2.ndjson)
-    ! cmp -s <("$fleet/simulate.sh" 5 --seed 2) <("$fleet/simulate.sh" 5)
+    fails cmp -s <("$fleet/simulate.sh" 5 --seed 2) <("$fleet/simulate.sh" 5)
     fresh fleet
     load "${days[@]}"
     load_sqlite desk.db "${days[@]}"
@@ -142,8 +144,8 @@ lines() {
         load_sqlite lines.db lines.ndjson
     done
     check lines postgresql lines.db
-    ! load nowhere.ndjson
-    ! load_sqlite lines.db nowhere.ndjson
+    fails load nowhere.ndjson
+    fails load_sqlite lines.db nowhere.ndjson
 }
 
 roles() {
@@ -155,13 +157,13 @@ retention() {
     fresh retention
     load "${days[@]}"
     local query="SELECT count(*), count(*) FILTER (WHERE collected >= '2026-11-03') FROM fleet.changes"
-    IFS='|' read -r all newer <<< "$(psql -X -q -A -t -c "$query")"
-    same "$((all - newer))|0|0" "$(psql -X -q -A -t -c "SELECT * FROM fleet.forget('2026-11-03')")"
-    same "$newer|$newer" "$(psql -X -q -A -t -c "$query")"
+    IFS='|' read -r all newer <<< "$(ask "$query")"
+    same "$((all - newer))|0|0" "$(ask "SELECT * FROM fleet.forget('2026-11-03')")"
+    same "$newer|$newer" "$(ask "$query")"
     local unseen
-    unseen=$(psql -X -q -A -t -c "SELECT count(*) FROM fleet.machines WHERE last_seen < '2026-11-02'")
-    same "$unseen" "$(psql -X -q -A -t -c "SELECT machines FROM fleet.forget('-infinity', '2026-11-02')")"
-    same 0 "$(psql -X -q -A -t -c "SELECT count(*) FROM fleet.disks d WHERE NOT EXISTS (SELECT FROM fleet.machines m WHERE m.machine = d.machine)")"
+    unseen=$(ask "SELECT count(*) FROM fleet.machines WHERE last_seen < '2026-11-02'")
+    same "$unseen" "$(ask "SELECT machines FROM fleet.forget('-infinity', '2026-11-02')")"
+    same 0 "$(ask 'SELECT count(*) FROM fleet.disks d WHERE d.machine NOT IN (SELECT m.machine FROM fleet.machines m)')"
     cp desk.db retention.db
     same "forgotten: changes=$((all - newer))" "$(load_sqlite retention.db --forget-before 2026-11-03)"
 }
@@ -181,12 +183,12 @@ three_servers() {
     check answers - "${days[@]}"
     load "${days[@]}" | grep -c ' documents=0 .* changes=0$' | grep -x 3
     for shard in one two three; do
-        machines=$(PGHOST=$work/$shard psql -X -q -A -t -d fleet -c 'SELECT count(*) FROM fleet.machines')
+        machines=$(PGHOST=$work/$shard PGDATABASE=fleet ask 'SELECT count(*) FROM fleet.machines')
         [[ $machines -gt 500 ]]
     done
     echo '{"machine": "x"}' > bad.ndjson
     load bad.ndjson | grep -F 'lines=1 bad=1'
-    same 1 "$(psql -X -q -A -t -c 'SET ROLE fleet_reader' -c "SELECT number FROM fleet.bad_lines WHERE reason = 'no kind of document'")"
+    same 'no kind of document' "$(ask 'SET ROLE fleet_reader' -c 'SELECT reason FROM fleet.bad_lines')"
 }
 
 shippers() {
@@ -199,9 +201,9 @@ shippers() {
     head -4 "${days[0]}" > "$spool/old name.ndjson"
     head -2 "${days[1]}" > "$spool/growing.ndjson"
     touch -d '5 minutes ago' "$spool/old name.ndjson"
-    ! PGDATABASE=nowhere "$fleet/shippers/take.sh" "$spool"
+    PGDATABASE=nowhere fails "$fleet/shippers/take.sh" "$spool"
     "$fleet/shippers/take.sh" "$spool"
-    same 4 "$(psql -X -q -A -t -c 'SELECT count(*) FROM fleet.collections')"
+    same 4 "$(ask 'SELECT count(*) FROM fleet.collections')"
     same "growing.ndjson loaded" "$(ls "$spool" | xargs)"
 }
 
@@ -210,17 +212,18 @@ rules() { check rules "$root/build/native/bin/hw-inventory"; }
 # The program's own output: that of this machine under Wine, or what HW_INVENTORY_NDJSON names.
 program() {
     fresh program
-    local file=${HW_INVENTORY_NDJSON:-program.ndjson}
-    [[ -f $file ]] || "$root/toolchain/wine.sh" "$root/build/mingw/wine" "$root/build/mingw/bin/hw-inventory.exe" --format ndjson > "$file" || true
+    local file=${HW_INVENTORY_NDJSON:-program.ndjson} product=$root/build/mingw
+    [[ -f $file ]] || "$root/toolchain/wine.sh" "$product/wine" "$product/bin/hw-inventory.exe" --format ndjson > "$file" || true
     grep -q '^{"collected":' "$file" || return 77
     load "$file" | grep -E ' lines=8 bad=0 '
     load_sqlite program.db "$file" | grep -E ' lines=8 bad=0 '
-    same 8 "$(psql -X -q -A -t -c 'SELECT count(*) FROM fleet.collections')"
+    same 8 "$(ask 'SELECT count(*) FROM fleet.collections')"
 }
 
 # A case fails with the first command that fails, and is skipped with 77.
 declare -A outcome=([0]=ok [77]=skipped)
-for case in fleet_of_2000 answers twice newest_first killed two_at_once history lines roles retention three_servers shippers rules program; do
+for case in fleet_of_2000 answers twice newest_first killed two_at_once history lines roles retention three_servers shippers \
+    rules program; do
     (set -e; "$case") > log 2>&1
     result=${outcome[$?]:-FAILED}
     [[ $result != FAILED ]] || cat log >&2
