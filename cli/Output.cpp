@@ -2,11 +2,12 @@
 
 #include "cli/Paths.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <fstream>
+#include <system_error>
 
 #ifdef _WIN32
 #include <fcntl.h>
@@ -72,7 +73,7 @@ void writeOutput(std::string_view bytes)
             continue;
         const int error = errno;
         takeBack(written);
-        throw OutputError(std::string("cannot write the output: ") + std::strerror(error));
+        throw OutputError("cannot write the output: " + std::generic_category().message(error));
     }
 }
 

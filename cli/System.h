@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <string>
 
 namespace HardwareInventory
@@ -22,11 +23,15 @@ class Console
 {
 public:
     Console();
-    ~Console();
+    ~Console()
+    {
+        if (restore_)
+            restore_();
+    }
     Console(const Console&) = delete;
     Console& operator=(const Console&) = delete;
 
 private:
-    [[maybe_unused]] unsigned codePage_ = 0; // to be restored; 0 if there is nothing to restore
+    std::function<void()> restore_;
 };
 }

@@ -35,6 +35,4 @@ Console::Console()
     if (descriptor > STDERR_FILENO)
         close(descriptor);
 }
-
-Console::~Console() = default;
 }

@@ -46,13 +46,7 @@ Console::Console()
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
     if (!isConsole(STD_OUTPUT_HANDLE) && !isConsole(STD_ERROR_HANDLE))
         return;
-    codePage_ = GetConsoleOutputCP();
+    restore_ = [codePage = GetConsoleOutputCP()] { SetConsoleOutputCP(codePage); };
     SetConsoleOutputCP(CP_UTF8);
-}
-
-Console::~Console()
-{
-    if (codePage_)
-        SetConsoleOutputCP(codePage_);
 }
 }

@@ -32,7 +32,7 @@ bool namesCommand(std::span<const Command> commands, const std::string& argument
 
 std::string versions()
 {
-    std::string text = "hw-inventory " HW_INVENTORY_VERSION_STRING;
+    const std::string text = "hw-inventory " HW_INVENTORY_VERSION_STRING;
     const std::filesystem::path library = libraryBesideProgram();
     const auto [version, pciIdList] = versionsOf(library);
     if (library.empty())

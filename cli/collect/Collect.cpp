@@ -4,11 +4,14 @@
 #include "cli/Paths.h"
 #include "cli/System.h"
 #include "cli/collect/Collector.h"
+#include "cli/collect/DropPlaceholders.h"
 #include "cli/collect/LibraryFile.h"
 #include "cli/collect/Log.h"
-#include "cli/collect/Placeholders.h"
 #include "cli/collect/Progress.h"
 #include "cli/documents/Envelope.h"
+#include "cli/report/HtmlReport.h"
+#include "cli/report/Table.h"
+#include "cli/report/Terminal.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,23 +21,22 @@ namespace HardwareInventory
 {
 namespace
 {
-using hw_inventory::Level, hw_inventory::Status;
+using hw_inventory::Level;
 using nlohmann::json;
 
 struct Options
 {
     std::vector<std::string> kinds;
-    bool list = false;
     std::string format = "json";
-    bool pretty = false;
     std::string output;
     std::string pointer;
-    bool dropPlaceholders = false;
     std::string machine;
-    double timeout = 60;
     std::string library;
-    bool time = false;
     std::string log;
+    double timeout = 60;
+    bool list = false;
+    bool dropPlaceholders = false;
+    bool time = false;
     bool progress = false;
 };
 
@@ -45,11 +47,12 @@ struct Record
     std::string document;
 };
 
-// How a record is printed. A format without such a function is printed when all records are there.
+// How an inventory is printed: record by record, as soon as each is there, or all of it in the end.
 struct Format
 {
     const char* name;
-    std::string (*line)(const Record& record);
+    std::string (*record)(const Record& record);
+    std::string (*whole)(const std::vector<Envelope>& envelopes, bool toFile);
 };
 
 std::string asJson(const Record& record)
@@ -67,7 +70,21 @@ std::string asNdjson(const Record& record)
     return toJson(record.envelope).dump() + '\n';
 }
 
-constexpr auto kFormats = std::to_array<Format>({{"json", asJson}, {"pretty", asPretty}, {"ndjson", asNdjson}});
+std::string asTable(const std::vector<Envelope>& envelopes, bool toFile)
+{
+    return table(envelopes, {.colours = !toFile && coloursWanted(), .width = toFile ? 0 : terminalWidth()});
+}
+
+std::string asHtml(const std::vector<Envelope>& envelopes, bool)
+{
+    return htmlReport(envelopes);
+}
+
+constexpr auto kFormats = std::to_array<Format>({{"json", asJson, nullptr},
+                                                 {"pretty", asPretty, nullptr},
+                                                 {"ndjson", asNdjson, nullptr},
+                                                 {"table", nullptr, asTable},
+                                                 {"html", nullptr, asHtml}});
 
 std::string timestamp(std::chrono::system_clock::time_point time)
 {
@@ -233,11 +250,12 @@ int Collection::run()
 
     std::size_t failed = 0;
     bool absent = false;
+    std::vector<Envelope> envelopes;
     for (const DocumentKind* const kind : wanted)
     {
         const std::string name(kind->name);
         progress_.show("collecting " + name);
-        const Record made = record(*kind, source->collect(*kind));
+        Record made = record(*kind, source->collect(*kind));
         if (options_.time)
             complain(name + ": " + std::to_string(made.envelope.durationMs) + " ms");
         if (made.envelope.error)
@@ -245,14 +263,18 @@ int Collection::run()
             ++failed;
             complain(name + ": " + made.envelope.error->text);
         }
-        if (options_.pointer.empty())
-            write(format_.line(made));
+        if (options_.pointer.empty() && format_.record)
+            write(format_.record(made));
+        else if (options_.pointer.empty())
+            envelopes.push_back(std::move(made.envelope));
         else if (!made.envelope.error && !writeValue(made))
         {
             absent = true;
             complain(name + " has no " + options_.pointer);
         }
     }
+    if (!envelopes.empty())
+        write(format_.whole(envelopes, !options_.output.empty()));
     progress_.clear();
     // Where nothing was collected, what an earlier run left in the file stays.
     if (!file_.empty())
@@ -311,13 +333,14 @@ Command addCollect(CLI::App& program)
         ->check(checkKind);
     command->add_flag("--list", options->list, "Print the names of the kinds, and collect nothing");
 
-    std::vector<std::string> formats;
-    for (const Format& format : kFormats)
-        formats.emplace_back(format.name);
+    std::vector<std::string> formats(kFormats.size());
+    std::ranges::transform(kFormats, formats.begin(), &Format::name);
     CLI::Option* const format = command->add_option("--format", options->format,
                                                     "json      the documents, one a line, as the library has them (the default)\n"
                                                     "pretty    the documents, indented\n"
-                                                    "ndjson    one a line, failures too, with machine, time and version");
+                                                    "ndjson    one a line, failures too, with machine, time and version\n"
+                                                    "table     for a terminal\n"
+                                                    "html      a page for a browser");
     format->check(CLI::IsMember(formats))->option_text("FORMAT");
     command
         ->add_flag_callback(

@@ -8,6 +8,7 @@
 #include "cli/report/Values.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace HardwareInventory
 {
@@ -25,7 +26,7 @@ std::string plural(std::size_t count, const std::string& noun)
 
 unsigned percentOf(std::uint64_t part, std::uint64_t whole)
 {
-    return whole == 0 ? 0 : static_cast<unsigned>(100.0 * static_cast<double>(part) / static_cast<double>(whole) + 0.5);
+    return whole == 0 ? 0 : static_cast<unsigned>(std::lround(100.0 * static_cast<double>(part) / static_cast<double>(whole)));
 }
 
 bool hasRecords(const json& value)

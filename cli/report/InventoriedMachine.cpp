@@ -43,6 +43,29 @@ std::string joined(const std::string& manufacturer, const std::string& model)
                                                                    : manufacturer + " " + model;
 }
 
+// The digits that a text begins with, without zeros before them.
+std::string_view leadingNumber(std::string_view text)
+{
+    const std::string_view digits = text.substr(0, std::min(text.find_first_not_of("0123456789"), text.size()));
+    return digits.substr(std::min(digits.find_first_not_of('0'), digits.size()));
+}
+
+// "HOST-9" comes before "HOST-10".
+bool comesBefore(std::string_view left, std::string_view right)
+{
+    const auto isDigit = [](char letter) { return letter >= '0' && letter <= '9'; };
+    std::size_t same = 0;
+    while (same < std::min(left.size(), right.size()) && left[same] == right[same])
+        ++same;
+    std::size_t number = same; // where the number begins in which they differ
+    while (number > 0 && isDigit(left[number - 1]))
+        --number;
+    const std::string_view leftNumber = leadingNumber(left.substr(number)), rightNumber = leadingNumber(right.substr(number));
+    if (!leftNumber.empty() && !rightNumber.empty() && leftNumber != rightNumber)
+        return std::pair(leftNumber.size(), leftNumber) < std::pair(rightNumber.size(), rightNumber);
+    return left.substr(same) < right.substr(same);
+}
+
 std::string processorsOf(const InventoriedMachine& machine)
 {
     std::map<std::string, std::size_t> names;
@@ -83,7 +106,7 @@ std::vector<InventoriedMachine> machinesOf(std::span<const Envelope> envelopes)
         if (machine.name.empty())
             machine.name = machine.id.empty() ? "Machine " + std::to_string(number) : machine.id;
     }
-    std::ranges::stable_sort(machines, {}, [](const InventoriedMachine& machine) { return std::tie(machine.name, machine.id); });
+    std::ranges::stable_sort(machines, comesBefore, &InventoriedMachine::name);
     return machines;
 }
 

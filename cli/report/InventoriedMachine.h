@@ -19,8 +19,8 @@ struct InventoriedMachine
     std::array<const Envelope*, kDocumentKinds.size()> kinds = {}; // the newest of each kind; null if there is none
 };
 
-// Sorted by name. Of documents without an envelope, those of one machine are expected one after the other: a kind that recurs
-// begins the next machine.
+// Sorted by name, numbers within names by their value. Of documents without an envelope, those of one machine are expected one
+// after the other: a kind that recurs begins the next machine.
 std::vector<InventoriedMachine> machinesOf(std::span<const Envelope> envelopes);
 
 // Of a machine in a few words; empty or 0 if unknown.

@@ -32,7 +32,7 @@ public:
 
     // The names of elements and attributes are the program's own.
     Element element(std::string_view name, Attributes attributes = {});
-    void leaf(std::string_view name, std::string_view text, Attributes attributes = {});
+    void leaf(std::string_view name, std::string_view content, Attributes attributes = {});
     void voidElement(std::string_view name, Attributes attributes);
 
     void text(std::string_view text);

@@ -98,7 +98,7 @@ void Printer::document(const DocumentKind& kind, const json& document)
     else
         table(kind, records);
     for (const auto& [label, value] : besideRecords(document, kind))
-        line(label + ": " + value);
+        line(std::string(label).append(": ").append(value));
 }
 
 void Printer::table(const DocumentKind& kind, std::span<const json* const> records)

@@ -8,11 +8,20 @@
 
 namespace HardwareInventory
 {
+namespace
+{
+// Empty where it is not set.
+std::string_view variable(const char* name)
+{
+    const char* const value = std::getenv(name); // NOLINT(concurrency-mt-unsafe): nobody changes variables
+    return value ? value : "";
+}
+}
+
 bool coloursWanted()
 {
-    const char* const none = std::getenv("NO_COLOR");
-    const char* const terminal = std::getenv("TERM");
-    return isatty(STDOUT_FILENO) && !(none && *none) && terminal && std::string_view(terminal) != "dumb";
+    const std::string_view terminal = variable("TERM");
+    return isatty(STDOUT_FILENO) && variable("NO_COLOR").empty() && !terminal.empty() && terminal != "dumb";
 }
 
 unsigned terminalWidth()

@@ -2,16 +2,14 @@
 
 #include <windows.h>
 
-#include <cstdlib>
-
 namespace HardwareInventory
 {
 bool coloursWanted()
 {
-    const char* const none = std::getenv("NO_COLOR");
+    const bool noColours = GetEnvironmentVariableW(L"NO_COLOR", nullptr, 0) > 1; // with the terminating null
     const HANDLE console = GetStdHandle(STD_OUTPUT_HANDLE);
     DWORD mode = 0;
-    return !(none && *none) && GetConsoleMode(console, &mode) &&
+    return !noColours && GetConsoleMode(console, &mode) &&
            SetConsoleMode(console, mode | ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
 }
 

@@ -19,22 +19,27 @@ struct Arguments
     bool all = false, rules = false;
 };
 
-constexpr const char* kHelp =
-    "Shows what changed between two inventories of a machine, one line a change:\n"
-    "\n"
-    "  disks  SSD 970 EVO 500GB (DISK-1): status \"ok\" -> \"has issues\"\n"
-    "  ram  + DIMM B (RAM-2)                  only in NEW\n"
-    "  cpus  not comparable: failed in NEW: timed out\n"
-    "\n"
-    "OLD and NEW have documents or envelopes, of one machine or of many. Machines are matched by name; where both files have a single\n"
-    "one, these two are compared, whatever their names are. Of several envelopes of a machine and a kind the last one counts.\n"
-    "\n"
-    "Records are matched by their serial number or MAC address, else by slot, else by name. A placeholder such as \"Default string\"\n"
-    "matches nothing. What changes by itself is left out: the temperature of a video adapter, the available space of disks and\n"
-    "partitions, the boot time, IP addresses, and the numbering of memory modules.\n"
-    "\n"
-    "With --format json each change is an object on a line of its own within an array: \"change\" is changed, added, removed or\n"
-    "incomparable; \"oldAt\" and \"newAt\" are JSON pointers into the two documents, null where there is nothing.";
+constexpr const char* kHelp = "One line a change:\n"
+                              "\n"
+                              "  disks  SSD 970 EVO 500GB (DISK-1): status \"ok\" -> \"has issues\"\n"
+                              "  ram  + DIMM B (RAM-2)\n"
+                              "  cpus  not comparable: failed in NEW: timed out\n"
+                              "\n"
+                              "+ is a record that only NEW has, - one that only OLD has. OLD and NEW have documents or\n"
+                              "envelopes (--format ndjson), of one machine or of many. Machines are matched by name;\n"
+                              "where each file has a single one, these two are compared, whatever their names are. Of\n"
+                              "several envelopes of a machine and a kind the last one counts.\n"
+                              "\n"
+                              "Records are matched by serial number or MAC address, else by slot, else by name. A\n"
+                              "placeholder such as \"Default string\" matches nothing. What changes by itself is left out:\n"
+                              "the temperature of a video adapter, the available space of disks and partitions, the boot\n"
+                              "time, IP addresses, and the numbering of memory modules.\n"
+                              "\n"
+                              "With --format json the changes are an array, with one object a line. Its \"change\" is\n"
+                              "changed, added, removed or incomparable; \"oldAt\" and \"newAt\" are JSON pointers into the two\n"
+                              "documents, null where there is nothing.\n"
+                              "\n"
+                              "The exit status is 0 if the inventories are equal, and 1 if they are not.";
 
 bool areMany(const std::vector<Envelope>& envelopes)
 {
@@ -64,10 +69,13 @@ Command addDiff(CLI::App& program)
     CLI::App* const command = program.add_subcommand("diff", "Show what changed between two inventories");
     command->footer(kHelp);
     const auto arguments = std::make_shared<Arguments>();
-    auto* const rules = command->add_flag("--rules", arguments->rules, "Print the rules by which records are matched, as JSON");
-    command->add_option("OLD", arguments->oldFile, "The inventory before; - is standard input");
-    command->add_option("NEW", arguments->newFile, "The inventory after");
-    command->add_option("--format", arguments->format, "text (the default) or json")->check(CLI::IsMember({"text", "json"}));
+    auto* const rules =
+        command->add_flag("--rules", arguments->rules, "Print the rules by which records are matched, as JSON, and exit");
+    command->add_option("OLD", arguments->oldFile, "The inventory before; - is standard input")->type_name("");
+    command->add_option("NEW", arguments->newFile, "The inventory after")->type_name("");
+    command->add_option("--format", arguments->format, "text (the default) or json")
+        ->option_text("FORMAT")
+        ->check(CLI::IsMember({"text", "json"}));
     command->add_flag("--all", arguments->all, "Compare also what changes by itself");
     command->callback(
         [=]

@@ -28,7 +28,7 @@ bool comesAndGoes(const json& record, const Part& part)
     if (part.list == "disks")
         return comparable(record, "interfaceType") == "USB";
     const std::string address = part.list == "networkAdapters" ? comparable(record, "macAddress") : std::string();
-    return address.size() > 1 && std::string_view("2367ABEF").find(address[1]) != std::string_view::npos;
+    return address.size() > 1 && std::string_view("26AE").find(address[1]) != std::string_view::npos;
 }
 
 // Empty if the record has nothing to be recognised by.

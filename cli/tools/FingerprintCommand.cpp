@@ -17,28 +17,28 @@ struct Arguments
     std::string format = "text";
 };
 
-constexpr const char* kHelp =
-    "Prints what a machine can be recognised by: a SHA-256 hash for each part that has a serial number or address of its own. There is\n"
-    "never one hash over all, so an exchanged disk changes the disk's hash alone. One JSON object a machine, one a line.\n"
-    "\n"
-    "  strong  system, base-board               what a machine keeps as long as it is the same\n"
-    "  medium  disk, memory-module,             parts, which can move to another machine;\n"
-    "          network-adapter, video-adapter   without USB disks and addresses drawn by a driver\n"
-    "  weak    processor                        its model alone\n"
-    "\n"
-    "A machine's own \"strength\" is strong with a strong component and at least three that are strong or medium, medium with at least\n"
-    "two of these, else weak. A virtual machine is weak and says so: its clones have the same numbers. Without the document of the\n"
-    "system nobody knows, and the strength is at most medium.\n"
-    "\n"
-    "--match counts the components, weak ones left out, of which both inventories have some:\n"
-    "\n"
-    "  same machine      all of them match\n"
-    "  parts exchanged   two or more match: system or board among them, or at least half of all\n"
-    "  other machine     fewer match\n"
-    "  not comparable    there are none\n"
-    "\n"
-    "The strength in brackets is that of the evidence, by the same rule. A hash is no secret: who can guess a serial number can\n"
-    "confirm it. docs/fingerprint.md has the limits.";
+constexpr const char* kHelp = "Prints a SHA-256 hash for each part of a machine that has a serial number or address of its\n"
+                              "own, as one JSON object a machine. There is never one hash over all: an exchanged disk\n"
+                              "changes the disk's hash alone.\n"
+                              "\n"
+                              "  strong  system, base-board               what a machine keeps as long as it is the same\n"
+                              "  medium  disk, memory-module,             parts, which can move to another machine\n"
+                              "          network-adapter, video-adapter\n"
+                              "  weak    processor                        its model alone\n"
+                              "\n"
+                              "A machine is strong with a strong component and at least three that are strong or medium,\n"
+                              "medium with at least two of these, else weak. A virtual machine is weak and says so: its\n"
+                              "clones have the same numbers.\n"
+                              "\n"
+                              "--match counts the components, weak ones left out, of those parts that both have:\n"
+                              "\n"
+                              "  same machine      all match\n"
+                              "  parts exchanged   two or more match: system or board among them, or half of all\n"
+                              "  other machine     fewer match\n"
+                              "  not comparable    there are none\n"
+                              "\n"
+                              "The strength in brackets is that of the evidence, by the same rule. The exit status is 0\n"
+                              "for the same machine, and 1 for all else. docs/fingerprint.md has the limits.";
 
 Fingerprint fingerprintOf(const std::string& file)
 {
@@ -70,12 +70,14 @@ Command addFingerprint(CLI::App& program)
     CLI::App* const command = program.add_subcommand("fingerprint", "Show what a machine is recognised by, or whether two are one");
     command->footer(kHelp);
     const auto arguments = std::make_shared<Arguments>();
-    CLI::Option* const file = command->add_option("FILE", arguments->file, "An inventory; standard input if none is given");
+    CLI::Option* const file =
+        command->add_option("FILE", arguments->file, "An inventory; standard input if none is given")->type_name("");
     CLI::Option* const match = command->add_option("--match", arguments->two, "Say whether two inventories are of one machine")
                                    ->expected(2)
-                                   ->excludes(file)
-                                   ->type_name("A B");
+                                   ->option_text("A B")
+                                   ->excludes(file);
     command->add_option("--format", arguments->format, "With --match: text (the default) or json")
+        ->option_text("FORMAT")
         ->check(CLI::IsMember({"text", "json"}))
         ->needs(match);
     return {command, [=] { return arguments->two.empty() ? print(arguments->file) : matchTwo(*arguments); }};

@@ -19,20 +19,20 @@ struct Arguments
     std::string keyFile, output;
 };
 
-constexpr const char* kHelp =
-    "Puts a placeholder in the place of each value that identifies a machine, its user or its network: serial numbers, MAC and IP\n"
-    "addresses, the names of the machine, its owner, organization, domain and logon server. Equal values get equal placeholders. The\n"
-    "result still matches the schemas; documents and envelopes come out as they went in, one a line.\n"
-    "\n"
-    "Without a key the placeholders are random, and two runs have nothing in common. With --key a value has the same one in each run,\n"
-    "so that redacted inventories can be compared. Keep the key from whoever gets them: with it a guess can be confirmed.\n"
-    "\n"
-    "  head -c 32 /dev/urandom > fleet.key\n"
-    "  hw-inventory redact --key fleet.key monday.ndjson -o monday-redacted.ndjson\n"
-    "\n"
-    "Names and numbers are searched for in the names of network adapters and in the folders of Windows, too. Placeholders such as\n"
-    "\"Default string\" stay. The text of a failure is replaced as a whole. Models, sizes, dates and hotfixes stay; together they may\n"
-    "still be known to who knows the machine (docs/privacy.md).";
+constexpr const char* kHelp = "What identifies gets a placeholder: serial numbers, MAC and IP addresses, the names of the\n"
+                              "machine, its owner, organization, domain and logon server. Equal values get equal ones. The\n"
+                              "result still matches the schemas; documents and envelopes come out as they went in, one a\n"
+                              "line.\n"
+                              "\n"
+                              "Without --key the placeholders are random, and two runs have nothing in common. With it a\n"
+                              "value has the same one in each run, so that redacted inventories can be compared. Keep the\n"
+                              "key from whoever gets them: with it a guess can be confirmed.\n"
+                              "\n"
+                              "  head -c 32 /dev/urandom > fleet.key\n"
+                              "  hw-inventory redact --key fleet.key monday.ndjson -o monday-redacted.ndjson\n"
+                              "\n"
+                              "Values that stand for nothing, such as \"Default string\", stay. docs/privacy.md has what else\n"
+                              "stays, and what it may still give away.";
 
 std::string keyOf(const std::string& name)
 {
@@ -75,9 +75,10 @@ Command addRedact(CLI::App& program)
     CLI::App* const command = program.add_subcommand("redact", "Replace what identifies a machine, its user or its network");
     command->footer(kHelp);
     const auto arguments = std::make_shared<Arguments>();
-    command->add_option("FILE", arguments->files, "Inventories; standard input if none is given");
-    command->add_option("--key", arguments->keyFile, "A file of any bytes, for placeholders that stay the same");
-    command->add_option("-o,--output", arguments->output, "Write this file instead of standard output");
+    command->add_option("FILE", arguments->files, "Inventories; standard input if none is given")->option_text("...");
+    command->add_option("--key", arguments->keyFile, "A file of any bytes, for placeholders that stay the same")
+        ->option_text("FILE");
+    command->add_option("-o,--output", arguments->output, "Write to a file instead")->option_text("FILE");
     return {command, [=] { return redact(*arguments); }};
 }
 }

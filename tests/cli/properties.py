@@ -98,6 +98,13 @@ for before, after in zip(every, map(json.loads, redacted.splitlines()), strict=T
         expect(f"{at}: {old!r} became {new!r}", at == there and identifies == (old != new))
 
 examples = [VALIDATORS[key].schema["examples"][0] for key in KEYS]
+text = "\n".join(map(json.dumps, examples))
+whole, hidden = [
+    [each["name"] for each in json.loads(run("fingerprint", text=of))["components"]]
+    for of in (text, run("redact", text=text))
+]
+whole.remove("network-adapter")
+expect(f"redacting leaves the components {hidden}", hidden == whole)
 for at, found in changes(examples, "--all"):
     at = re.sub(r"(ipAddresses)/.*", r"\1", at)
     record = at.rpartition("/")[0]

@@ -7,6 +7,7 @@ Of a case in pages.json:
     browser   false: not opened; the page as its file is, as without scripts
     title     of the page, also after scripts of its own making
     links     of the overview, each to a section
+    open      how many machines are shown and open
     found     what is written beside the search box
     rows      the texts of the rows that are shown, their cells apart by "|"; one that begins with ~ is an expression
 The search box is there for a browser alone. No page has another element or attribute than those of the program, and none makes the
@@ -33,7 +34,7 @@ class Page(html.parser.HTMLParser):
 
     def __init__(self, text):
         super().__init__()
-        self.path, self.rows, self.texts, self.links, self.ids, self.strange = [], [], {}, [], set(), set()
+        self.path, self.rows, self.texts, self.links, self.ids, self.strange, self.open = [], [], {}, [], set(), set(), 0
         self.feed(text)
         self.close()
 
@@ -44,6 +45,7 @@ class Page(html.parser.HTMLParser):
         self.links += [names["href"]] if "href" in names else []
         shown = "hidden" not in names and all(shown for _, _, shown in self.path)
         within = {each for each, _, _ in self.path}
+        self.open += tag == "details" and shown and "open" in names
         row = (tag in ("tr", "p") and "thead" not in within) or (tag == "div" and "dl" in within)
         if row and shown:
             self.rows.append("")
@@ -92,6 +94,7 @@ def play(case, folder):
     found = {
         "title": page.texts.get("title"),
         "links": page.links,
+        "open": page.open,
         "box": page.texts.get("label") is not None,
         "found": page.texts.get("output"),
     }
