@@ -2,7 +2,7 @@
 -- "now - 7" is seven days ago. ask.py asks one by its name.
 
 -- who_has: The machine that has a part: by a serial number or a MAC address (with colons), in any case.
---   identifier = DISK-0000001-1
+--   identifier = BIOS-0000001
 SELECT machine, kind, key, value FROM identifiers WHERE value = upper(trim(:identifier)) ORDER BY machine, kind;
 
 -- shared_identifiers: Serial numbers and addresses that more than one machine has: cloned, moved without notice, or made up.
@@ -30,7 +30,7 @@ FROM changes WHERE collected >= :since ORDER BY collected DESC, machine, kind, o
 SELECT kind, change, key, count(*) AS changes, count(DISTINCT machine) AS machines
 FROM changes WHERE collected >= :since GROUP BY kind, change, key ORDER BY changes DESC, kind, change, key;
 
--- disks_nearly_full: Disks with less than this share of their size left, the emptiest first. Volumes without a letter count as free.
+-- disks_nearly_full: Disks with less than this share of their size left, the emptiest first. Volumes without a letter are free.
 --   percent = 10
 SELECT machine, name, model, serial_number, size, available_space
 FROM disks WHERE size > 0 AND available_space * 100 < size * :percent ORDER BY available_space, machine, ordinal;

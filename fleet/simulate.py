@@ -115,11 +115,12 @@ class Machine:
 
     def system(self, day):
         name, version, release = self.model["os"]
+        copied = self.index % 250 == 0  # from the machine before it
         boot = f"11/{day.randint(1, 28):02d}/2026 {day.randint(0, 23):02d}:00:00"
         return {"system": {"biosVersion": f"ACME Inc. 1.{self.bios}, 05/12/2021", "bootTime": boot, "domain": "example.test",
                            "machineName": self.name, "manufacturer": self.model["manufacturer"], "model": self.model["model"],
                            "osInfo": {"name": name, "releaseId": release, "version": version},
-                           "serialNumber": f"BIOS-{self.index:07d}", "type": self.model["type"]}}  # fmt: skip
+                           "serialNumber": f"BIOS-{self.index - copied:07d}", "type": self.model["type"]}}  # fmt: skip
 
     def hotfixes(self, day):
         return {"hotfixes": [{"installationDate": "11/5/2023", "name": name} for name in self.fixes]}
