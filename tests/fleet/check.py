@@ -208,12 +208,9 @@ def recount(paths):
         "failures_by_status": [(*sort, number, sum(each[3] for each in failed if each[:3] == sort))
                                for sort, number in count(each[:3] for each in failed)],
     }  # fmt: skip
-    return answers, {
-        "documents": len(newest),
-        "machines": len(seen),
-        "changes": len(changes),
-        "attempts": len(attempts),
-    }
+    sizes = {"documents": newest, "machines": seen, "changes": changes, "attempts": attempts}
+    sizes["identifiers"] = [each for machines in identifiers.values() for each in machines]
+    return answers, {table: len(each) for table, each in sizes.items()}
 
 
 PARAMETERS = {
