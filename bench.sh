@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
 # Measures the library's figures against their bars, natively and under Wine, both sides of a ratio in the same run.
 #   ./bench.sh [ARGUMENT OF GOOGLE BENCHMARK...]
+#   ./bench.sh fleet [MACHINES]     the databases of a fleet instead, with 100,000 machines
 # Ends with a table, one figure a line; fails when one falls short. Figures that need data of real machines are skipped where
 # HW_INVENTORY_CORPUS (else the folder that the tests use) is not there. Debian 12, as root or with sudo.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
+[[ ${1:-} != fleet ]] || exec "$root/bench/fleet.sh" "${@:2}"
 
 ensure_packages "${build_packages[@]}" googletest libbenchmark-dev libpci-dev dmidecode time
 folder="$root/build/bench"

@@ -1,21 +1,21 @@
 #!/usr/bin/env bash
 # Builds everything and runs all tests: natively, under the sanitizers and under Wine, on a release as its users get it, from other
-# languages, and the fuzz targets for a few seconds each. A second compiler builds the portable parts, for its warnings. Ends with a
-# summary.
-#   ./test.sh [PART...]     parts: native native-asan native-gcc mingw release bindings fuzz (all of them without arguments)
-# Debian 12, as root or with sudo. HW_INVENTORY_PCI_IDS=FILE embeds that PCI ID list. HW_INVENTORY_SOAK=1 soaks the library in 10,000
-# collections instead of 1,000.
+# languages, the databases of a fleet, and the fuzz targets for a few seconds each. A second compiler builds the portable parts, for
+# its warnings. Ends with a summary.
+#   ./test.sh [PART...]     parts: native native-asan native-gcc mingw release bindings fleet fuzz (all of them without arguments)
+# Debian 12, as root or with sudo. HW_INVENTORY_PCI_IDS=FILE embeds that PCI ID list. HW_INVENTORY_SOAK=1 soaks the library in
+# 10,000 collections instead of 1,000.
 set -uo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
 
-parts=(native native-asan native-gcc mingw release bindings fuzz)
+parts=(native native-asan native-gcc mingw release bindings fleet fuzz)
 for part in "$@"; do
     [[ " ${parts[*]} " == *" $part "* ]] || { echo "test: no part $part: there are ${parts[*]}" >&2; exit 64; }
 done
 [[ $# -eq 0 ]] || parts=("$@")
 
-# Runs one preset's tests; CTest's own report goes to a JUnit file, whose first line holds the counts. Of a test that fails, its name
-# and what it printed are shown: a machine that has run them is often gone when somebody reads that one failed.
+# Runs one preset's tests; CTest's own report goes to a JUnit file, whose first line holds the counts. Of a test that fails, its
+# name and what it printed are shown: a machine that has run them is often gone when somebody reads that one failed.
 passed=0 failed=0 skipped=0
 declare -a summary
 run_preset() {
@@ -61,7 +61,7 @@ report_share() {
 
 for part in "${parts[@]}"; do
     case $part in
-        release | bindings) run_lines "$root/tests/$part/run.sh" ;;
+        release | bindings | fleet) run_lines "$root/tests/$part/run.sh" ;;
         # A few seconds for each target: enough to see that it still runs from its seeds.
         fuzz) run_lines "$root/fuzz.sh" "${HW_INVENTORY_FUZZ_SECONDS:-5}" ;;
         *) run_preset "$part" ;;
