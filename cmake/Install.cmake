@@ -47,6 +47,7 @@ install(FILES "${package}/hw_inventory.pc" DESTINATION lib/pkgconfig COMPONENT d
 
 install(FILES README.md CHANGELOG.md SECURITY.md DESTINATION . COMPONENT docs)
 install(DIRECTORY docs/ DESTINATION docs COMPONENT docs FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
+install(DIRECTORY fleet DESTINATION . COMPONENT docs USE_SOURCE_PERMISSIONS PATTERN __pycache__ EXCLUDE)
 install(DIRECTORY schemas/ DESTINATION schemas COMPONENT docs FILES_MATCHING PATTERN "*.json")
 
 # CMake installs nothing for a component that does not exist, and succeeds. A parent project has components of its own.

@@ -209,6 +209,18 @@ shippers() {
 
 rules() { check rules "$root/build/native/bin/hw-inventory"; }
 
+# Those of docs/fleet.md, in folders of ours.
+samples() {
+    sample() { sed -n "/^\`\`\`$1\$/,/^\`\`\`\$/{/^\`\`\`/!p}" "$root/docs/fleet.md"; }
+    local text
+    text=$(sample sh | sed "s,/tmp/,$work/sample-,g")
+    servers+=("$work/sample-try")
+    (cd "$root" && bash -euo pipefail -c "$text") > printed
+    [[ $(wc -l < printed) -gt 20 ]]
+    fresh samples
+    sample sql | psql -X -q -v ON_ERROR_STOP=1
+}
+
 # The program's own output: that of this machine under Wine, or what HW_INVENTORY_NDJSON names.
 program() {
     fresh program
@@ -223,7 +235,7 @@ program() {
 # A case fails with the first command that fails, and is skipped with 77.
 declare -A outcome=([0]=ok [77]=skipped)
 for case in fleet_of_2000 answers twice newest_first killed two_at_once history lines roles retention three_servers shippers \
-    rules program; do
+    rules samples program; do
     (set -e; "$case") > log 2>&1
     result=${outcome[$?]:-FAILED}
     [[ $result != FAILED ]] || cat log >&2
