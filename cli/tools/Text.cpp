@@ -8,7 +8,7 @@ std::string_view trimmed(std::string_view text)
 {
     constexpr std::string_view kSpace = " \t\r\n\v\f";
     const std::size_t begin = text.find_first_not_of(kSpace);
-    return begin == text.npos ? std::string_view() : text.substr(begin, text.find_last_not_of(kSpace) - begin + 1);
+    return begin == std::string_view::npos ? std::string_view() : text.substr(begin, text.find_last_not_of(kSpace) - begin + 1);
 }
 
 std::string inCapitals(std::string_view text)
