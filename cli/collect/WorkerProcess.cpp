@@ -78,7 +78,7 @@ int serveCollector()
     catch (const std::runtime_error& error)
     {
         send(output, {Message::refused, 0, error.what()});
-        return 1;
+        endThisProcess(); // a thread of it still reads
     }
 }
 }
