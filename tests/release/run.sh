@@ -31,7 +31,7 @@ shipped_files() {
             sed -nE 's/PDBGUID:\((..)(..)(..)(..)(..)(..)(..)(..)(.*)\)/\4\3\2\1\6\5\8\7\9/p')
         cmp "$unpacked/bin/$pdb" "$unpacked/symbols/$pdb/${key}1/$pdb"
         same "CompanyName the hw_inventory_interface maintainers FileVersion $version OriginalFilename $(basename "$file")" \
-            "$(strings -el "$file" | grep -x -A1 -E 'CompanyName|FileVersion|OriginalFilename' | grep -v '^--' | paste -sd ' ')"
+            "$(strings -el "$file" | sed -n '/^VS_VERSION_INFO$/,$p' | grep -x -A1 -E 'CompanyName|FileVersion|OriginalFilename' | grep -v '^--' | paste -sd ' ')"
     done
 }
 
