@@ -1,5 +1,7 @@
 #include "cli/documents/Placeholders.h"
 
+#include "cli/documents/Text.h"
+
 #include <algorithm>
 #include <string>
 
@@ -57,11 +59,9 @@ bool isFiller(std::string_view value)
 
 bool isPlaceholder(std::string_view key, std::string_view value)
 {
-    constexpr std::string_view kSpace = " \t\r\n\v\f";
-    const std::size_t begin = value.find_first_not_of(kSpace);
-    if (begin == std::string_view::npos)
+    value = trimmed(value);
+    if (value.empty())
         return true;
-    value = value.substr(begin, value.find_last_not_of(kSpace) - begin + 1);
     const bool isNumber = std::ranges::find(kNumberKeys, key) != kNumberKeys.end();
     return (isNumber && isFiller(value)) ||
            std::ranges::any_of(kPlaceholders, [&](const Placeholder& each) { return matches(value, each.text); });

@@ -1,8 +1,8 @@
 #include "cli/tools/Fingerprint.h"
 
 #include "cli/documents/Kinds.h"
+#include "cli/documents/Text.h"
 #include "cli/tools/Identity.h"
-#include "cli/tools/Text.h"
 #include "st-core/lib/Hash.h"
 
 #include <algorithm>

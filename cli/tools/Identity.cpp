@@ -1,7 +1,7 @@
 #include "cli/tools/Identity.h"
 
 #include "cli/documents/Placeholders.h"
-#include "cli/tools/Text.h"
+#include "cli/documents/Text.h"
 
 #include <algorithm>
 #include <functional>

@@ -2,7 +2,7 @@
 
 #include "cli/documents/Placeholders.h"
 #include "cli/documents/Schemas.h"
-#include "cli/tools/Text.h"
+#include "cli/documents/Text.h"
 #include "machine/IpAddress.h"
 #include "st-core/lib/Hash.h"
 #include "st-core/lib/Utf8.h"

@@ -1,4 +1,4 @@
-#include "cli/tools/Text.h"
+#include "cli/documents/Text.h"
 
 #include <algorithm>
 
