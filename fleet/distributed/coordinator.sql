@@ -18,15 +18,7 @@ CREATE UNLOGGED TABLE fleet.arrivals (
     arrived timestamptz NOT NULL DEFAULT now()
 );
 
-DO $$
-BEGIN
-    IF NOT EXISTS (SELECT FROM pg_roles WHERE rolname = 'fleet_loader') THEN
-        CREATE ROLE fleet_loader;
-    END IF;
-    IF NOT EXISTS (SELECT FROM pg_roles WHERE rolname = 'fleet_reader') THEN
-        CREATE ROLE fleet_reader;
-    END IF;
-END $$;
+\ir ../postgresql/roles.sql
 
 -- A table of foreign partitions for each view of the shards that has machines.
 SELECT set_config('fleet.shards', :'shards', true) \g /dev/null

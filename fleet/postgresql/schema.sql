@@ -473,15 +473,7 @@ END $$;
 
 \ir views.sql
 
-DO $$
-BEGIN
-    IF NOT EXISTS (SELECT FROM pg_roles WHERE rolname = 'fleet_loader') THEN
-        CREATE ROLE fleet_loader;
-    END IF;
-    IF NOT EXISTS (SELECT FROM pg_roles WHERE rolname = 'fleet_reader') THEN
-        CREATE ROLE fleet_reader;
-    END IF;
-END $$;
+\ir roles.sql
 REVOKE EXECUTE ON ALL FUNCTIONS IN SCHEMA fleet, fleet_store FROM PUBLIC;
 GRANT USAGE ON SCHEMA fleet TO fleet_loader, fleet_reader;
 GRANT INSERT (file, number, line, fault, arrived) ON fleet.arrivals TO fleet_loader;
